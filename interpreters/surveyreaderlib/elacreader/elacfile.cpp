@@ -1,0 +1,50 @@
+#include "interpreters/surveyreaderlib/elacreader/elacfile.h"
+
+#include <algorithm>
+#include <limits>
+
+ElacFile::ElacFile(quor::ISurveyTarget* target) : ElacReader(target, kAllBeams) {}
+
+ElacFile::ElacFile() = default;
+
+ElacFile::~ElacFile() { ElacFile::Close(); }
+
+bool ElacFile::Open(const char* name) {
+  if (stream_.is_open()) {
+    stream_.setstate(std::ios_base::failbit);
+    return false;
+  }
+  stream_.open(name != nullptr ? name : "");
+  if (!stream_.is_open()) return false;
+  stream_.seekg(0, std::ios_base::end);
+  const std::streamoff end = stream_.tellg();
+  fileSize_ = end > 0 ? static_cast<uint64_t>(end) : 0;
+  stream_.seekg(0, std::ios_base::beg);
+  return fileSize_ > 0;
+}
+
+bool ElacFile::receiveData(int32_t& processed, int32_t /*reserved*/) {
+  if (stream_.eof()) {
+    processed = 0;
+    return false;
+  }
+  const std::streamoff before = stream_.tellg();
+  ReadFrame(stream_);
+  // A failed stream reports position -1, which makes the count negative.
+  const std::streamoff after = stream_.tellg();
+  const std::streamoff consumed = after - before;
+  processed = static_cast<int32_t>(std::clamp<std::streamoff>(
+      consumed, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
+  return processed > 0;
+}
+
+void ElacFile::Close() {
+  if (stream_.is_open()) stream_.close();
+}
+
+uint32_t ElacFile::GetSize() {
+  return static_cast<uint32_t>(
+      std::min<uint64_t>(fileSize_, std::numeric_limits<uint32_t>::max()));
+}
+
+bool ElacFile::IsOpen() { return stream_.is_open(); }

@@ -1,0 +1,237 @@
+#include "interpreters/surveyreaderlib/elacreader/elacreader.h"
+
+#include <new>
+
+#include "interpreters/surveyreaderlib/elacreader/beamdecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/navigationdecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/parameterdecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/sidescandecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/xseformat.h"
+#include "libsys/ztracelogfile.h"
+
+using elac::ByteCursor;
+
+namespace {
+
+// Reads the frame start marker at the front of `bytes`; tells the frame's
+// byte order, or nothing when the bytes are no frame start.
+std::optional<bool> FrameByteOrder(std::span<const uint8_t> bytes) {
+  if (bytes.size() < 4) return std::nullopt;
+  if (elac::LoadScalar<uint32_t>(bytes.data(), true) == elac::kFrameStart) return true;
+  if (elac::LoadScalar<uint32_t>(bytes.data(), false) == elac::kFrameStart) return false;
+  return std::nullopt;
+}
+
+bool ReadExactly(std::istream& stream, uint8_t* into, std::streamsize count) {
+  stream.read(reinterpret_cast<char*>(into), count);
+  return stream.gcount() == count;
+}
+
+}  // namespace
+
+ElacReader::ElacReader() = default;
+
+ElacReader::ElacReader(quor::ISurveyTarget* target, int32_t mode) : target_(target), mode_(mode) {}
+
+ElacReader::~ElacReader() = default;
+
+bool ElacReader::DecodeBuffer(const uint8_t* bytes, uint32_t length) {
+  if (bytes == nullptr) return false;
+  return DecodeFrameBytes({bytes, length});
+}
+
+bool ElacReader::DecodeFrame(const uint8_t* frame) {
+  if (frame == nullptr) return false;
+  const auto order = FrameByteOrder({frame, 4});
+  if (!order) return false;
+  const uint32_t size = elac::LoadScalar<uint32_t>(frame + 4, *order);
+  // The caller vouches for 8 + S bytes; a size beyond any real frame is
+  // still not trusted that far.
+  if (size > elac::kMaxFrameBodySize) return false;
+  return DecodeFrameBytes({frame, elac::kFrameEnvelopeSize + size});
+}
+
+bool ElacReader::EnsureFrameBuffer(uint32_t size) {
+  if (frameBufferSize_ >= size) return true;
+  frameBuffer_.reset();
+  frameBufferSize_ = 0;
+  frameBuffer_.reset(new (std::nothrow) uint8_t[size]);
+  if (!frameBuffer_) return false;
+  frameBufferSize_ = size;
+  return true;
+}
+
+bool ElacReader::ReadFrame(std::istream& stream) {
+  // Any stream error ends the search, not only the end of the data.
+  if (!stream.good()) return false;
+
+  // The position is asked once; the search then counts its own steps.
+  std::streamoff frameStart = stream.tellg();
+  if (frameStart < 0) return false;
+  uint8_t word[4];
+  for (;; frameStart += 4) {
+    if (!ReadExactly(stream, word, 4)) return false;
+    if (const auto order = FrameByteOrder(word)) {
+      bigEndian_ = *order;
+      break;
+    }
+  }
+
+  if (!ReadExactly(stream, word, 4)) return false;
+  const uint32_t size = elac::LoadScalar<uint32_t>(word, bigEndian_);
+  if (size > elac::kMaxFrameBodySize) return false;
+
+  if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4)) return false;
+  if (elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd) return false;
+
+  const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
+  if (!stream.seekg(std::streampos(frameStart)) || !EnsureFrameBuffer(frameSize) ||
+      !ReadExactly(stream, frameBuffer_.get(), frameSize))
+    return false;
+  return DecodeFrameBytes({frameBuffer_.get(), frameSize});
+}
+
+bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
+  const auto order = FrameByteOrder(bytes);
+  if (!order) return false;
+  bigEndian_ = *order;
+
+  ByteCursor envelope(bytes, bigEndian_);
+  uint32_t size = 0, frameType = 0, unused = 0, seconds = 0, microseconds = 0;
+  envelope.Skip(4);
+  if (!envelope.Read(size)) return false;
+  // The frame ends at 8 + S or where the bytes end, whichever comes first.
+  const size_t frameEnd =
+      std::min<size_t>(bytes.size(), elac::kFrameEnvelopeSize + static_cast<size_t>(size));
+  ByteCursor frame(bytes.first(frameEnd), bigEndian_);
+  // A frame too short for its own header is no frame.
+  if (!frame.Seek(elac::kFrameEnvelopeSize) || !frame.Read(frameType) || !frame.Read(unused) ||
+      !frame.Read(seconds) || !frame.Read(microseconds))
+    return false;
+
+  const quor::timeval frameTime = elac::ConvertXseTime(seconds, microseconds);
+  if (elac::FrameHasStartTime(frameType)) target().HandleStartTime(frameTime);
+  StartFrame(frameTime);
+
+  // Groups are found by scanning every fourth byte from offset 8 for the
+  // group start marker, so any number of header words may precede them.
+  bool decoded = false;
+  frame.Seek(elac::kFrameEnvelopeSize);
+  for (;;) {
+    uint32_t marker = 0;
+    if (!frame.Read(marker)) return true;
+    if (marker != elac::kGroupStart) continue;
+    uint32_t groupSize = 0;
+    if (!frame.Read(groupSize)) return true;
+    // Last group: its end marker takes the last four bytes before the frame
+    // end marker, or it claims even more.
+    const auto bytesToFrameEnd = static_cast<int64_t>(frameEnd) - 4 -
+                                 static_cast<int64_t>(frame.offset());
+    const bool lastGroup = static_cast<int64_t>(groupSize) >= bytesToFrameEnd;
+    auto body = frame.Take(groupSize);
+    if (!body) {
+      // A group that claims to run past the frame is handled as an empty
+      // group (which no decoder accepts) and ends the frame; what earlier
+      // groups completed is still delivered.
+      DispatchGroup(frameType, ByteCursor({}, bigEndian_), true, decoded);
+      return true;
+    }
+    DispatchGroup(frameType, *body, lastGroup, decoded);
+    if (!frame.Skip(4)) return true;  // group end marker, not checked
+  }
+}
+
+void ElacReader::StartFrame(const quor::timeval& frameTime) {
+  auto reset = [&frameTime](quor::SensorRec& record) {
+    record.valid = 0;
+    record.fieldMask = 0;
+    record.time = frameTime;
+    record.relTime = 0;
+  };
+  for (auto* params : {&immediateParams_, &frameParams_}) {
+    params->resize(1);  // keeps capacity: no allocation once grown
+    reset(params->front());
+  }
+  reset(navigation_);
+  reset(gyro_);
+  reset(motion_);
+  reset(multibeam_);
+  reset(sidescan_);
+  multibeam_.fieldMask |= quor::MultibeamRec::kFrameStarted;
+}
+
+void ElacReader::DispatchGroup(uint32_t frameType, ByteCursor body, bool lastGroup,
+                               bool& decoded) {
+  switch (frameType) {
+    case elac::kNavigationFrame:
+      DispatchNavigationGroup(body, decoded);
+      break;
+    case elac::kParameterFrame:
+      DispatchParameterGroup(body, lastGroup, decoded);
+      break;
+    case elac::kSidescanFrame:
+      DispatchSidescanGroup(body, lastGroup, decoded);
+      break;
+    case elac::kBathymetryFrame:
+      DispatchBathymetryGroup(body, lastGroup, decoded);
+      break;
+    default:
+      break;  // groups of other frame types are not decoded
+  }
+}
+
+void ElacReader::DispatchNavigationGroup(ByteCursor body, bool& decoded) {
+  if (elac::DecodePosition(body, navigation_)) {
+    decoded = true;
+    target().HandlePosition(navigation_);
+    QUORLOG(3, "NAVT %ld", static_cast<long>(navigation_.relTime));
+  } else if (elac::DecodeNavigationHeading(body, gyro_)) {
+    decoded = true;
+    target().HandleGyro(gyro_);
+    QUORLOG(3, "GYRT %ld", static_cast<long>(gyro_.relTime));
+  } else if (elac::DecodeAttitude(body, motion_)) {
+    decoded = true;
+    target().HandleMotion(motion_);
+  }
+}
+
+void ElacReader::DispatchParameterGroup(ByteCursor body, bool lastGroup, bool& decoded) {
+  if (elac::DecodeInstallationGroup(body, immediateParams_)) {
+    decoded = true;
+    for (const auto& record : immediateParams_) target().HandleParameter(record);
+  } else if (elac::DecodeDeviceGroup(body, frameParams_)) {
+    decoded = true;
+  }
+  if (lastGroup) {
+    for (const auto& record : frameParams_) target().HandleParameter(record);
+  }
+}
+
+void ElacReader::DispatchSidescanGroup(ByteCursor body, bool lastGroup, bool& decoded) {
+  if (!elac::DecodeSidescanGroup(body, sidescan_)) return;
+  decoded = true;
+  QUORLOG(3, "Sidescan reltime %ld", static_cast<long>(sidescan_.relTime));
+  if (lastGroup && sidescan_.valid == 1) {
+    target().HandleSidescan(sidescan_);
+    sidescan_.valid = 0;
+    sidescan_.fieldMask = 0;
+  }
+}
+
+void ElacReader::DispatchBathymetryGroup(ByteCursor body, bool lastGroup, bool& decoded) {
+  if (elac::DecodeBeamGroup(body, multibeam_)) {
+    decoded = true;
+    QUORLOG(3, "MBET %ld", static_cast<long>(multibeam_.relTime));
+  } else if (elac::DecodeBathymetryHeading(body, gyro_)) {
+    // The heading inside a ping is told apart from the navigation heading
+    // for the duration of the call only.
+    gyro_.sensorIndex = 1;
+    target().HandleGyro(gyro_);
+    gyro_.sensorIndex = 0;
+    QUORLOG(3, "GYRT %ld", static_cast<long>(gyro_.relTime));
+  }
+  if (lastGroup && decoded && multibeam_.valid == 1) {
+    elac::ApplyHeadSelection(multibeam_, mode_);
+    target().HandleMultibeam(multibeam_);
+  }
+}

@@ -1,0 +1,77 @@
+// ElacReader: the XSE decoder. It finds frames in a byte stream, checks
+// their envelope, and decodes their groups into the survey records, which it
+// hands to its target one by one. Every data source is also an ElacReader.
+#pragma once
+
+#include <cstdint>
+#include <istream>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
+#include "interpreters/surveyreaderlib/isurveyreader.h"
+#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "interpreters/surveyreaderlib/surveyrecords.h"
+
+class ElacReader : public quor::ISurveyReader {
+ public:
+  // Head selection for bathymetry pings.
+  enum HeadMode : int32_t { kAllBeams = 0, kFirstHead = 1, kSecondHead = 2 };
+
+  ElacReader();
+  // `target` is not owned and may be null (records then go nowhere).
+  ElacReader(quor::ISurveyTarget* target, int32_t mode);
+  ElacReader(const ElacReader&) = delete;
+  ElacReader& operator=(const ElacReader&) = delete;
+  ~ElacReader() override;
+
+  // Decodes the frame at `bytes`, looking at no more than `length` bytes of
+  // it even when its size field claims more.
+  bool DecodeBuffer(const uint8_t* bytes, uint32_t length) override;
+  // Decodes one complete frame; the caller vouches for 8 + S bytes.
+  bool DecodeFrame(const uint8_t* frame) override;
+  // Searches the stream in 4-byte steps for the next frame start, checks
+  // the end marker, reads the frame and decodes it. On success the stream
+  // stands on the frame's end marker. Returns false at the end of the data,
+  // on a stream error, on a wrong end marker (stream just behind the four
+  // bytes that should have been it) and on a frame too large to be real
+  // (stream just behind its size field).
+  bool ReadFrame(std::istream& stream) override;
+
+  // Decodes the frame at the start of `bytes` (start marker, size, body)
+  // without reading outside `bytes`. False when it is no frame: no start
+  // marker, or too short for the frame header.
+  bool DecodeFrameBytes(std::span<const uint8_t> bytes);
+
+  int32_t mode() const { return mode_; }
+  void SetMode(int32_t mode) { mode_ = mode; }
+  bool bigEndian() const { return bigEndian_; }
+  uint32_t frameBufferSize() const { return frameBufferSize_; }
+
+ protected:
+  quor::ISurveyTarget& target() { return target_ != nullptr ? *target_ : nullTarget_; }
+
+ private:
+  void StartFrame(const quor::timeval& frameTime);
+  void DispatchGroup(uint32_t frameType, elac::ByteCursor body, bool lastGroup, bool& decoded);
+  void DispatchNavigationGroup(elac::ByteCursor body, bool& decoded);
+  void DispatchParameterGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
+  void DispatchSidescanGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
+  void DispatchBathymetryGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
+  bool EnsureFrameBuffer(uint32_t size);
+
+  quor::NullSurveyTarget nullTarget_;
+  quor::ISurveyTarget* target_ = nullptr;
+  int32_t mode_ = kAllBeams;
+  bool bigEndian_ = false;
+  std::unique_ptr<uint8_t[]> frameBuffer_;
+  uint32_t frameBufferSize_ = 0;
+  std::vector<quor::ParameterRec> immediateParams_;
+  std::vector<quor::ParameterRec> frameParams_;
+  quor::NavigationRec navigation_;
+  quor::GyroRec gyro_;
+  quor::MotionRec motion_;
+  quor::MultibeamRec multibeam_;
+  quor::SidescanRec sidescan_;
+};

@@ -1,0 +1,77 @@
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace platform {
+
+ReadOnlyFile::ReadOnlyFile(ReadOnlyFile&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)), error_(std::move(other.error_)) {}
+
+ReadOnlyFile& ReadOnlyFile::operator=(ReadOnlyFile&& other) noexcept {
+  if (this != &other) {
+    Close();
+    descriptor_ = std::exchange(other.descriptor_, -1);
+    error_ = std::move(other.error_);
+  }
+  return *this;
+}
+
+ReadOnlyFile::~ReadOnlyFile() { Close(); }
+
+bool ReadOnlyFile::Open(const std::string& path) {
+  Close();
+  error_.clear();
+  int descriptor;
+  do {
+    descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  } while (descriptor < 0 && errno == EINTR);
+  if (descriptor < 0) {
+    error_ = std::strerror(errno);
+    return false;
+  }
+  struct stat status {};
+  if (::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+    ::close(descriptor);
+    error_ = std::strerror(EISDIR);
+    return false;
+  }
+  descriptor_ = descriptor;
+  return true;
+}
+
+bool ReadOnlyFile::Close() {
+  if (descriptor_ < 0) return true;
+  const int result = ::close(std::exchange(descriptor_, -1));
+  return result == 0;
+}
+
+std::optional<uint64_t> ReadOnlyFile::Size() const {
+  struct stat status {};
+  if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0) return std::nullopt;
+  return static_cast<uint64_t>(status.st_size);
+}
+
+std::optional<size_t> ReadOnlyFile::ReadAt(uint64_t offset, std::span<uint8_t> into) const {
+  if (descriptor_ < 0) return std::nullopt;
+  size_t done = 0;
+  while (done < into.size()) {
+    const ssize_t count = ::pread(descriptor_, into.data() + done, into.size() - done,
+                                  static_cast<off_t>(offset + done));
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      if (done > 0) break;
+      return std::nullopt;
+    }
+    if (count == 0) break;
+    done += static_cast<size_t>(count);
+  }
+  return done;
+}
+
+}  // namespace platform

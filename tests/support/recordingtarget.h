@@ -1,0 +1,58 @@
+// A survey target for tests: keeps a copy of every call it receives, in
+// order, so tests can assert on the exact call sequence of a decoder.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "interpreters/surveyreaderlib/isurveytarget.h"
+
+namespace xsetest {
+
+using RecordedCall = std::variant<quor::timeval, quor::ParameterRec, quor::NavigationRec,
+                                  quor::GyroRec, quor::MotionRec, quor::MultibeamRec,
+                                  quor::SidescanRec>;
+
+class RecordingTarget final : public quor::ISurveyTarget {
+ public:
+  void HandleStartTime(const quor::timeval& time) override { calls.emplace_back(time); }
+  void HandleParameter(const quor::ParameterRec& record) override { calls.emplace_back(record); }
+  void HandlePosition(const quor::NavigationRec& record) override { calls.emplace_back(record); }
+  void HandleGyro(const quor::GyroRec& record) override { calls.emplace_back(record); }
+  void HandleMotion(const quor::MotionRec& record) override { calls.emplace_back(record); }
+  void HandleMultibeam(const quor::MultibeamRec& record) override { calls.emplace_back(record); }
+  void HandleSidescan(const quor::SidescanRec& record) override { calls.emplace_back(record); }
+
+  // The kinds of the calls in order: "startTime", "parameter", "position",
+  // "gyro", "motion", "multibeam", "sidescan".
+  std::vector<std::string> Kinds() const {
+    static const char* const kNames[] = {"startTime", "parameter", "position", "gyro",
+                                         "motion",    "multibeam", "sidescan"};
+    std::vector<std::string> kinds;
+    for (const auto& call : calls) kinds.emplace_back(kNames[call.index()]);
+    return kinds;
+  }
+
+  // The n-th call of type T (0 for the first), or null.
+  template <typename T>
+  const T* Nth(size_t n = 0) const {
+    for (const auto& call : calls) {
+      if (const T* record = std::get_if<T>(&call)) {
+        if (n-- == 0) return record;
+      }
+    }
+    return nullptr;
+  }
+
+  template <typename T>
+  size_t Count() const {
+    size_t count = 0;
+    for (const auto& call : calls) count += std::holds_alternative<T>(call) ? 1u : 0u;
+    return count;
+  }
+
+  std::vector<RecordedCall> calls;
+};
+
+}  // namespace xsetest

@@ -1,0 +1,17 @@
+// The subcommands of the `xse` tool. Each takes its own arguments (without
+// the subcommand's name) and returns the process exit status: 0 success,
+// 1 a file could not be read or written, 2 wrong usage.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace xsetool {
+
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailure = 1;
+inline constexpr int kExitUsage = 2;
+
+int RunDumpCommand(std::span<const std::string_view> args);
+
+}  // namespace xsetool

@@ -1,0 +1,36 @@
+// xse: decode, inspect and produce XSE multibeam data.
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+#include "tools/xse/commands.h"
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: xse COMMAND [ARGS...]\n"
+    "\n"
+    "commands:\n"
+    "  dump FILE...     write every decoded record as JSON lines\n"
+    "\n"
+    "Run 'xse COMMAND --help' for the options of a command.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string_view> args(argv + 1, argv + argc);
+  if (args.empty()) {
+    std::fputs(kUsage, stderr);
+    return xsetool::kExitUsage;
+  }
+  const std::string_view command = args.front();
+  const std::span<const std::string_view> rest(args.data() + 1, args.size() - 1);
+  if (command == "--help" || command == "-h" || command == "help") {
+    std::fputs(kUsage, stdout);
+    return xsetool::kExitOk;
+  }
+  if (command == "dump") return xsetool::RunDumpCommand(rest);
+  std::fprintf(stderr, "xse: unknown command '%.*s'\n%s", static_cast<int>(command.size()),
+               command.data(), kUsage);
+  return xsetool::kExitUsage;
+}
