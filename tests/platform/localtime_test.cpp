@@ -33,11 +33,5 @@ TEST(LocalTimeTest, MatchesTheLibraryTextAndFields) {
   }
 }
 
-TEST(LocalTimeTest, NowIsAvailable) {
-  const std::optional<LocalTime> now = LocalTimeNow();
-  ASSERT_TRUE(now.has_value());
-  EXPECT_EQ(std::string(now->text).size(), 24U);
-}
-
 }  // namespace
 }  // namespace platform

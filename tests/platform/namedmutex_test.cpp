@@ -71,7 +71,8 @@ class HoldingThread {
 };
 
 TEST(NamedMutexTest, RefusesNamesThePlatformCannotUse) {
-  const std::string refused[] = {"", "a\\b", "Global\\trace", "D:\\t\\x.log", std::string(260, 'n')};
+  const std::string refused[] = {"", "a\\b", "Global\\trace", "D:\\t\\x.log",
+                                 std::string(260, 'n')};
   EXPECT_EQ(CreateNamedMutex(nullptr), nullptr);
   for (const std::string& name : refused) {
     EXPECT_EQ(CreateNamedMutex(name.c_str()), nullptr) << name;
@@ -134,7 +135,8 @@ TEST(NamedMutexTest, WaitTimesOutWhileAnotherThreadHoldsIt) {
     EXPECT_GE(waited, std::chrono::milliseconds(55));
     EXPECT_LT(waited, std::chrono::milliseconds(1000));
 
-    EXPECT_EQ(WaitNamedMutex(unrelated, 0), MutexWait::kAcquired) << "other names are other mutexes";
+    EXPECT_EQ(WaitNamedMutex(unrelated, 0), MutexWait::kAcquired)
+        << "other names are other mutexes";
     EXPECT_TRUE(ReleaseNamedMutex(unrelated));
   }
   EXPECT_EQ(WaitNamedMutex(waiterHandle, 60), MutexWait::kAcquired);
