@@ -39,8 +39,8 @@ FileStreamBuf::int_type FileStreamBuf::underflow() {
   if (!file_.IsOpen()) return traits_type::eof();
   if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
   const uint64_t position = Position();
-  const auto count = file_.ReadAt(
-      position, {reinterpret_cast<uint8_t*>(buffer_.get()), bufferSize_});
+  const auto count =
+      file_.ReadAt(position, {reinterpret_cast<uint8_t*>(buffer_.get()), bufferSize_});
   bufferStart_ = position;
   if (!count || *count == 0) {
     setg(buffer_.get(), buffer_.get(), buffer_.get());
@@ -66,8 +66,7 @@ std::streamsize FileStreamBuf::xsgetn(char_type* into, std::streamsize count) {
     const auto left = static_cast<size_t>(count - done);
     if (left >= bufferSize_) {
       const uint64_t position = Position();
-      const auto read =
-          file_.ReadAt(position, {reinterpret_cast<uint8_t*>(into + done), left});
+      const auto read = file_.ReadAt(position, {reinterpret_cast<uint8_t*>(into + done), left});
       if (!read || *read == 0) break;
       done += static_cast<std::streamsize>(*read);
       bufferStart_ = position + *read;
@@ -96,8 +95,7 @@ FileStreamBuf::pos_type FileStreamBuf::seekoff(off_type offset, std::ios_base::s
   return pos_type(off_type(target));
 }
 
-FileStreamBuf::pos_type FileStreamBuf::seekpos(pos_type position,
-                                               std::ios_base::openmode which) {
+FileStreamBuf::pos_type FileStreamBuf::seekpos(pos_type position, std::ios_base::openmode which) {
   return seekoff(off_type(position), std::ios_base::beg, which);
 }
 

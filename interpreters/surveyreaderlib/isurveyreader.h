@@ -11,6 +11,7 @@ struct ReservedArg;
 
 class ISurveyReader {
  public:
+  // clang-format off
   virtual ~ISurveyReader() = default;                                        // slot 0
   // Decodes the frame at `bytes`; at most `length` bytes are looked at.
   virtual bool DecodeBuffer(const uint8_t* bytes, uint32_t length) = 0;      // slot 1
@@ -20,6 +21,7 @@ class ISurveyReader {
   virtual bool ReadFrame(std::istream& stream) = 0;                          // slot 3
   virtual void ReaderSlot4(const ReservedArg& /*unused*/) {}                 // slot 4
   virtual void ReaderSlot5(const ReservedArg& /*unused*/) {}                 // slot 5
+  // clang-format on
 
  protected:
   ISurveyReader() = default;

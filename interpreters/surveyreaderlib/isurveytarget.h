@@ -12,6 +12,7 @@ struct ReservedArg;
 
 class ISurveyTarget {
  public:
+  // clang-format off
   virtual void HandleStartTime(const timeval& /*startTime*/) {}              // slot 0
   virtual void HandleParameter(const ParameterRec& /*record*/) {}            // slot 1
   virtual void HandlePosition(const NavigationRec& /*record*/) {}            // slot 2
@@ -31,6 +32,7 @@ class ISurveyTarget {
   virtual void Reserved16(const ReservedArg& /*unused*/) {}                  // slot 16
   virtual void Reserved17(const ReservedArg& /*unused*/) {}                  // slot 17
   virtual bool Reserved18(const ReservedArg& /*unused*/) { return true; }    // slot 18
+  // clang-format on
 
  protected:
   // Targets are never deleted through this interface, hence no virtual

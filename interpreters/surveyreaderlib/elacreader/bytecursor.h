@@ -17,8 +17,8 @@
 namespace elac {
 
 template <typename T>
-concept WireScalar = std::is_arithmetic_v<T> && (sizeof(T) == 1 || sizeof(T) == 2 ||
-                                                 sizeof(T) == 4 || sizeof(T) == 8);
+concept WireScalar = std::is_arithmetic_v<T> &&
+    (sizeof(T) == 1 || sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8);
 
 // Loads a T from unaligned bytes stored in the given byte order.
 inline uint16_t ByteSwap(uint16_t v) { return __builtin_bswap16(v); }
@@ -55,9 +55,7 @@ class ScalarArray {
   ScalarArray(const uint8_t* bytes, size_t count, bool bigEndian)
       : bytes_(bytes), count_(count), bigEndian_(bigEndian) {}
   size_t size() const { return count_; }
-  T operator[](size_t index) const {
-    return LoadScalar<T>(bytes_ + index * sizeof(T), bigEndian_);
-  }
+  T operator[](size_t index) const { return LoadScalar<T>(bytes_ + index * sizeof(T), bigEndian_); }
 
  private:
   const uint8_t* bytes_ = nullptr;

@@ -43,8 +43,7 @@ void ElacFile::Close() {
 }
 
 uint32_t ElacFile::GetSize() {
-  return static_cast<uint32_t>(
-      std::min<uint64_t>(fileSize_, std::numeric_limits<uint32_t>::max()));
+  return static_cast<uint32_t>(std::min<uint64_t>(fileSize_, std::numeric_limits<uint32_t>::max()));
 }
 
 bool ElacFile::IsOpen() { return stream_.is_open(); }

@@ -6,6 +6,7 @@
 
 class IElacContainer {
  public:
+  // clang-format off
   virtual ~IElacContainer() = default;                                         // slot 0
   virtual bool Open(const char* /*name*/) { return false; }                    // slot 1
   // Slot 2 has no caller and no override; it only keeps the slots in place.
@@ -20,6 +21,7 @@ class IElacContainer {
   // Size of the data in bytes, 0 when unknown.
   virtual uint32_t GetSize() { return 0; }                                     // slot 5
   virtual bool IsOpen() { return false; }                                      // slot 6
+  // clang-format on
 
  protected:
   IElacContainer() = default;

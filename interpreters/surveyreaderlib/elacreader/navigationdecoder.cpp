@@ -62,8 +62,7 @@ bool DecodeNavigationHeading(ByteCursor body, quor::GyroRec& gyro) {
 
 bool DecodeAttitude(ByteCursor body, quor::MotionRec& motion) {
   double heave = 0, roll = 0, pitch = 0;
-  if (!ReadType(body, kAttitudeGroup) || !body.Read(heave) || !body.Read(roll) ||
-      !body.Read(pitch))
+  if (!ReadType(body, kAttitudeGroup) || !body.Read(heave) || !body.Read(roll) || !body.Read(pitch))
     return false;
   motion.heave = heave;
   motion.roll = roll * kRadiansToDegrees;
