@@ -77,18 +77,25 @@ bool ElacReader::ReadFrame(std::istream& stream) {
     }
   }
 
-  if (!ReadExactly(stream, word, 4)) return false;
+  // From here on a failure is a frame start that led to no frame.
+  const auto rejected = [this] {
+    if (statistics_ != nullptr) ++statistics_->framesRejected;
+    return false;
+  };
+  if (!ReadExactly(stream, word, 4)) return rejected();
   const uint32_t size = elac::LoadScalar<uint32_t>(word, bigEndian_);
-  if (size > elac::kMaxFrameBodySize) return false;
+  if (size > elac::kMaxFrameBodySize) return rejected();
 
-  if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4)) return false;
-  if (elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd) return false;
+  if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4)) return rejected();
+  if (elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd) return rejected();
 
   const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
   if (!stream.seekg(std::streampos(frameStart)) || !EnsureFrameBuffer(frameSize) ||
       !ReadExactly(stream, frameBuffer_.get(), frameSize))
-    return false;
-  return DecodeFrameBytes({frameBuffer_.get(), frameSize});
+    return rejected();
+  if (!DecodeFrameBytes({frameBuffer_.get(), frameSize})) return rejected();
+  if (statistics_ != nullptr) statistics_->frameBytes += frameSize + 4;  // with the end marker
+  return true;
 }
 
 bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
@@ -108,6 +115,11 @@ bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
   if (!frame.Seek(elac::kFrameEnvelopeSize) || !frame.Read(frameType) || !frame.Read(unused) ||
       !frame.Read(seconds) || !frame.Read(microseconds))
     return false;
+
+  if (statistics_ != nullptr) {
+    ++statistics_->framesByType[elac::ReadStatistics::TypeSlot(frameType)];
+    ++(bigEndian_ ? statistics_->bigEndianFrames : statistics_->littleEndianFrames);
+  }
 
   const quor::timeval frameTime = elac::ConvertXseTime(seconds, microseconds);
   if (elac::FrameHasStartTime(frameType)) target().HandleStartTime(frameTime);

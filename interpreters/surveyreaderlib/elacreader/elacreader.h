@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
+#include "interpreters/surveyreaderlib/elacreader/readstatistics.h"
 #include "interpreters/surveyreaderlib/isurveyreader.h"
 #include "interpreters/surveyreaderlib/isurveytarget.h"
 #include "interpreters/surveyreaderlib/surveyrecords.h"
@@ -49,6 +50,10 @@ class ElacReader : public quor::ISurveyReader {
   bool bigEndian() const { return bigEndian_; }
   uint32_t frameBufferSize() const { return frameBufferSize_; }
 
+  // Counts the frames this reader decodes and rejects into `statistics`
+  // (not owned; null, the default, counts nothing).
+  void SetStatistics(elac::ReadStatistics* statistics) { statistics_ = statistics; }
+
  protected:
   quor::ISurveyTarget& target() { return target_ != nullptr ? *target_ : nullTarget_; }
 
@@ -74,4 +79,5 @@ class ElacReader : public quor::ISurveyReader {
   quor::MotionRec motion_;
   quor::MultibeamRec multibeam_;
   quor::SidescanRec sidescan_;
+  elac::ReadStatistics* statistics_ = nullptr;
 };
