@@ -13,5 +13,7 @@ inline constexpr int kExitFailure = 1;
 inline constexpr int kExitUsage = 2;
 
 int RunDumpCommand(std::span<const std::string_view> args);
+int RunGenCommand(std::span<const std::string_view> args);
+int RunInfoCommand(std::span<const std::string_view> args);
 
 }  // namespace xsetool

@@ -11,7 +11,9 @@ constexpr const char* kUsage =
     "usage: xse COMMAND [ARGS...]\n"
     "\n"
     "commands:\n"
-    "  dump FILE...     write every decoded record as JSON lines\n"
+    "  gen OUT.xse      write a synthetic survey\n"
+    "  info FILE...     summarise each file: frames, records, pings, time, positions\n"
+    "  dump FILE...     write the decoded records as JSON lines or a CSV table\n"
     "\n"
     "Run 'xse COMMAND --help' for the options of a command.\n";
 
@@ -30,6 +32,8 @@ int main(int argc, char** argv) {
     return xsetool::kExitOk;
   }
   if (command == "dump") return xsetool::RunDumpCommand(rest);
+  if (command == "gen") return xsetool::RunGenCommand(rest);
+  if (command == "info") return xsetool::RunInfoCommand(rest);
   std::fprintf(stderr, "xse: unknown command '%.*s'\n%s", static_cast<int>(command.size()),
                command.data(), kUsage);
   return xsetool::kExitUsage;

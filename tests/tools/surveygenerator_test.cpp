@@ -1,0 +1,218 @@
+// Generated surveys: the same options give the same bytes, every frame
+// decodes, and the limits and byte orders do what they say.
+#include "tools/xse/surveygenerator.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "interpreters/surveyreaderlib/elacreader/elacreader.h"
+#include "interpreters/surveyreaderlib/elacreader/xseformat.h"
+#include "tools/xse/recordjsonwriter.h"
+#include "tools/xse/surveystats.h"
+
+namespace {
+
+using xsetool::ByteOrderChoice;
+using xsetool::RecordKind;
+using xsetool::SurveyGenerator;
+using xsetool::SurveyOptions;
+
+struct Survey {
+  std::string bytes;
+  std::vector<std::span<const uint8_t>::size_type> frameSizes;
+  std::array<uint64_t, 8> framesByType{};
+  uint64_t bigEndianFrames = 0;
+  double lastFrameSeconds = 0;
+};
+
+Survey Generate(const SurveyOptions& options) {
+  SurveyGenerator generator(options);
+  Survey survey;
+  for (int i = 0; i < 1000000; ++i) {
+    const auto frame = generator.NextFrame();
+    if (frame.empty()) break;
+    survey.bytes.append(reinterpret_cast<const char*>(frame.data()), frame.size());
+    survey.frameSizes.push_back(frame.size());
+    const bool big = frame[0] == '$';
+    const uint32_t type = elac::LoadScalar<uint32_t>(frame.data() + 8, big);
+    ++survey.framesByType[type < 8 ? type : 0];
+    if (big) ++survey.bigEndianFrames;
+  }
+  survey.lastFrameSeconds = generator.lastFrameSeconds();
+  EXPECT_EQ(generator.framesMade(), survey.frameSizes.size());
+  EXPECT_EQ(generator.bytesMade(), survey.bytes.size());
+  return survey;
+}
+
+SurveyOptions Small(uint64_t seed = 1) {
+  SurveyOptions options;
+  options.seed = seed;
+  options.durationSeconds = 2.0;
+  options.beamsPerHead = 16;
+  options.sidescanSamplesPerSide = 50;
+  return options;
+}
+
+struct Decoded {
+  elac::ReadStatistics frames;
+  xsetool::SurveyStats records;
+};
+
+void Decode(const std::string& bytes, Decoded& decoded) {
+  std::istringstream stream(bytes);
+  ElacReader reader(&decoded.records, ElacReader::kAllBeams);
+  reader.SetStatistics(&decoded.frames);
+  for (size_t i = 0; i < 100000 && stream.good(); ++i) reader.ReadFrame(stream);
+}
+
+TEST(SurveyGenerator, SameSeedGivesTheSameBytesAndAnotherSeedOthers) {
+  const Survey first = Generate(Small(7));
+  EXPECT_EQ(Generate(Small(7)).bytes, first.bytes);
+  EXPECT_NE(Generate(Small(8)).bytes, first.bytes);
+}
+
+TEST(SurveyGenerator, StartsWithParametersThenInterleavesAtTheGivenRates) {
+  SurveyOptions options = Small();
+  options.navigationRateHz = 12.5;
+  options.pingRateHz = 5;
+  const Survey survey = Generate(options);
+  EXPECT_EQ(survey.bytes[8 + 3], elac::kParameterFrame) << "big-endian type word of frame 0";
+  EXPECT_EQ(survey.framesByType[elac::kParameterFrame], 1u);
+  EXPECT_EQ(survey.framesByType[elac::kNavigationFrame], 25u);  // 0, 0.08, ... 1.92 s
+  EXPECT_EQ(survey.framesByType[elac::kBathymetryFrame], 10u);
+  EXPECT_EQ(survey.framesByType[elac::kSidescanFrame], 10u);
+  EXPECT_LT(survey.lastFrameSeconds, 2.0);
+}
+
+TEST(SurveyGenerator, EveryFrameDecodesIntoCompleteRecords) {
+  const Survey survey = Generate(Small());
+  Decoded decoded;
+  Decode(survey.bytes, decoded);
+  EXPECT_EQ(decoded.frames.framesRejected, 0u);
+  EXPECT_EQ(decoded.frames.frameBytes, survey.bytes.size());
+  EXPECT_EQ(decoded.frames.FramesDecoded(), survey.frameSizes.size());
+  for (uint32_t type : {elac::kParameterFrame, elac::kNavigationFrame, elac::kBathymetryFrame,
+                        elac::kSidescanFrame})
+    EXPECT_EQ(decoded.frames.framesByType[type], survey.framesByType[type]) << type;
+
+  const uint64_t navigation = survey.framesByType[elac::kNavigationFrame];
+  const uint64_t pings = survey.framesByType[elac::kBathymetryFrame];
+  const uint64_t sidescan = survey.framesByType[elac::kSidescanFrame];
+  const auto& records = decoded.records;
+  EXPECT_EQ(records.records(RecordKind::kStartTime), navigation + pings + sidescan);
+  EXPECT_EQ(records.records(RecordKind::kPosition), navigation);
+  EXPECT_EQ(records.records(RecordKind::kMotion), navigation);
+  EXPECT_EQ(records.records(RecordKind::kGyro), navigation + pings);
+  EXPECT_EQ(records.records(RecordKind::kMultibeam), pings);
+  EXPECT_EQ(records.records(RecordKind::kSidescan), sidescan);
+  // Draft (1), installation (3), installation with transducers (5), and the
+  // five listed devices with a copy for each repeated mounting entry (7).
+  EXPECT_EQ(records.records(RecordKind::kParameter), 16u);
+  EXPECT_EQ(records.beamsPerPing().min, 32u);
+  EXPECT_EQ(records.beamsPerPing().max, 32u);
+  EXPECT_EQ(records.samplesPerPing().min, 2 * (50u + 2u)) << "both sides and the delay";
+  EXPECT_EQ(records.geographic().fixes, navigation);
+  EXPECT_EQ(records.projected().fixes, 0u);
+}
+
+// Decodes `bytes` into the JSON-lines record stream of `xse dump`.
+std::string RecordLines(const std::string& bytes) {
+  std::FILE* out = std::tmpfile();
+  EXPECT_NE(out, nullptr);
+  if (out == nullptr) return {};
+  {
+    xsetool::RecordJsonWriter writer(out);
+    std::istringstream stream(bytes);
+    ElacReader reader(&writer, ElacReader::kAllBeams);
+    for (size_t i = 0; i < 100000 && stream.good(); ++i) reader.ReadFrame(stream);
+    writer.Flush();
+  }
+  std::rewind(out);
+  std::string text;
+  char chunk[4096];
+  for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, out)) > 0;) text.append(chunk, n);
+  std::fclose(out);
+  return text;
+}
+
+TEST(SurveyGenerator, ByteOrderChangesTheBytesButNotTheRecords) {
+  SurveyOptions options = Small();
+  options.durationSeconds = 1.0;
+  std::array<Survey, 3> surveys;
+  const ByteOrderChoice orders[] = {ByteOrderChoice::kBig, ByteOrderChoice::kLittle,
+                                    ByteOrderChoice::kMixed};
+  for (size_t i = 0; i < 3; ++i) {
+    options.byteOrder = orders[i];
+    surveys[i] = Generate(options);
+  }
+  const size_t frames = surveys[0].frameSizes.size();
+  EXPECT_EQ(surveys[0].bigEndianFrames, frames);
+  EXPECT_EQ(surveys[1].bigEndianFrames, 0u);
+  EXPECT_GT(surveys[2].bigEndianFrames, 0u);
+  EXPECT_LT(surveys[2].bigEndianFrames, frames);
+  EXPECT_NE(surveys[0].bytes, surveys[1].bytes);
+  const std::string records = RecordLines(surveys[0].bytes);
+  EXPECT_THAT(records, ::testing::HasSubstr("\"kind\":\"multibeam\""));
+  EXPECT_EQ(RecordLines(surveys[1].bytes), records);
+  EXPECT_EQ(RecordLines(surveys[2].bytes), records);
+}
+
+TEST(SurveyGenerator, SizeLimitStopsAtTheFirstFrameThatReachesIt) {
+  SurveyOptions options = Small();
+  options.durationSeconds.reset();
+  options.sizeBytes = 200000;
+  const Survey survey = Generate(options);
+  EXPECT_GE(survey.bytes.size(), 200000u);
+  EXPECT_LT(survey.bytes.size() - survey.frameSizes.back(), 200000u);
+
+  options.sizeBytes = 1;
+  EXPECT_EQ(Generate(options).frameSizes.size(), 1u) << "the parameter frame alone";
+}
+
+TEST(SurveyGenerator, PingsLookLikeASeafloorSeenFromTwoHeads) {
+  // A ping across a smooth seafloor: depths near each other, across-track
+  // distances from port (negative) to starboard, angles to match, the first
+  // half of the beams from the port head.
+  class FirstPing final : public quor::ISurveyTarget {
+   public:
+    void HandleMultibeam(const quor::MultibeamRec& record) override {
+      if (!ping) ping = record;
+    }
+    std::optional<quor::MultibeamRec> ping;
+  } target;
+  const Survey survey = Generate(Small(3));
+  std::istringstream stream(survey.bytes);
+  ElacReader reader(&target, ElacReader::kAllBeams);
+  for (size_t i = 0; i < 100 && !target.ping; ++i) reader.ReadFrame(stream);
+  ASSERT_TRUE(target.ping);
+  const quor::MultibeamRec& ping = *target.ping;
+  ASSERT_EQ(ping.beamCount, 32u);
+  EXPECT_EQ(ping.pingNumber, 1);
+  EXPECT_GT(ping.soundVelocity, 1400.0);
+  EXPECT_LT(ping.soundVelocity, 1550.0);
+  for (uint32_t beam = 0; beam < 32; ++beam) {
+    EXPECT_GT(ping.depth[beam], 20.0f);
+    EXPECT_LT(ping.depth[beam], 90.0f);
+    EXPECT_GE(ping.quality[beam], 0u);
+    EXPECT_LE(ping.quality[beam], 15u);
+    EXPECT_NEAR(ping.acrossTrack[beam],
+                ping.depth[beam] * std::tan(ping.acrossAngle[beam] * std::numbers::pi / 180.0),
+                0.01);
+    if (beam > 0 && beam != 16) {
+      EXPECT_GT(ping.acrossAngle[beam], ping.acrossAngle[beam - 1]);
+    }
+  }
+  EXPECT_LT(ping.acrossTrack[0], -50.0f) << "port head's outer beam";
+  EXPECT_GT(ping.acrossTrack[31], 50.0f) << "starboard head's outer beam";
+}
+
+}  // namespace

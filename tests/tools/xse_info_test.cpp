@@ -1,0 +1,184 @@
+// `xse info` as users run it: the summary of a tiny generated survey and of
+// damaged data, exact but for the decode rate, in text and JSON.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "interpreters/surveyreaderlib/elacreader/xseformat.h"
+#include "support/runtool.h"
+#include "support/tempdir.h"
+#include "tools/framewriter/framewriter.h"
+#include "tools/framewriter/xsegroups.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+using xsetest::RunXse;
+using xsetest::TempDir;
+
+// The decode rate differs from run to run; everything else is exact.
+std::string WithoutDecodeRate(const std::string& text) {
+  static const std::regex textRate("  decode       [0-9.]+ s(, [0-9.]+ MiB/s)?\n");
+  static const std::regex jsonRate(
+      "\"decode\":\\{\"seconds\":[0-9.e-]+,\"bytesPerSecond\":([0-9.e+-]+|null)\\}");
+  return std::regex_replace(std::regex_replace(text, textRate, "  decode       RATE\n"), jsonRate,
+                            "\"decode\":RATE");
+}
+
+std::string TinySurvey(const TempDir& dir) {
+  const std::string path = dir.File("tiny.xse");
+  const auto made = RunXse({"gen", "--duration", "0.2", "--beams", "2", "--samples", "3",
+                            "--byte-order", "mixed", "--seed", "5", path});
+  EXPECT_EQ(made.status, 0) << made.err;
+  EXPECT_EQ(made.out, path + ": 9 frames, 2600 bytes, 0.17 s of survey\n");
+  return path;
+}
+
+TEST(XseInfo, SummarisesATinyGeneratedSurvey) {
+  TempDir dir;
+  const std::string path = TinySurvey(dir);
+  const auto result = RunXse({"info", path});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "") << "no progress bar when stderr is no terminal";
+  EXPECT_EQ(WithoutDecodeRate(result.out),
+            path +
+                "\n"
+                "  size         2600 bytes (2.5 KiB)\n"
+                "  byte order   big-endian 6, little-endian 3\n"
+                "  frames       9 decoded: 1 parameter, 4 navigation, 2 bathymetry, 2 sidescan\n"
+                "  rejected     0 frames, 0 bytes skipped\n"
+                "  records      8 startTime, 16 parameter, 4 position, 6 gyro, 4 motion, "
+                "2 multibeam, 2 sidescan\n"
+                "  multibeam    2 pings, 4 beams per ping\n"
+                "  sidescan     2 pings, 10 samples per ping\n"
+                "  time         2024-05-01T08:00:00.000000Z to 2024-05-01T08:00:00.171000Z "
+                "(0.171 s)\n"
+                "  position     4 WGS84 fixes: first 0.948668537 to 0.948668711, "
+                "second 0.188527731 to 0.188527903\n"
+                "  parameters   XSE Draft, kind 8: 1\n"
+                "               XSE Position, kind 6: 2\n"
+                "               XSE MRU, kind 2: 2\n"
+                "               XSE Heading, kind 5: 2\n"
+                "               XSE Port Transducer, kind 16: 1\n"
+                "               XSE Stbd Transducer, kind 17: 1 (0 valid)\n"
+                "               RX_, kind 17: 1\n"
+                "               (no name), kind 17: 2\n"
+                "               (no name), kind 256: 1\n"
+                "               (no name), kind 257: 1\n"
+                "               (no name), kind 0: 1 (0 valid)\n"
+                "               (no name), kind 16: 1\n"
+                "  decode       RATE\n");
+}
+
+TEST(XseInfo, JsonCarriesTheSameSummaryAsOneObject) {
+  TempDir dir;
+  const std::string path = TinySurvey(dir);
+  const auto result = RunXse({"info", "--json", path});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(WithoutDecodeRate(result.out),
+            "{\"file\":\"" + path +
+                "\",\"size\":2600,\"byteOrder\":{\"big\":6,\"little\":3},"
+                "\"frames\":{\"decoded\":9,\"parameter\":1,\"navigation\":4,\"bathymetry\":2,"
+                "\"sidescan\":2,\"rejected\":0},\"bytesSkipped\":0,"
+                "\"records\":{\"startTime\":8,\"parameter\":16,\"position\":4,\"gyro\":6,"
+                "\"motion\":4,\"multibeam\":2,\"sidescan\":2},"
+                "\"multibeam\":{\"pings\":2,\"beamsMin\":4,\"beamsMax\":4},"
+                "\"sidescan\":{\"pings\":2,\"samplesMin\":10,\"samplesMax\":10},"
+                "\"time\":{\"start\":\"2024-05-01T08:00:00.000000Z\","
+                "\"end\":\"2024-05-01T08:00:00.171000Z\",\"seconds\":0.171},"
+                "\"position\":{\"wgs84\":{\"fixes\":4,\"firstMin\":0.9486685374427111,"
+                "\"firstMax\":0.9486687110966822,\"secondMin\":0.18852773081473115,"
+                "\"secondMax\":0.18852790304497724},\"projected\":{\"fixes\":0,\"firstMin\":null,"
+                "\"firstMax\":null,\"secondMin\":null,\"secondMax\":null}},"
+                "\"parameters\":["
+                "{\"name\":\"XSE Draft\",\"sensorKind\":8,\"records\":1,\"valid\":1},"
+                "{\"name\":\"XSE Position\",\"sensorKind\":6,\"records\":2,\"valid\":2},"
+                "{\"name\":\"XSE MRU\",\"sensorKind\":2,\"records\":2,\"valid\":2},"
+                "{\"name\":\"XSE Heading\",\"sensorKind\":5,\"records\":2,\"valid\":2},"
+                "{\"name\":\"XSE Port Transducer\",\"sensorKind\":16,\"records\":1,\"valid\":1},"
+                "{\"name\":\"XSE Stbd Transducer\",\"sensorKind\":17,\"records\":1,\"valid\":0},"
+                "{\"name\":\"RX_\",\"sensorKind\":17,\"records\":1,\"valid\":1},"
+                "{\"name\":\"\",\"sensorKind\":17,\"records\":2,\"valid\":2},"
+                "{\"name\":\"\",\"sensorKind\":256,\"records\":1,\"valid\":1},"
+                "{\"name\":\"\",\"sensorKind\":257,\"records\":1,\"valid\":1},"
+                "{\"name\":\"\",\"sensorKind\":0,\"records\":1,\"valid\":0},"
+                "{\"name\":\"\",\"sensorKind\":16,\"records\":1,\"valid\":1}],"
+                "\"decode\":RATE}\n");
+}
+
+std::vector<uint8_t> Frame(xsewriter::FrameWriter& writer) {
+  const auto frame = writer.EndFrame();
+  return {frame.begin(), frame.end()};
+}
+
+TEST(XseInfo, CountsRejectedFramesAndSkippedBytes) {
+  // Junk, a navigation frame, one with a damaged end marker, a projected fix
+  // of another frame type, and a frame cut short by the end of the file.
+  xsewriter::FrameWriter writer(true);
+  writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 250000);
+  xsewriter::PutPositionGroup(writer, "ED50", 3500000.5, 6000000.25, 0.0);
+  const std::vector<uint8_t> navigation = Frame(writer);
+  std::vector<uint8_t> damaged = navigation;
+  damaged.back() = 0;
+  writer.SetBigEndian(false);
+  writer.BeginFrame(7, 3838320010u, 0);
+  const std::vector<uint8_t> other = Frame(writer);
+  std::vector<uint8_t> cut = navigation;
+  cut.resize(cut.size() - 5);
+
+  std::vector<uint8_t> data(8, 0xEE);
+  for (const auto& part : {navigation, damaged, other, cut})
+    data.insert(data.end(), part.begin(), part.end());
+  TempDir dir;
+  const auto path = dir.Write("damaged.xse", data);
+  const auto result = RunXse({"info", path});
+  EXPECT_EQ(result.status, 0) << result.err;
+  const size_t skipped = 8 + damaged.size() + cut.size();
+  EXPECT_EQ(WithoutDecodeRate(result.out),
+            path + "\n" + "  size         " + std::to_string(data.size()) + " bytes\n" +
+                "  byte order   big-endian 1, little-endian 1\n"
+                "  frames       2 decoded: 1 navigation, 1 type 7\n"
+                "  rejected     2 frames, " +
+                std::to_string(skipped) +
+                " bytes skipped\n"
+                "  records      2 startTime, 0 parameter, 1 position, 0 gyro, 0 motion, "
+                "0 multibeam, 0 sidescan\n"
+                "  multibeam    none\n"
+                "  sidescan     none\n"
+                "  time         2022-08-19T00:00:00.250000Z to 2022-08-19T00:00:10.000000Z "
+                "(9.750 s)\n"
+                "  position     1 projected fixes: first 3500000.5 to 3500000.5, "
+                "second 6000000.25 to 6000000.25\n"
+                "  parameters   none\n"
+                "  decode       RATE\n");
+}
+
+TEST(XseInfo, UnreadableFileIsReportedAndTheOthersAreStillSummarised) {
+  TempDir dir;
+  const std::string path = TinySurvey(dir);
+  const auto empty = dir.Write("empty.xse", {});
+  const auto result = RunXse({"info", "--json", dir.File("missing.xse"), path, empty});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "xse: cannot open " + dir.File("missing.xse") +
+                            ": No such file or directory\n"
+                            "xse: cannot open " +
+                            empty + ": file is empty\n");
+  EXPECT_THAT(result.out, MatchesRegex("\\{\"file\":\"[^\n]*\\}\n"));
+}
+
+TEST(XseInfo, SeveralFilesAreSeparatedByABlankLine) {
+  TempDir dir;
+  const std::string path = TinySurvey(dir);
+  const auto result = RunXse({"info", path, path});
+  EXPECT_EQ(result.status, 0);
+  const std::string out = WithoutDecodeRate(result.out);
+  const size_t second = out.find("\n\n" + path + "\n");
+  ASSERT_NE(second, std::string::npos);
+  EXPECT_EQ(out.substr(second + 2), out.substr(0, second + 1));
+}
+
+}  // namespace

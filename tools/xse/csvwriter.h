@@ -1,0 +1,47 @@
+// CsvRecordWriter: a survey target that writes the records of one kind as a
+// CSV table: a header row, then one row per record, or one row per beam or
+// sample for multibeam and sidescan pings, keyed by ping number and index.
+// Times are ISO 8601 UTC; numbers the shortest text that reads back to the
+// same value; a per-beam value the ping does not carry is an empty cell.
+// Rows collect in a buffer that the owner flushes.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "tools/xse/recordkind.h"
+
+namespace xsetool {
+
+// The header row of the table of `kind`, without the line end.
+std::string_view CsvHeader(RecordKind kind);
+
+class CsvRecordWriter final : public quor::ISurveyTarget {
+ public:
+  // The header row is written first; records of other kinds are ignored.
+  CsvRecordWriter(std::FILE* out, RecordKind kind);
+
+  void HandleStartTime(const quor::timeval& startTime) override;
+  void HandleParameter(const quor::ParameterRec& record) override;
+  void HandlePosition(const quor::NavigationRec& record) override;
+  void HandleGyro(const quor::GyroRec& record) override;
+  void HandleMotion(const quor::MotionRec& record) override;
+  void HandleMultibeam(const quor::MultibeamRec& record) override;
+  void HandleSidescan(const quor::SidescanRec& record) override;
+
+  // Writes out what is buffered; false when any write so far failed.
+  bool Flush();
+
+ private:
+  void BeginRow(const quor::timeval& time);
+  void EndRow();
+
+  std::FILE* out_;
+  RecordKind kind_;
+  std::string buffer_;
+  bool writeFailed_ = false;
+};
+
+}  // namespace xsetool

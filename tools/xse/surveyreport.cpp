@@ -1,0 +1,324 @@
+#include "tools/xse/surveyreport.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "interpreters/surveyreaderlib/elacreader/xseformat.h"
+#include "tools/xse/jsontext.h"
+#include "tools/xse/utctime.h"
+
+namespace xsetool {
+namespace {
+
+std::string Printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+std::string Printf(const char* format, ...) {
+  char text[512];
+  va_list args;
+  va_start(args, format);
+  std::vsnprintf(text, sizeof text, format, args);
+  va_end(args);
+  return text;
+}
+
+unsigned long long Ull(uint64_t value) { return static_cast<unsigned long long>(value); }
+
+std::string HumanBytes(uint64_t bytes) {
+  static const char* const kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};
+  double value = static_cast<double>(bytes);
+  size_t unit = 0;
+  while (value >= 1024.0 && unit + 1 < std::size(kUnits)) {
+    value /= 1024.0;
+    ++unit;
+  }
+  return unit == 0 ? Printf("%llu bytes", Ull(bytes)) : Printf("%.1f %s", value, kUnits[unit]);
+}
+
+// Names of the frame types this reader decodes; others go by number.
+const char* FrameTypeName(uint32_t type) {
+  switch (type) {
+    case elac::kNavigationFrame:
+      return "navigation";
+    case elac::kParameterFrame:
+      return "parameter";
+    case elac::kSidescanFrame:
+      return "sidescan";
+    case elac::kBathymetryFrame:
+      return "bathymetry";
+    default:
+      return nullptr;
+  }
+}
+
+std::string FrameTypeLabel(uint32_t slot) {
+  if (const char* name = FrameTypeName(slot)) return name;
+  if (slot == elac::ReadStatistics::kOtherFrameTypes) return Printf("type %u+", slot);
+  return Printf("type %u", slot);
+}
+
+// Frame types in the order people think of a survey: set-up, then data.
+constexpr uint32_t kNamedTypeOrder[] = {elac::kParameterFrame, elac::kNavigationFrame,
+                                        elac::kBathymetryFrame, elac::kSidescanFrame};
+
+bool IsNamedType(uint32_t slot) { return FrameTypeName(slot) != nullptr; }
+
+// Names may hold anything; only printable ASCII goes to the terminal.
+std::string PrintableName(const std::string& name) {
+  if (name.empty()) return "(no name)";
+  std::string text;
+  for (char c : name) text += (c >= 0x20 && c < 0x7F) ? c : '?';
+  return text;
+}
+
+std::string CountRange(const Range<uint32_t>& range, const char* unit) {
+  if (range.min == range.max) return Printf("%u %s per ping", range.min, unit);
+  return Printf("%u to %u %s per ping", range.min, range.max, unit);
+}
+
+std::string PositionLine(const PositionBounds& bounds, const char* datum) {
+  std::string line = Printf("%llu %s fixes", Ull(bounds.fixes), datum);
+  if (!bounds.first.empty) {
+    line += Printf(": first %.9g to %.9g, second %.9g to %.9g", bounds.first.min, bounds.first.max,
+                   bounds.second.min, bounds.second.max);
+  }
+  return line;
+}
+
+// An empty label continues the fact above it, lined up under it.
+void AppendLine(std::string& out, const char* label, const std::string& facts) {
+  out += Printf("  %-12s %s\n", label, facts.c_str());
+}
+
+void AppendKey(std::string& out, const char* key) {
+  if (out.back() != '{' && out.back() != '[') out += ',';
+  AppendJsonString(out, key);
+  out += ':';
+}
+
+void AppendUnsigned(std::string& out, const char* key, uint64_t value) {
+  AppendKey(out, key);
+  AppendJsonNumber(out, value);
+}
+
+void AppendDouble(std::string& out, const char* key, double value) {
+  AppendKey(out, key);
+  AppendJsonNumber(out, value);
+}
+
+void AppendRange(std::string& out, const char* minKey, const char* maxKey,
+                 const Range<uint32_t>& range) {
+  AppendKey(out, minKey);
+  out += range.empty ? "null" : std::to_string(range.min);
+  AppendKey(out, maxKey);
+  out += range.empty ? "null" : std::to_string(range.max);
+}
+
+void AppendBounds(std::string& out, const char* key, const PositionBounds& bounds) {
+  AppendKey(out, key);
+  out += '{';
+  AppendUnsigned(out, "fixes", bounds.fixes);
+  const auto bound = [&](const char* name, const Range<double>& range, bool max) {
+    AppendKey(out, name);
+    if (range.empty) {
+      out += "null";
+    } else {
+      AppendJsonNumber(out, max ? range.max : range.min);
+    }
+  };
+  bound("firstMin", bounds.first, false);
+  bound("firstMax", bounds.first, true);
+  bound("secondMin", bounds.second, false);
+  bound("secondMax", bounds.second, true);
+  out += '}';
+}
+
+}  // namespace
+
+std::string FormatSummaryText(const FileSummary& summary) {
+  const elac::ReadStatistics& frames = summary.frames;
+  const SurveyStats& records = summary.records;
+  std::string out = summary.path + "\n";
+  AppendLine(out, "size",
+             summary.size < 1024
+                 ? HumanBytes(summary.size)
+                 : Printf("%llu bytes (%s)", Ull(summary.size), HumanBytes(summary.size).c_str()));
+
+  std::string orders;
+  if (frames.bigEndianFrames != 0) orders = Printf("big-endian %llu", Ull(frames.bigEndianFrames));
+  if (frames.littleEndianFrames != 0) {
+    if (!orders.empty()) orders += ", ";
+    orders += Printf("little-endian %llu", Ull(frames.littleEndianFrames));
+  }
+  AppendLine(out, "byte order", orders.empty() ? "none" : orders);
+
+  std::string types = Printf("%llu decoded", Ull(frames.FramesDecoded()));
+  std::string separator = ": ";
+  const auto addType = [&](uint32_t slot) {
+    if (frames.framesByType[slot] == 0) return;
+    types +=
+        separator + Printf("%llu %s", Ull(frames.framesByType[slot]), FrameTypeLabel(slot).c_str());
+    separator = ", ";
+  };
+  for (uint32_t type : kNamedTypeOrder) addType(type);
+  for (uint32_t slot = 0; slot < frames.framesByType.size(); ++slot) {
+    if (!IsNamedType(slot)) addType(slot);
+  }
+  AppendLine(out, "frames", types);
+  AppendLine(out, "rejected",
+             Printf("%llu frames, %llu bytes skipped", Ull(frames.framesRejected),
+                    Ull(summary.bytesSkipped())));
+
+  std::string kinds;
+  for (RecordKind kind : kAllRecordKinds) {
+    if (!kinds.empty()) kinds += ", ";
+    kinds += Printf("%llu %s", Ull(records.records(kind)), RecordKindName(kind).data());
+  }
+  AppendLine(out, "records", kinds);
+
+  const uint64_t pings = records.records(RecordKind::kMultibeam);
+  AppendLine(out, "multibeam",
+             pings == 0 ? "none"
+                        : Printf("%llu pings, %s", Ull(pings),
+                                 CountRange(records.beamsPerPing(), "beams").c_str()));
+  const uint64_t sidescanPings = records.records(RecordKind::kSidescan);
+  AppendLine(out, "sidescan",
+             sidescanPings == 0 ? "none"
+                                : Printf("%llu pings, %s", Ull(sidescanPings),
+                                         CountRange(records.samplesPerPing(), "samples").c_str()));
+
+  const auto& span = records.timeSpan();
+  AppendLine(out, "time",
+             span.empty ? "none"
+                        : Printf("%s to %s (%.3f s)", FormatUtc(span.min.time).c_str(),
+                                 FormatUtc(span.max.time).c_str(),
+                                 SecondsBetween(span.min.time, span.max.time)));
+
+  const PositionBounds& geographic = records.geographic();
+  const PositionBounds& projected = records.projected();
+  if (geographic.fixes == 0 && projected.fixes == 0) {
+    AppendLine(out, "position", "none");
+  } else {
+    const char* label = "position";
+    if (geographic.fixes != 0) {
+      AppendLine(out, label, PositionLine(geographic, "WGS84"));
+      label = "";
+    }
+    if (projected.fixes != 0) AppendLine(out, label, PositionLine(projected, "projected"));
+  }
+
+  if (records.parameters().empty()) {
+    AppendLine(out, "parameters", "none");
+  } else {
+    const char* label = "parameters";
+    for (const ParameterTally& tally : records.parameters()) {
+      std::string line = Printf("%s, kind %d: %llu", PrintableName(tally.name).c_str(),
+                                tally.sensorKind, Ull(tally.records));
+      if (tally.valid != tally.records) line += Printf(" (%llu valid)", Ull(tally.valid));
+      AppendLine(out, label, line);
+      label = "";
+    }
+  }
+
+  const double seconds = summary.decodeSeconds;
+  AppendLine(out, "decode",
+             seconds > 0 ? Printf("%.3f s, %.1f MiB/s", seconds,
+                                  static_cast<double>(summary.size) / seconds / (1 << 20))
+                         : Printf("%.3f s", seconds));
+  return out;
+}
+
+std::string FormatSummaryJson(const FileSummary& summary) {
+  const elac::ReadStatistics& frames = summary.frames;
+  const SurveyStats& records = summary.records;
+  std::string out = "{";
+  AppendKey(out, "file");
+  AppendJsonString(out, summary.path);
+  AppendUnsigned(out, "size", summary.size);
+
+  AppendKey(out, "byteOrder");
+  out += '{';
+  AppendUnsigned(out, "big", frames.bigEndianFrames);
+  AppendUnsigned(out, "little", frames.littleEndianFrames);
+  out += '}';
+
+  AppendKey(out, "frames");
+  out += '{';
+  AppendUnsigned(out, "decoded", frames.FramesDecoded());
+  for (uint32_t type : kNamedTypeOrder)
+    AppendUnsigned(out, FrameTypeName(type), frames.framesByType[type]);
+  for (uint32_t slot = 0; slot < frames.framesByType.size(); ++slot) {
+    if (IsNamedType(slot) || frames.framesByType[slot] == 0) continue;
+    const std::string key = slot == elac::ReadStatistics::kOtherFrameTypes ? Printf("type%u+", slot)
+                                                                           : Printf("type%u", slot);
+    AppendUnsigned(out, key.c_str(), frames.framesByType[slot]);
+  }
+  AppendUnsigned(out, "rejected", frames.framesRejected);
+  out += '}';
+  AppendUnsigned(out, "bytesSkipped", summary.bytesSkipped());
+
+  AppendKey(out, "records");
+  out += '{';
+  for (RecordKind kind : kAllRecordKinds) {
+    AppendUnsigned(out, RecordKindName(kind).data(), records.records(kind));
+  }
+  out += '}';
+
+  AppendKey(out, "multibeam");
+  out += '{';
+  AppendUnsigned(out, "pings", records.records(RecordKind::kMultibeam));
+  AppendRange(out, "beamsMin", "beamsMax", records.beamsPerPing());
+  out += '}';
+  AppendKey(out, "sidescan");
+  out += '{';
+  AppendUnsigned(out, "pings", records.records(RecordKind::kSidescan));
+  AppendRange(out, "samplesMin", "samplesMax", records.samplesPerPing());
+  out += '}';
+
+  AppendKey(out, "time");
+  const auto& span = records.timeSpan();
+  if (span.empty) {
+    out += "null";
+  } else {
+    out += '{';
+    AppendKey(out, "start");
+    AppendJsonString(out, FormatUtc(span.min.time));
+    AppendKey(out, "end");
+    AppendJsonString(out, FormatUtc(span.max.time));
+    AppendDouble(out, "seconds", SecondsBetween(span.min.time, span.max.time));
+    out += '}';
+  }
+
+  AppendKey(out, "position");
+  out += '{';
+  AppendBounds(out, "wgs84", records.geographic());
+  AppendBounds(out, "projected", records.projected());
+  out += '}';
+
+  AppendKey(out, "parameters");
+  out += '[';
+  for (const ParameterTally& tally : records.parameters()) {
+    if (out.back() != '[') out += ',';
+    out += '{';
+    AppendKey(out, "name");
+    AppendJsonString(out, tally.name);
+    AppendKey(out, "sensorKind");
+    AppendJsonNumber(out, int64_t{tally.sensorKind});
+    AppendUnsigned(out, "records", tally.records);
+    AppendUnsigned(out, "valid", tally.valid);
+    out += '}';
+  }
+  out += ']';
+
+  AppendKey(out, "decode");
+  out += '{';
+  AppendDouble(out, "seconds", summary.decodeSeconds);
+  AppendKey(out, "bytesPerSecond");
+  if (summary.decodeSeconds > 0) {
+    AppendJsonNumber(out, static_cast<double>(summary.size) / summary.decodeSeconds);
+  } else {
+    out += "null";
+  }
+  out += "}}\n";
+  return out;
+}
+
+}  // namespace xsetool
