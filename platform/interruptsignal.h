@@ -1,0 +1,23 @@
+// Catching the user's interrupt (Ctrl-C) and termination requests so a
+// program can wind down in order instead of dying mid-write. The handler
+// only raises a flag; the program looks at it from its own threads.
+#pragma once
+
+namespace platform {
+
+// Catches SIGINT and SIGTERM for its lifetime and puts the previous
+// handling back afterwards. Only one may exist at a time. After the first
+// request the default handling is back in force, so a second Ctrl-C ends a
+// program that no longer responds.
+class InterruptCatcher {
+ public:
+  InterruptCatcher();
+  InterruptCatcher(const InterruptCatcher&) = delete;
+  InterruptCatcher& operator=(const InterruptCatcher&) = delete;
+  ~InterruptCatcher();
+
+  // True once a request has arrived since construction.
+  bool Caught() const;
+};
+
+}  // namespace platform

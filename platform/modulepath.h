@@ -1,0 +1,22 @@
+// Which loaded module (the program or a shared library) holds an address:
+// how a library finds its own file without being told.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace platform {
+
+struct ModuleInfo {
+  std::string path;            // full path of the module's file, as it was loaded
+  const void* base = nullptr;  // load address: distinct for every module loaded
+};
+
+// The module that holds `address` (take the address of anything defined in
+// the module itself), or nothing when no loaded module holds it.
+std::optional<ModuleInfo> ModuleContaining(const void* address);
+
+// Full path of the running program's file; empty when it cannot be told.
+std::string ExecutablePath();
+
+}  // namespace platform
