@@ -1,0 +1,49 @@
+// What the module exports, as a host sees it. A class cannot be looked up
+// by name in a loaded library, so the module hands out its objects through
+// these C functions; the objects themselves are used through the host's
+// classes (CReader, CReader::Properties, platform::CPropertyPage). Objects
+// made by the module are destroyed by it, before it is unloaded.
+#pragma once
+
+#include <cstdint>
+
+#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "platform/framework/propertypage.h"
+#include "platform/hostreader/creader.h"
+#include "platform/sharedapi.h"
+
+// Reasons the module entry is called with.
+inline constexpr uint32_t kModuleProcessDetach = 0;
+inline constexpr uint32_t kModuleProcessAttach = 1;
+inline constexpr uint32_t kModuleThreadAttach = 2;
+inline constexpr uint32_t kModuleThreadDetach = 3;
+
+extern "C" {
+
+// The module entry: the module's own loader calls it with reason 1 when the
+// module is loaded and 0 when it is unloaded. Returns non-zero on success;
+// other reasons change nothing and return 1.
+XSE_SHARED_API int32_t XSEReaderModuleEntry(const void* module, uint32_t reason, void* reserved);
+
+// A new ZXSEReader, or null when the module did not start up or memory ran
+// out. Destroy it with DestroyXSEReader after its reader thread has ended.
+XSE_SHARED_API CReader* CreateXSEReader(int32_t hostValue);
+XSE_SHARED_API void DestroyXSEReader(CReader* reader);
+
+// ZXSEReader::sCanReadFile: 1 when `fileName` holds XSE data.
+XSE_SHARED_API int32_t XSEReaderCanReadFile(const char* fileName, int32_t extensionCheck);
+
+// The reader's properties (ZXSEReader::XSEProperties).
+XSE_SHARED_API CReader::Properties* CreateXSEProperties();
+XSE_SHARED_API void DestroyXSEProperties(CReader::Properties* properties);
+// ZXSEReader::SetupProperties; does nothing unless both come from this module.
+XSE_SHARED_API void XSEReaderSetupProperties(CReader* reader,
+                                             const CReader::Properties* properties);
+// ZXSEReader::ConvertTime; 0 for a reader from elsewhere.
+XSE_SHARED_API int32_t XSEReaderConvertTime(const CReader* reader, const quor::SensorRec* record);
+
+// The settings page for `reader` (may be null).
+XSE_SHARED_API platform::CPropertyPage* CreateElacSettingsDlg(CReader* reader);
+XSE_SHARED_API void DestroyElacSettingsDlg(platform::CPropertyPage* page);
+
+}  // extern "C"

@@ -1,0 +1,107 @@
+// ZXSEReader: the reader object the host creates and drives. It reads a
+// list of XSE files (or, later, a live server) on the host's reader thread,
+// one data source at a time, reports progress and each file's outcome to
+// the host, and takes the start time of the data and the latest headings
+// from the records the decoder hands it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "interpreters/surveyreaderlib/elacreader/ielaccontainer.h"
+#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "platform/hostreader/creader.h"
+#include "platform/hostreader/zproplist.h"
+
+class ZXSEReader : public CReader, public quor::ISurveyTarget {
+ public:
+  // The reader's properties: the host's common ones under the section "XSE".
+  class XSEProperties : public CReader::Properties {
+   public:
+    XSEProperties() = default;
+    XSEProperties(const XSEProperties&) = default;
+    XSEProperties(XSEProperties&&) noexcept = default;
+    XSEProperties& operator=(const XSEProperties&) = default;
+    XSEProperties& operator=(XSEProperties&&) noexcept = default;
+    ~XSEProperties() override = default;
+
+    // Adds the section "XSE" (value -1), then the host's common properties.
+    void GetProperties(ZPropList& list) override;
+    bool PropertyHostSlot1(int32_t propertyId, int32_t value) override;  // true
+    void PropertyHostSlot2(int32_t propertyId) override;                 // nothing
+    bool PropertyHostSlot4(int32_t propertyId) override;                 // true
+  };
+
+  // How long the wait for a source to open pauses between attempts: short
+  // enough that a stop ends the wait at once for a person, long enough not
+  // to burn a core on a server that never answers.
+  static constexpr uint32_t kOpenRetryPauseMs = 20;
+
+  explicit ZXSEReader(int32_t hostValue = 0);
+  // Stops and joins a reader thread still running, then drops the source.
+  ~ZXSEReader() override;
+
+  // sCanReadFile with the reader's extension-check flag.
+  int32_t CanReadFile(std::string& fileName) override;
+  // Whether `fileName` holds XSE data: with `extensionCheck` its extension
+  // must be "xse" in any case; then the file must open and its first read
+  // must consume bytes (a first frame start at a multiple of 4 bytes whose
+  // frame fits the file). 1 or 0; nothing is reported.
+  static int32_t sCanReadFile(const std::string& fileName, int32_t extensionCheck);
+
+  // Reads the prepared source to its end or until the running flag is
+  // cleared. Progress goes to NotifyProgress whenever the percentage rises;
+  // a run that reached the end reports FileAdded (a named file) or
+  // FailedReading(null). The source is dropped in every case. Returns 1
+  // when the run ended by itself, -1 when it was stopped, 0 when there was
+  // no source to read.
+  int32_t RunReader() override;
+  // Reads the file list from its head, one ElacFile per name; files that do
+  // not open (or are empty) are skipped without a report. 0 when the list
+  // was worked through, -1 when stopped or no source could be made.
+  int32_t MultipleRunReader() override;
+  // Clears the running flag; nothing else. Returns 1.
+  int32_t StopReader() override;
+  // Live data is not served yet: connects nowhere and returns 0.
+  int32_t ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_t port,
+                    int32_t last) override;
+  // Drops the source, if any.
+  void Reset() override;
+
+  // Copies the first five parameter values of `properties` into the
+  // parameter block; null changes nothing.
+  void SetupProperties(const XSEProperties* properties);
+
+  // Milliseconds of `record` since the start time, in wrapping 32-bit
+  // arithmetic. Does not look at the start-time flag.
+  int32_t ConvertTime(const quor::SensorRec& record) const;
+
+  // Makes `container` the source of the next RunReader (owned).
+  void SetContainer(std::unique_ptr<IElacContainer> container);
+  bool HasContainer() const { return container_ != nullptr; }
+
+  // Latest heading of the primary source and of the heading carried in
+  // bathymetry frames; -1 until one arrives.
+  double primaryHeading() const { return primaryHeading_; }
+  double bathymetryHeading() const { return bathymetryHeading_; }
+
+  // quor::ISurveyTarget: the start time and the headings; the rest only
+  // leave a verbose trace line, if that.
+  void HandleStartTime(const quor::timeval& startTime) override;
+  void HandleParameter(const quor::ParameterRec& record) override;
+  void HandlePosition(const quor::NavigationRec& record) override;
+  void HandleGyro(const quor::GyroRec& record) override;
+  void HandleMotion(const quor::MotionRec& record) override;
+  void HandleMultibeam(const quor::MultibeamRec& record) override;
+  void HandleSidescan(const quor::SidescanRec& record) override;
+  void HandleGeodesy() override;
+
+ private:
+  // Waits until the source is open or the running flag is cleared.
+  void WaitForOpenContainer();
+
+  std::unique_ptr<IElacContainer> container_;
+  double primaryHeading_ = -1.0;
+  double bathymetryHeading_ = -1.0;
+};

@@ -1,0 +1,94 @@
+// A file run that cannot get memory for its next source. Allocation
+// failure is injected by replacing the global allocation functions of this
+// test program: while a test asks for it, large requests on its thread fail.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "interpreters/xsereader/xsereadertestsupport.h"
+#include "interpreters/xsereader/zxsereader.h"
+#include "platform/messagebox.h"
+#include "support/tempdir.h"
+
+namespace {
+
+thread_local bool t_failLargeAllocations = false;
+constexpr std::size_t kLarge = 64 * 1024;
+
+void* Allocate(std::size_t size) {
+  if (t_failLargeAllocations && size >= kLarge) return nullptr;
+  return std::malloc(size == 0 ? 1 : size);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (void* memory = Allocate(size)) return memory;
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) {
+  if (void* memory = Allocate(size)) return memory;
+  throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+
+namespace {
+
+// Large requests of this thread fail while one of these exists.
+class FailingLargeAllocations {
+ public:
+  FailingLargeAllocations() { t_failLargeAllocations = true; }
+  FailingLargeAllocations(const FailingLargeAllocations&) = delete;
+  FailingLargeAllocations& operator=(const FailingLargeAllocations&) = delete;
+  ~FailingLargeAllocations() { t_failLargeAllocations = false; }
+};
+
+// The file's read buffer is the large request here.
+TEST(OutOfMemoryTest, SourceThatCannotGetMemoryEndsTheRunWithABox) {
+  xsetest::TempDir dir;
+  ZXSEReader reader;
+  xsetest::EventRecorder recorder;
+  reader.SetObserver(&recorder);
+  reader.running = 1;
+  const std::string file = dir.Write("a.xse", xsetest::PositionFrames(2));
+  reader.fileList = {file, file};
+  std::vector<std::string> boxes;
+  platform::ScopedMessageBoxHandler handler(
+      [&boxes](const std::string& caption, const std::string& text) {
+        boxes.push_back(caption + ": " + text);
+      });
+
+  int32_t result = 0;
+  {
+    FailingLargeAllocations failing;
+    result = reader.MultipleRunReader();
+  }
+
+  EXPECT_EQ(result, -1);
+  EXPECT_THAT(boxes, ::testing::ElementsAre("XSEReader: Out of memory."));
+  EXPECT_THAT(recorder.events(), ::testing::IsEmpty());
+  EXPECT_EQ(reader.currentFileName, file);
+  EXPECT_EQ(reader.fileList.size(), 1u);
+  EXPECT_FALSE(reader.HasContainer());
+}
+
+TEST(OutOfMemoryTest, FileCheckWithoutMemoryAnswersNo) {
+  xsetest::TempDir dir;
+  const std::string file = dir.Write("a.xse", xsetest::PositionFrames(1));
+  ASSERT_EQ(ZXSEReader::sCanReadFile(file, 1), 1);
+  FailingLargeAllocations failing;
+  EXPECT_EQ(ZXSEReader::sCanReadFile(file, 1), 0);
+}
+
+}  // namespace

@@ -1,0 +1,35 @@
+// Runs a tool in a given folder with extra environment variables, as a
+// child process whose process-wide state (loaded modules, trace files)
+// stays apart from the test's.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/runtool.h"
+
+namespace xsetest {
+
+using EnvironmentList = std::vector<std::pair<std::string, std::string>>;
+
+// Runs `program` with `args` in `workDir`, with `environment` added to the
+// test's own; stdin is empty.
+inline ToolResult RunToolWith(const std::string& program, const std::vector<std::string>& args,
+                              const std::string& workDir, const EnvironmentList& environment) {
+  TempDir capture;
+  std::string command = "cd " + ShellQuote(workDir) + " && env";
+  for (const auto& [name, value] : environment) command += " " + ShellQuote(name + "=" + value);
+  command += " " + ShellQuote(program);
+  for (const auto& arg : args) command += " " + ShellQuote(arg);
+  command +=
+      " </dev/null >" + ShellQuote(capture.File("out")) + " 2>" + ShellQuote(capture.File("err"));
+  ToolResult result;
+  const int raw = std::system(command.c_str());
+  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  result.out = ReadWholeFile(capture.File("out"));
+  result.err = ReadWholeFile(capture.File("err"));
+  return result;
+}
+
+}  // namespace xsetest
