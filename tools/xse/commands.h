@@ -15,5 +15,7 @@ inline constexpr int kExitUsage = 2;
 int RunDumpCommand(std::span<const std::string_view> args);
 int RunGenCommand(std::span<const std::string_view> args);
 int RunInfoCommand(std::span<const std::string_view> args);
+int RunRunCommand(std::span<const std::string_view> args);
+int RunCheckCommand(std::span<const std::string_view> args);
 
 }  // namespace xsetool

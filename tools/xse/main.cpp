@@ -14,6 +14,8 @@ constexpr const char* kUsage =
     "  gen OUT.xse      write a synthetic survey\n"
     "  info FILE...     summarise each file: frames, records, pings, time, positions\n"
     "  dump FILE...     write the decoded records as JSON lines or a CSV table\n"
+    "  run FILE...      read the files through the reader plug-in, as the host does\n"
+    "  check FILE...    ask the reader plug-in whether it can read each file\n"
     "\n"
     "Run 'xse COMMAND --help' for the options of a command.\n";
 
@@ -34,6 +36,8 @@ int main(int argc, char** argv) {
   if (command == "dump") return xsetool::RunDumpCommand(rest);
   if (command == "gen") return xsetool::RunGenCommand(rest);
   if (command == "info") return xsetool::RunInfoCommand(rest);
+  if (command == "run") return xsetool::RunRunCommand(rest);
+  if (command == "check") return xsetool::RunCheckCommand(rest);
   std::fprintf(stderr, "xse: unknown command '%.*s'\n%s", static_cast<int>(command.size()),
                command.data(), kUsage);
   return xsetool::kExitUsage;

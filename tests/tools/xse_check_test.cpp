@@ -1,0 +1,57 @@
+// `xse check`: one answer per file and an exit code scripts can test.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "interpreters/xsereader/xsereadertestsupport.h"
+#include "support/runtool.h"
+#include "support/tempdir.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using xsetest::PositionFrames;
+using xsetest::RunXse;
+using xsetest::TempDir;
+
+TEST(XseCheck, AnswersPerFileAndSucceedsOnlyWhenAllAreYes) {
+  TempDir dir;
+  std::vector<uint8_t> bare = {'$', 'H', 'S', 'F', 0, 0, 0, 16};
+  bare.resize(24, 0);
+  std::vector<uint8_t> bareWithTail = bare;
+  bareWithTail.resize(28, 7);
+  std::vector<uint8_t> atOffset6(6, 0);
+  const auto frame = PositionFrames(1);
+  atOffset6.insert(atOffset6.end(), frame.begin(), frame.end());
+
+  const std::string good = dir.Write("survey.XSE", frame);
+  const std::string other = dir.Write("survey.dat", frame);
+  const std::string empty = dir.Write("empty.xse", {});
+  const std::string cut = dir.Write("bare.xse", bare);
+  const std::string tail = dir.Write("tail.xse", bareWithTail);
+  const std::string shifted = dir.Write("offset6.xse", atOffset6);
+  const std::string missing = dir.File("missing.xse");
+
+  const auto mixed = RunXse({"check", good, other, empty, cut, tail, shifted, missing});
+  EXPECT_EQ(mixed.status, 1);
+  EXPECT_EQ(mixed.out, good + ": yes\n" + other + ": yes\n" + empty + ": no\n" + cut + ": no\n" +
+                           tail + ": yes\n" + shifted + ": no\n" + missing + ": no\n");
+
+  const auto withExtension = RunXse({"check", "--ext", good, other});
+  EXPECT_EQ(withExtension.status, 1);
+  EXPECT_EQ(withExtension.out, good + ": yes\n" + other + ": no\n");
+
+  const auto allYes = RunXse({"check", good, tail});
+  EXPECT_EQ(allYes.status, 0);
+}
+
+TEST(XseCheck, UsageErrors) {
+  EXPECT_EQ(RunXse({"check"}).status, 2);
+  const auto result = RunXse({"check", "--nope", "a"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.err, HasSubstr("usage: xse check [--ext] FILE..."));
+}
+
+}  // namespace

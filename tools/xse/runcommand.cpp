@@ -1,0 +1,199 @@
+// xse run: reads files through the reader plug-in exactly as the host
+// does: loads the module, asks it which files it can read, hands it the
+// list and runs it on its reader thread, showing what it reports.
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "interpreters/xsereader/host/xsereadermodule.h"
+#include "platform/interruptsignal.h"
+#include "platform/terminal.h"
+#include "tools/xse/commands.h"
+#include "tools/xse/jsontext.h"
+#include "tools/xse/progressbar.h"
+
+namespace xsetool {
+namespace {
+
+constexpr const char* kRunUsage = "usage: xse run [--events] [--no-ext-check] FILE...\n";
+
+constexpr const char* kRunHelp =
+    "Loads the reader plug-in and reads the files with it as the host does:\n"
+    "each file is first offered to the plug-in's file check, the ones it\n"
+    "accepts are read in order on its reader thread. Ctrl-C stops the run.\n"
+    "At the end each file's outcome is listed: read, not read, or not\n"
+    "recognised. Exit status 0 when every file was read, 1 when one was not,\n"
+    "130 when the run was stopped.\n"
+    "\n"
+    "  --events        every report of the plug-in as one JSON line on stdout\n"
+    "                  (progress, fileAdded, failedReading, then finished)\n"
+    "                  instead of the list of outcomes\n"
+    "  --no-ext-check  accept files whatever their extension (normally .xse)\n"
+    "  --help          show this help\n"
+    "\n"
+    "The plug-in is $XSE_READER_MODULE, else xsereader.so beside xse, else the\n"
+    "one this build made.\n";
+
+// How often the waiting main thread looks for a Ctrl-C.
+constexpr uint32_t kInterruptPollMs = 50;
+constexpr int kExitStopped = 130;
+
+int RunUsageError(const std::string& message) {
+  std::fprintf(stderr, "xse run: %s\n%s", message.c_str(), kRunUsage);
+  return kExitUsage;
+}
+
+// What the host shows of a run. Reports arrive on the reader thread; the
+// main thread reads the outcomes only after that thread has ended.
+class RunObserver final : public IReaderObserver {
+ public:
+  RunObserver(bool events, bool showProgress) : events_(events), showProgress_(showProgress) {}
+
+  void OnProgress(const CReader& reader, const CReader::ProgressStat& stat) override {
+    if (events_) {
+      Emit("{\"event\":\"progress\",\"percent\":" + std::to_string(stat.percent) + ",\"done\":" +
+           std::to_string(stat.done) + ",\"total\":" + std::to_string(stat.total) + "}");
+    }
+    if (bar_ == nullptr) {
+      bar_ = std::make_unique<ProgressBar>(stderr, showProgress_, reader.currentFileName,
+                                           static_cast<uint64_t>(std::max(stat.total, 0)));
+    }
+    bar_->Update(static_cast<uint64_t>(std::max(stat.done, 0)));
+    if (stat.percent >= 100) bar_.reset();
+  }
+
+  void OnFileAdded(const CReader& /*reader*/, const std::string& fileName) override {
+    if (events_) {
+      std::string line = "{\"event\":\"fileAdded\",\"file\":";
+      AppendJsonString(line, fileName);
+      Emit(line + "}");
+    }
+    filesAdded_.push_back(fileName);
+  }
+
+  void OnFailedReading(const CReader& /*reader*/, const char* /*text*/) override {
+    if (events_) Emit("{\"event\":\"failedReading\"}");
+  }
+
+  // The files reported read, in order.
+  const std::vector<std::string>& filesAdded() const { return filesAdded_; }
+
+  static void Emit(const std::string& line) {
+    std::fputs(line.c_str(), stdout);
+    std::fputc('\n', stdout);
+    // A consumer follows the run as it happens.
+    std::fflush(stdout);
+  }
+
+ private:
+  bool events_;
+  bool showProgress_;
+  std::unique_ptr<ProgressBar> bar_;
+  std::vector<std::string> filesAdded_;
+};
+
+enum class Outcome { kRead, kNotRead, kNotRecognised };
+
+}  // namespace
+
+int RunRunCommand(std::span<const std::string_view> args) {
+  bool events = false;
+  bool extensionCheck = true;
+  std::vector<std::string> files;
+  for (const std::string_view arg : args) {
+    if (arg == "--help" || arg == "-h") {
+      std::fputs(kRunUsage, stdout);
+      std::fputs(kRunHelp, stdout);
+      return kExitOk;
+    }
+    if (arg == "--events") {
+      events = true;
+    } else if (arg == "--no-ext-check") {
+      extensionCheck = false;
+    } else if (arg.size() > 1 && arg.front() == '-' && arg != "--") {
+      return RunUsageError("unknown option '" + std::string(arg) + "'");
+    } else if (arg != "--") {
+      files.emplace_back(arg);
+    }
+  }
+  if (files.empty()) return RunUsageError("no input file");
+
+  XseReaderModule module;
+  if (!module.Load(XseReaderModule::DefaultPath())) {
+    std::fprintf(stderr, "xse run: cannot load the reader plug-in: %s\n", module.error().c_str());
+    return kExitFailure;
+  }
+  const XseReaderEntryPoints& entry = module.entry();
+  std::unique_ptr<CReader, decltype(entry.destroyReader)> reader(entry.createReader(0),
+                                                                 entry.destroyReader);
+  if (reader == nullptr) {
+    std::fprintf(stderr, "xse run: the reader plug-in did not start\n");
+    return kExitFailure;
+  }
+
+  reader->extensionCheck = extensionCheck ? 1 : 0;
+  std::vector<Outcome> outcomes(files.size(), Outcome::kNotRead);
+  for (size_t i = 0; i < files.size(); ++i) {
+    std::string name = files[i];
+    if (reader->CanReadFile(name) != 0) {
+      reader->fileList.push_back(files[i]);
+    } else {
+      outcomes[i] = Outcome::kNotRecognised;
+    }
+  }
+
+  RunObserver observer(events, platform::IsTerminal(platform::StandardStream::kError));
+  reader->SetObserver(&observer);
+  int32_t result = 0;
+  {
+    platform::InterruptCatcher interrupt;
+    if (reader->StartReaderThread(CReader::ReaderRun::kFileList) == 0) {
+      std::fprintf(stderr, "xse run: cannot start the reader thread\n");
+      return kExitFailure;
+    }
+    bool stopRequested = false;
+    while (!reader->WaitReaderThread(kInterruptPollMs)) {
+      if (!stopRequested && interrupt.Caught()) {
+        reader->StopReader();
+        stopRequested = true;
+      }
+    }
+    result = reader->JoinReaderThread();
+  }
+
+  // Match the reports to the files in order; a name may be given twice.
+  size_t next = 0;
+  for (const std::string& added : observer.filesAdded()) {
+    for (size_t i = next; i < files.size(); ++i) {
+      if (outcomes[i] == Outcome::kNotRead && files[i] == added) {
+        outcomes[i] = Outcome::kRead;
+        next = i + 1;
+        break;
+      }
+    }
+  }
+
+  if (events) {
+    RunObserver::Emit("{\"event\":\"finished\",\"result\":" + std::to_string(result) +
+                      ",\"startTimeSet\":" + std::to_string(reader->startTimeSet) +
+                      ",\"startTimeSec\":" + std::to_string(reader->startTimeSec) +
+                      ",\"startTimeMs\":" + std::to_string(reader->startTimeMs) + "}");
+  } else {
+    for (size_t i = 0; i < files.size(); ++i) {
+      static constexpr const char* kWords[] = {"read", "not read", "not recognised"};
+      std::printf("%s: %s\n", files[i].c_str(), kWords[static_cast<int>(outcomes[i])]);
+    }
+  }
+  reader.reset();
+  module.Unload();
+
+  if (result < 0) return kExitStopped;
+  for (const Outcome outcome : outcomes) {
+    if (outcome != Outcome::kRead) return kExitFailure;
+  }
+  return kExitOk;
+}
+
+}  // namespace xsetool
