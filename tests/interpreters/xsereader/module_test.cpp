@@ -127,11 +127,4 @@ TEST_F(ModuleTest, PropertiesPageAndTimeThroughTheEntryPoints) {
   EXPECT_TRUE(page->IsChecked(19004));
 }
 
-TEST_F(ModuleTest, FileCheckThroughTheEntryPoint) {
-  const std::string good = dir_.Write("good.dat", PositionFrames(1));
-  EXPECT_EQ(module_.entry().canReadFile(good.c_str(), 0), 1);
-  EXPECT_EQ(module_.entry().canReadFile(good.c_str(), 1), 0);
-  EXPECT_EQ(module_.entry().canReadFile(nullptr, 0), 0);
-}
-
 }  // namespace

@@ -10,7 +10,6 @@
 namespace {
 
 using namespace xsereader;
-using platform::ControlKind;
 
 // The module's resources, registered the way the module does at load.
 class SettingsPageTest : public ::testing::Test {
@@ -83,53 +82,6 @@ TEST_F(SettingsPageTest, TheFrameworkCreatesThePageByName) {
   ASSERT_NE(page, nullptr);
   EXPECT_EQ(page->reader(), nullptr);
   EXPECT_EQ(page->caption(), "Elac settings");
-}
-
-TEST_F(SettingsPageTest, DialogTemplateLayout) {
-  const platform::DialogTemplate* dialog = platform::FindDialogTemplate(kIddElacSettings);
-  ASSERT_NE(dialog, nullptr);
-  EXPECT_EQ(dialog->caption, "Elac settings");
-  EXPECT_EQ(dialog->fontName, "MS Sans Serif");
-  EXPECT_EQ(dialog->pointSize, 8);
-  EXPECT_EQ(dialog->width, 200);
-  EXPECT_EQ(dialog->height, 80);
-
-  struct Expected {
-    ControlKind kind;
-    int32_t id;
-    std::string_view text;
-    int16_t x, y, width, height;
-  };
-  const Expected expected[] = {
-      {ControlKind::kGroupBox, platform::kNoControlId, "Intensity ctrl", 7, 7, 186, 66},
-      {ControlKind::kRadioButton, 19004, "None", 12, 18, 33, 10},
-      {ControlKind::kRadioButton, 19005, "Manual", 12, 31, 39, 10},
-      {ControlKind::kRadioButton, 19006, "Automatic", 12, 44, 47, 10},
-      {ControlKind::kLabel, platform::kNoControlId, "Lateral gain:", 67, 31, 40, 8},
-      {ControlKind::kEditBox, 19007, "", 112, 29, 40, 14},
-      {ControlKind::kLabel, platform::kNoControlId, "dB/m", 156, 32, 18, 8},
-      {ControlKind::kLabel, 19009, "Mean value:", 67, 45, 40, 8},
-      {ControlKind::kEditBox, 19008, "", 112, 43, 40, 14},
-  };
-  ASSERT_EQ(dialog->controls.size(), std::size(expected));
-  for (size_t i = 0; i < std::size(expected); ++i) {
-    const platform::DialogControl& control = dialog->controls[i];
-    EXPECT_EQ(control.kind, expected[i].kind) << i;
-    EXPECT_EQ(control.id, expected[i].id) << i;
-    EXPECT_EQ(control.text, expected[i].text) << i;
-    EXPECT_EQ(control.x, expected[i].x) << i;
-    EXPECT_EQ(control.y, expected[i].y) << i;
-    EXPECT_EQ(control.width, expected[i].width) << i;
-    EXPECT_EQ(control.height, expected[i].height) << i;
-  }
-  using platform::kStyleGroupStart;
-  using platform::kStyleTabStop;
-  EXPECT_EQ(dialog->controls[1].style & (kStyleGroupStart | kStyleTabStop),
-            kStyleGroupStart | kStyleTabStop);
-  for (const size_t edit : {5u, 8u}) {
-    EXPECT_EQ(dialog->controls[edit].style,
-              platform::kStyleBorder | platform::kStyleAutoHScroll | kStyleTabStop);
-  }
 }
 
 TEST_F(SettingsPageTest, StringTable) {
