@@ -237,22 +237,29 @@ TEST_F(ErrorLogWriteTest, MissingLogFolderStillShowsTheBox) {
   EXPECT_FALSE(std::filesystem::exists(home_ / "log"));
 }
 
-TEST_F(ErrorLogWriteTest, EachThreadKeepsItsOwnSourceLocation) {
+TEST_F(ErrorLogWriteTest, EachThreadKeepsItsOwnSourceLocationAndError) {
   // Both threads set their location before either writes: a location shared
-  // between threads would show up in the wrong entry.
+  // between threads would show up in the wrong entry. errno is set after the
+  // barrier, right before the write, as a failing call would leave it: the
+  // barrier's own futex wait may leave EAGAIN behind.
   std::barrier bothSet(2);
-  auto writer = [&bothSet](const char* file, int32_t line) {
+  auto writer = [&bothSet](const char* file, int32_t line, int error) {
     ErrorLogSetSource(file, line);
     bothSet.arrive_and_wait();
+    errno = error;
     ErrorLogWrite(kErrorLogMessage, "from %s", file);
   };
-  std::thread first(writer, "first.cpp", 11);
-  std::thread second(writer, "second.cpp", 22);
+  std::thread first(writer, "first.cpp", 11, ENOENT);
+  std::thread second(writer, "second.cpp", 22, EACCES);
   first.join();
   second.join();
   const std::string content = LogFile();
-  EXPECT_THAT(content, HasSubstr("from first.cpp\nSource file  : \"first.cpp\" at line 11\n"));
-  EXPECT_THAT(content, HasSubstr("from second.cpp\nSource file  : \"second.cpp\" at line 22\n"));
+  EXPECT_THAT(content, HasSubstr("from first.cpp\n"
+                                 "Win32 err.2   : No such file or directory\n"
+                                 "Source file  : \"first.cpp\" at line 11\n"));
+  EXPECT_THAT(content, HasSubstr("from second.cpp\n"
+                                 "Win32 err.13  : Permission denied\n"
+                                 "Source file  : \"second.cpp\" at line 22\n"));
 }
 
 TEST_F(ErrorLogWriteTest, FatalEntryShowsTwoBoxesAndEndsTheProcess) {
