@@ -15,7 +15,7 @@ namespace platform {
 
 class FileStreamBuf final : public std::streambuf {
  public:
-  explicit FileStreamBuf(size_t bufferSize = 256 * 1024);
+  explicit FileStreamBuf(size_t bufferSize = size_t{256} * 1024);
 
   bool Open(const std::string& path);
   bool IsOpen() const { return file_.IsOpen(); }

@@ -274,7 +274,7 @@ bool HasLineBreak(std::string_view text) {
 std::string ReadProfileString(const std::string& path, const std::string& section,
                               const std::string& key, const std::string& defaultValue,
                               std::size_t bufferSize) {
-  const std::string fallback = CutToBuffer(TrimRight(defaultValue), bufferSize);
+  std::string fallback = CutToBuffer(TrimRight(defaultValue), bufferSize);
   const std::string_view sectionName = Trim(section);
   const std::string_view keyName = Trim(key);
   if (sectionName.empty() || keyName.empty()) return fallback;

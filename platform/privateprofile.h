@@ -35,10 +35,10 @@ bool WriteProfileString(const std::string& path, const std::string& section, con
 
 // A write holds the whole file in memory; settings files are tiny, so a
 // larger file is refused rather than read.
-inline constexpr std::size_t kMaxProfileFileSize = 16 * 1024 * 1024;
+inline constexpr std::size_t kMaxProfileFileSize = std::size_t{16} * 1024 * 1024;
 
 // Reads look at no more than this much of any one line; the rest of a longer
 // line is skipped, so a hostile file cannot make a read allocate without bound.
-inline constexpr std::size_t kMaxProfileLineLength = 64 * 1024;
+inline constexpr std::size_t kMaxProfileLineLength = std::size_t{64} * 1024;
 
 }  // namespace platform
