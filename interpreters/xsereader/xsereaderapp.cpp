@@ -4,6 +4,7 @@
 #include "interpreters/xsereader/xsereaderapp.h"
 
 #include <atomic>
+#include <string>
 
 #include "interpreters/xsereader/xsereaderapi.h"
 #include "interpreters/xsereader/xsereaderresources.h"
