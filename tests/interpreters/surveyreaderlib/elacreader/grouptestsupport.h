@@ -1,23 +1,34 @@
-// Helpers for the group decoder tests: frames and lone group bodies written
-// with the frame writer.
+// Helpers for the decoder tests: frames, lone group bodies and byte streams
+// written with the frame writer.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
-#include <span>
+#include <functional>
+#include <initializer_list>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
+#include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
+#include "support/recordingtarget.h"
 #include "tools/framewriter/framewriter.h"
+#include "tools/framewriter/xsegroups.h"
 
 namespace xsetest {
 
-// 2022-08-19 00:00:00 UTC counted from 1901.
+using Bytes = std::vector<uint8_t>;
+using GroupWriter = std::function<void(xsewriter::FrameWriter&)>;
+
+// 2022-08-19 00:00:00 UTC counted from 1901, and the same in Unix seconds.
 inline constexpr uint32_t kFrameSeconds = 3838320000u;
+inline constexpr int32_t kUnixSeconds = 1660867200;
 
 // A frame of `frameType` whose groups `put` writes.
-template <typename Put>
-std::vector<uint8_t> WriteFrame(bool bigEndian, uint32_t frameType, Put put) {
+inline Bytes WriteFrame(bool bigEndian, uint32_t frameType, const GroupWriter& put) {
   xsewriter::FrameWriter writer(bigEndian);
   writer.BeginFrame(frameType, kFrameSeconds, 0);
   put(writer);
@@ -25,20 +36,45 @@ std::vector<uint8_t> WriteFrame(bool bigEndian, uint32_t frameType, Put put) {
   return {frame.begin(), frame.end()};
 }
 
+// A frame of `frameType` holding `groups` in order.
+inline Bytes FrameOf(bool bigEndian, uint32_t frameType, const std::vector<GroupWriter>& groups) {
+  return WriteFrame(bigEndian, frameType, [&groups](xsewriter::FrameWriter& w) {
+    for (const auto& put : groups) put(w);
+  });
+}
+
+// A navigation frame of one heading group behind `extraWords` header words.
+inline Bytes HeadingFrame(bool bigEndian, double heading = 1.0, int extraWords = 0) {
+  return WriteFrame(bigEndian, elac::kNavigationFrame, [=](xsewriter::FrameWriter& w) {
+    for (int i = 0; i < extraWords; ++i) w.PutU32(0);
+    xsewriter::PutHeadingGroup(w, heading);
+  });
+}
+
 // The body (type word onwards) of the one group that `put` writes.
-template <typename Put>
-std::vector<uint8_t> WriteGroupBody(bool bigEndian, Put put) {
+inline Bytes WriteGroupBody(bool bigEndian, const GroupWriter& put) {
   const auto frame = WriteFrame(bigEndian, 0, put);
   constexpr size_t kBodyStart = elac::kFrameHeaderSize + elac::kGroupEnvelopeSize;
   const auto size = elac::LoadScalar<uint32_t>(frame.data() + kBodyStart - 4, bigEndian);
   return {frame.begin() + kBodyStart, frame.begin() + kBodyStart + size};
 }
 
-// A group with `type` followed by `fill` zero bytes.
-inline void PutZeroGroup(xsewriter::FrameWriter& writer, uint32_t type, size_t fill) {
-  writer.BeginGroup(type);
-  for (size_t i = 0; i < fill; ++i) writer.PutU8(0);
-  writer.EndGroup();
+// Runs `decode` on the body of the one group that `put` writes.
+template <typename Record>
+bool DecodeGroup(bool (*decode)(elac::ByteCursor, Record&), const GroupWriter& put, Record& record,
+                 bool bigEndian = true) {
+  const auto body = WriteGroupBody(bigEndian, put);
+  return decode(elac::ByteCursor(body, bigEndian), record);
+}
+
+// A group of `type` holding `words` and then `zeros` zero bytes.
+inline GroupWriter Group(uint32_t type, std::vector<uint32_t> words, size_t zeros = 0) {
+  return [=](xsewriter::FrameWriter& w) {
+    w.BeginGroup(type);
+    for (uint32_t word : words) w.PutU32(word);
+    for (size_t i = 0; i < zeros; ++i) w.PutU8(0);
+    w.EndGroup();
+  };
 }
 
 // A group of size 0: start marker, size, end marker.
@@ -48,8 +84,22 @@ inline void PutEmptyGroup(xsewriter::FrameWriter& writer) {
   writer.PutU32(elac::kGroupEnd);
 }
 
-inline elac::ByteCursor Cursor(const std::vector<uint8_t>& body, bool bigEndian = true) {
-  return elac::ByteCursor(body, bigEndian);
+// Decodes `frames` with one reader; returns what it delivered.
+inline RecordingTarget DecodeFrames(std::initializer_list<Bytes> frames, int32_t mode = 0) {
+  RecordingTarget target;
+  ElacReader reader(&target, mode);
+  for (const auto& frame : frames) EXPECT_TRUE(reader.DecodeFrameBytes(frame));
+  return target;
+}
+
+inline Bytes Concat(std::initializer_list<Bytes> parts) {
+  Bytes all;
+  for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+inline std::istringstream StreamOf(const Bytes& bytes) {
+  return std::istringstream(std::string(bytes.begin(), bytes.end()));
 }
 
 }  // namespace xsetest
