@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "interpreters/surveyreaderlib/elacreader/wireconvert.h"
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
 
 namespace elac {
@@ -61,16 +62,6 @@ void SizeFor(MultibeamRec& multibeam, uint32_t beams) {
   multibeam.valid = 0;
 }
 
-template <typename In, typename Out, typename Convert>
-void StoreReversed(const ScalarArray<In>& values, Out* out, Convert convert) {
-  const size_t count = values.size();
-  for (size_t k = 0; k < count; ++k) out[count - 1 - k] = convert(values[k]);
-}
-
-uint8_t QualityFromCode(uint8_t code) {
-  return code >= 1 && code <= 15 ? static_cast<uint8_t>(16 - code) : uint8_t{0};
-}
-
 // Types 2 to 13. Everything is checked before the record is touched.
 bool DecodeSizedGroup(uint32_t type, ByteCursor& body, MultibeamRec& multibeam) {
   int32_t declared = 0;
@@ -86,7 +77,7 @@ bool DecodeSizedGroup(uint32_t type, ByteCursor& body, MultibeamRec& multibeam) 
     const auto codes = body.TakeArray<uint8_t>(beams);
     if (!codes) return false;
     SizeFor(multibeam, beams);
-    StoreReversed(*codes, multibeam.quality.get(), QualityFromCode);
+    StoreQualitiesReversed(*codes, multibeam.quality.get());
     multibeam.fieldMask |= MultibeamRec::kQuality;
     return true;
   }
@@ -95,9 +86,7 @@ bool DecodeSizedGroup(uint32_t type, ByteCursor& body, MultibeamRec& multibeam) 
   const auto values = body.TakeArray<double>(beams);
   if (!values) return false;
   SizeFor(multibeam, beams);
-  const double scale = group->scale;
-  StoreReversed(*values, (multibeam.*(group->array)).get(),
-                [scale](double value) { return static_cast<float>(value * scale); });
+  StoreDoublesReversed(*values, group->scale, (multibeam.*(group->array)).get());
   multibeam.fieldMask |= group->bits;
   return true;
 }

@@ -56,6 +56,14 @@ class ScalarArray {
       : bytes_(bytes), count_(count), bigEndian_(bigEndian) {}
   size_t size() const { return count_; }
   T operator[](size_t index) const { return LoadScalar<T>(bytes_ + index * sizeof(T), bigEndian_); }
+  // The raw wire bytes, for conversions that take many values at a time.
+  const uint8_t* data() const { return bytes_; }
+  bool bigEndian() const { return bigEndian_; }
+  // `count` elements from `first` on; empty when they are not all there.
+  ScalarArray Slice(size_t first, size_t count) const {
+    if (first > count_ || count > count_ - first) return {};
+    return {bytes_ + first * sizeof(T), count, bigEndian_};
+  }
 
  private:
   const uint8_t* bytes_ = nullptr;

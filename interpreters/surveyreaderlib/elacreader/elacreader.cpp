@@ -1,11 +1,13 @@
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 
+#include <cstring>
 #include <new>
 
 #include "interpreters/surveyreaderlib/elacreader/beamdecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/navigationdecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/parameterdecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/sidescandecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/streamgetarea.h"
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
 #include "libsys/ztracelogfile.h"
 
@@ -64,38 +66,98 @@ bool ElacReader::EnsureFrameBuffer(uint32_t size) {
 bool ElacReader::ReadFrame(std::istream& stream) {
   // Any stream error ends the search, not only the end of the data.
   if (!stream.good()) return false;
+  // Most frames lie whole in the stream's buffer and are decoded where they
+  // lie. The rest, and everything unusual, take the copying path, which goes
+  // on from where the search in place stopped.
+  if (const auto read = ReadFrameInPlace(*stream.rdbuf())) return *read;
+  return ReadFrameCopying(stream);
+}
 
+std::optional<bool> ElacReader::ReadFrameInPlace(std::streambuf& buffer) {
+  const std::span<const uint8_t> ready = elac::StreamGetArea::Of(buffer);
+  // The search steps over whole words, as the copying path does.
+  size_t at = 0;
+  std::optional<bool> order;
+  for (; at + 4 <= ready.size(); at += 4) {
+    order = FrameByteOrder(ready.subspan(at, 4));
+    if (order) break;
+  }
+  elac::StreamGetArea::Consume(buffer, at);
+  if (!order) return std::nullopt;
+
+  // A frame that is damaged, too large or not wholly in the buffer is left
+  // to the copying path, which knows what each failure consumes.
+  const std::span<const uint8_t> frame = ready.subspan(at);
+  if (frame.size() < elac::kFrameEnvelopeSize) return std::nullopt;
+  const uint32_t size = elac::LoadScalar<uint32_t>(frame.data() + 4, *order);
+  if (size > elac::kMaxFrameBodySize) return std::nullopt;
+  const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
+  if (frame.size() < size_t{frameSize} + 4 ||
+      elac::LoadScalar<uint32_t>(frame.data() + frameSize, *order) != elac::kFrameEnd)
+    return std::nullopt;
+  // The frame buffer still grows to the largest frame seen, so that a frame
+  // which straddles the end of the stream's buffer later is copied without
+  // allocating.
+  if (!EnsureFrameBuffer(frameSize)) return std::nullopt;
+
+  bigEndian_ = *order;
+  const bool decoded = DecodeFrameBytes(frame.first(frameSize));
+  elac::StreamGetArea::Consume(buffer, frameSize);  // stands on the end marker
+  return CountFrame(decoded, frameSize);
+}
+
+bool ElacReader::ReadFrameCopying(std::istream& stream) {
   // The position is asked once; the search then counts its own steps.
   std::streamoff frameStart = stream.tellg();
   if (frameStart < 0) return false;
-  uint8_t word[4];
+  uint8_t marker[4];
   for (;; frameStart += 4) {
-    if (!ReadExactly(stream, word, 4)) return false;
-    if (const auto order = FrameByteOrder(word)) {
+    if (!ReadExactly(stream, marker, 4)) return false;
+    if (const auto order = FrameByteOrder(marker)) {
       bigEndian_ = *order;
       break;
     }
   }
 
   // From here on a failure is a frame start that led to no frame.
-  const auto rejected = [this] {
-    if (statistics_ != nullptr) ++statistics_->framesRejected;
-    return false;
-  };
-  if (!ReadExactly(stream, word, 4)) return rejected();
+  uint8_t word[4];
+  if (!ReadExactly(stream, word, 4)) return CountFrame(false, 0);
   const uint32_t size = elac::LoadScalar<uint32_t>(word, bigEndian_);
-  if (size > elac::kMaxFrameBodySize) return rejected();
-
-  if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4)) return rejected();
-  if (elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd) return rejected();
-
+  if (size > elac::kMaxFrameBodySize) return CountFrame(false, 0);
   const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
-  if (!stream.seekg(std::streampos(frameStart)) || !EnsureFrameBuffer(frameSize) ||
-      !ReadExactly(stream, frameBuffer_.get(), frameSize))
-    return rejected();
-  if (!DecodeFrameBytes({frameBuffer_.get(), frameSize})) return rejected();
-  if (statistics_ != nullptr) statistics_->frameBytes += frameSize + 4;  // with the end marker
-  return true;
+
+  if (frameBufferSize_ >= frameSize) {
+    // Read straight on and check the end marker afterwards: a buffered
+    // stream then never drops what it holds to look ahead and come back.
+    // (Only into a buffer already this large: a damaged size must not make
+    // the reader allocate.)
+    std::memcpy(frameBuffer_.get(), marker, 4);
+    std::memcpy(frameBuffer_.get() + 4, word, 4);
+    if (!ReadExactly(stream, frameBuffer_.get() + elac::kFrameEnvelopeSize, size) ||
+        !ReadExactly(stream, word, 4) ||
+        elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd ||
+        !stream.seekg(-4, std::ios_base::cur))
+      return CountFrame(false, 0);
+  } else {
+    if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4) ||
+        elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd)
+      return CountFrame(false, 0);
+    if (!stream.seekg(std::streampos(frameStart)) || !EnsureFrameBuffer(frameSize) ||
+        !ReadExactly(stream, frameBuffer_.get(), frameSize))
+      return CountFrame(false, 0);
+  }
+  return CountFrame(DecodeFrameBytes({frameBuffer_.get(), frameSize}), frameSize);
+}
+
+bool ElacReader::CountFrame(bool decoded, uint32_t frameSize) {
+  if (statistics_ != nullptr) {
+    if (decoded) {
+      statistics_->frameBytes += uint64_t{frameSize} + 4;  // with the end marker
+    } else {
+      ++statistics_->framesRejected;
+    }
+  }
+  return decoded;
 }
 
 bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {

@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <istream>
 #include <memory>
+#include <optional>
 #include <span>
+#include <streambuf>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
@@ -37,7 +39,9 @@ class ElacReader : public quor::ISurveyReader {
   // stands on the frame's end marker. Returns false at the end of the data,
   // on a stream error, on a wrong end marker (stream just behind the four
   // bytes that should have been it) and on a frame too large to be real
-  // (stream just behind its size field).
+  // (stream just behind its size field). A frame that the stream's buffer
+  // holds whole is decoded where it lies, without copying; what is consumed
+  // is the same either way.
   bool ReadFrame(std::istream& stream) override;
 
   // Decodes the frame at the start of `bytes` (start marker, size, body)
@@ -65,6 +69,14 @@ class ElacReader : public quor::ISurveyReader {
   void DispatchSidescanGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
   void DispatchBathymetryGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
   bool EnsureFrameBuffer(uint32_t size);
+  // ReadFrame on the bytes the stream's buffer holds, without copying them.
+  // Nothing when the frame is not wholly there or not sound; the search has
+  // then consumed only the words before the frame start.
+  std::optional<bool> ReadFrameInPlace(std::streambuf& buffer);
+  // ReadFrame through the stream's read and seek operations.
+  bool ReadFrameCopying(std::istream& stream);
+  // Counts a frame read (`decoded`) or rejected; returns `decoded`.
+  bool CountFrame(bool decoded, uint32_t frameSize);
 
   quor::NullSurveyTarget nullTarget_;
   quor::ISurveyTarget* target_ = nullptr;

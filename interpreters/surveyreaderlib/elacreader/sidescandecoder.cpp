@@ -4,6 +4,8 @@
 #include <cmath>
 #include <new>
 
+#include "interpreters/surveyreaderlib/elacreader/wireconvert.h"
+
 namespace elac {
 namespace {
 
@@ -59,11 +61,9 @@ bool DecodeSamples(ByteCursor& body, SidescanRec& sidescan) {
   const uint32_t half = count / 2;          // the group's second half, near side first
   const uint32_t firstHalf = count - half;  // one more than `half` when count is odd
   float* out = sidescan.samples.get();
-  for (uint32_t i = 0; i < half; ++i) out[i] = static_cast<float>((*source)[count - 1 - i]);
+  StoreSamplesReversed(source->Slice(firstHalf, half), out);
   std::fill_n(out + half, 2 * size_t{gap}, 0.0f);
-  float* tail = out + half + 2 * size_t{gap};
-  for (uint32_t i = 0; i < firstHalf; ++i)
-    tail[i] = static_cast<float>((*source)[firstHalf - 1 - i]);
+  StoreSamplesReversed(source->Slice(0, firstHalf), out + half + 2 * size_t{gap});
 
   sidescan.sampleInterval = interval;
   sidescan.sampleCount = sampleCount;
@@ -78,7 +78,7 @@ void ScaleSamples(float* samples, uint32_t from, uint32_t to, int16_t exponent) 
   if (exponent == 0) return;
   // The factor is a power of two, exact in double, then rounded to float.
   const auto factor = static_cast<float>(std::ldexp(1.0, -exponent));
-  for (uint32_t i = from; i < to; ++i) samples[i] *= factor;
+  if (from < to) ScaleInPlace(samples + from, to - from, factor);
 }
 
 // Scales the samples present now; in XSE the samples come before the gains.
