@@ -1,91 +1,48 @@
 #include "libsys/zkeelonini.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <climits>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <string>
+#include <utility>
 
-#include "platform/environment.h"
+#include "libsystestsupport.h"
+#include "support/tempdir.h"
 
 namespace {
 
-// Sets (or, with null, removes) an environment variable for one scope.
-class ScopedEnvironment {
- public:
-  ScopedEnvironment(const char* name, const char* value)
-      : name_(name), saved_(platform::GetEnvironmentVariable(name)) {
-    platform::SetEnvironmentVariable(name, value);
-  }
-  ~ScopedEnvironment() {
-    platform::SetEnvironmentVariable(name_, saved_ ? saved_->c_str() : nullptr);
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> saved_;
-};
-
 class KeelonIniTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "quorhome-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    home_ = pattern;
-    std::filesystem::create_directory(home_ / "Setup");
-    quorhome_.emplace("QUORHOME", home_.c_str());
-  }
-  void TearDown() override {
-    quorhome_.reset();
-    std::filesystem::remove_all(home_);
-  }
+  void SetUp() override { std::filesystem::create_directory(home_.path() / "Setup"); }
   void WriteSettings(const std::string& content) {
-    std::ofstream(home_ / "Setup" / "Keelon.ini", std::ios::binary) << content;
+    std::ofstream(home_.path() / "Setup" / "Keelon.ini", std::ios::binary) << content;
   }
 
-  std::filesystem::path home_;
-  std::optional<ScopedEnvironment> quorhome_;
+  xsetest::TempDir home_;
+  libsystest::ScopedEnvironment quorhome_{"QUORHOME", home_.path().c_str()};
 };
 
-TEST_F(KeelonIniTest, MainFileLiesUnderQuorhome) {
-  int32_t status = 1;
-  EXPECT_EQ(KeelonIniPath(false, &status), home_.string() + "/Setup/Keelon.ini");
-  EXPECT_EQ(status, S_OK);
-  EXPECT_EQ(KeelonIniPath(true), home_.string() + "/Setup/Keelon.default.ini");
-  EXPECT_EQ(ZKeelonIni("pilotdesk").path(), home_.string() + "/Setup/Keelon.ini");
-}
-
-TEST_F(KeelonIniTest, MissingOrEmptyQuorhomeFallsBackToTheCustomaryRoot) {
-  for (const char* value : {static_cast<const char*>(nullptr), ""}) {
-    ScopedEnvironment quorhome("QUORHOME", value);
-    int32_t status = 0;
-    EXPECT_EQ(KeelonIniPath(false, &status), "c:\\qUoR\\kEeLoN/Setup/Keelon.ini");
-    EXPECT_EQ(status, E_FAIL);
-    EXPECT_EQ(KeelonIniPath(true), "c:\\qUoR\\kEeLoN/Setup/Keelon.default.ini");
+TEST_F(KeelonIniTest, FilesLieUnderQuorhomeOrTheCustomaryRoot) {
+  const std::string home = home_.path().string();
+  // Unset and empty both fall back, with E_FAIL.
+  for (const char* value : {home.c_str(), static_cast<const char*>(nullptr), ""}) {
+    libsystest::ScopedEnvironment quorhome("QUORHOME", value);
+    const std::string root = value == home.c_str() ? home : "c:\\qUoR\\kEeLoN";
+    int32_t status = 1;
+    EXPECT_EQ(KeelonIniPath(false, &status), root + "/Setup/Keelon.ini");
+    EXPECT_EQ(status, value == home.c_str() ? S_OK : E_FAIL);
+    EXPECT_EQ(KeelonIniPath(true), root + "/Setup/Keelon.default.ini");
+    EXPECT_EQ(ZKeelonIni("pilotdesk").path(), root + "/Setup/Keelon.ini");
   }
 }
 
 struct TraceCase {
-  const char* name;
   const char* content;  // null: no settings file
   int32_t status;
   const char* traceFile;
   int32_t level;
-};
-
-const TraceCase kTraceCases[] = {
-    {"NoFile", nullptr, S_OK, "pilotdesk.log", 0},
-    {"NoTraceFileKey", "[pilotdesk]\nTRACE=1\n", S_OK, "pilotdesk.log", 1},
-    {"BothKeys", "[PilotDesk]\ntracefile = /var/log/x.log\nTrace=3\n", S_OK, "/var/log/x.log", 3},
-    {"EmptyTraceFile", "[pilotdesk]\nTRACEFILE=\nTRACE=2\n", E_FAIL, "unchanged", 0},
-    {"LevelWithTrailingText", "[pilotdesk]\nTRACE=2abc\n", S_OK, "pilotdesk.log", 2},
-    {"LevelNotANumber", "[pilotdesk]\nTRACE=abc\n", S_OK, "pilotdesk.log", 0},
-    {"LevelEmpty", "[pilotdesk]\nTRACE=\n", S_OK, "pilotdesk.log", 0},
-    {"LevelNegative", "[pilotdesk]\nTRACE=-1\n", S_OK, "pilotdesk.log", -1},
-    {"OtherSectionIgnored", "[other]\nTRACEFILE=o.log\nTRACE=3\n", S_OK, "pilotdesk.log", 0},
 };
 
 class ReadTraceSettingsTest : public KeelonIniTest,
@@ -101,8 +58,15 @@ TEST_P(ReadTraceSettingsTest, ReadsNameAndLevel) {
   EXPECT_EQ(level, c.level);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ReadTraceSettingsTest, ::testing::ValuesIn(kTraceCases),
-                         [](const auto& testCase) { return std::string(testCase.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ReadTraceSettingsTest,
+    ::testing::Values(TraceCase{nullptr, S_OK, "pilotdesk.log", 0},
+                      TraceCase{"[pilotdesk]\nTRACE=1\n", S_OK, "pilotdesk.log", 1},
+                      TraceCase{"[PilotDesk]\ntracefile = /var/log/x.log\nTrace=3\n", S_OK,
+                                "/var/log/x.log", 3},
+                      TraceCase{"[pilotdesk]\nTRACEFILE=\nTRACE=2\n", E_FAIL, "unchanged", 0},
+                      TraceCase{"[pilotdesk]\nTRACE=\n", S_OK, "pilotdesk.log", 0},
+                      TraceCase{"[other]\nTRACEFILE=o.log\nTRACE=3\n", S_OK, "pilotdesk.log", 0}));
 
 TEST_F(KeelonIniTest, ObjectWithoutPathFailsEveryOperation) {
   for (const char* path : {static_cast<const char*>(nullptr), ""}) {
@@ -132,51 +96,37 @@ TEST_F(KeelonIniTest, ReadStringFillsTheSharedBufferCutTo254) {
 }
 
 TEST_F(KeelonIniTest, ParseIntScansLikePercentD) {
-  const struct {
-    const char* text;
-    bool found;
-    int32_t value;
-  } kCases[] = {
-      {"2abc", true, 2},
-      {"abc", false, 7},
-      {"", false, 7},
-      {"  -17x", true, -17},
-      {"+5", true, 5},
-      {"0x10", true, 0},
-      {"-", false, 7},
-      {"99999999999", true, INT_MAX},
-      {"-99999999999", true, INT_MIN},
-  };
-  for (const auto& c : kCases) {
-    // A missing key puts the default text into the buffer (an empty path
-    // would empty it instead, so read from a file that does not exist).
-    ZGenericIni reader((home_ / "none.ini").c_str(), "s");
-    reader.ReadString("s", "k", c.text);
+  // 7 marks a value left untouched: no number found.
+  const std::pair<const char*, int32_t> kCases[] = {{"2abc", 2},
+                                                    {"abc", 7},
+                                                    {"", 7},
+                                                    {"  -17x", -17},
+                                                    {"+5", 5},
+                                                    {"0x10", 0},
+                                                    {"-", 7},
+                                                    {"99999999999", INT_MAX},
+                                                    {"-99999999999", INT_MIN}};
+  // A missing key puts the default text into the buffer (an empty path
+  // would empty it instead, so read from a file that does not exist).
+  ZGenericIni reader((home_.path() / "none.ini").c_str(), "s");
+  for (const auto& [text, expected] : kCases) {
+    reader.ReadString("s", "k", text);
     int32_t value = 7;
-    EXPECT_EQ(ZGenericIni::ParseInt(value), c.found) << c.text;
-    EXPECT_EQ(value, c.value) << c.text;
+    EXPECT_EQ(ZGenericIni::ParseInt(value), expected != 7) << text;
+    EXPECT_EQ(value, expected) << text;
   }
 }
 
-TEST_F(KeelonIniTest, WritesGoToTheObjectsSection) {
+TEST_F(KeelonIniTest, WritesGoToTheObjectsSectionAndFailedWritesGoUnreported) {
   ZKeelonIni ini("pilotdesk");
   EXPECT_TRUE(ini.WriteString("TRACEFILE", "t.log"));
   EXPECT_TRUE(ini.WriteInt("TRACE", -2147483647 - 1));
   EXPECT_TRUE(ini.WriteInt("TRACE", 3));
-  std::string traceFile;
-  int32_t level = 0;
-  EXPECT_EQ(ini.ReadTraceSettings(traceFile, level), S_OK);
-  EXPECT_EQ(traceFile, "t.log");
-  EXPECT_EQ(level, 3);
-  std::ifstream in(home_ / "Setup" / "Keelon.ini");
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}),
+  EXPECT_EQ(libsystest::ReadFile(home_.path() / "Setup" / "Keelon.ini"),
             "[pilotdesk]\nTRACEFILE=t.log\nTRACE=3\n");
-}
-
-TEST_F(KeelonIniTest, FailedPlatformWriteStillReportsSuccess) {
-  ZGenericIni ini((home_ / "no-such-folder" / "x.ini").c_str(), "s");
-  EXPECT_TRUE(ini.WriteString("k", "v"));
-  EXPECT_FALSE(std::filesystem::exists(home_ / "no-such-folder"));
+  ZGenericIni nowhere((home_.path() / "no-such-folder" / "x.ini").c_str(), "s");
+  EXPECT_TRUE(nowhere.WriteString("k", "v"));
+  EXPECT_FALSE(std::filesystem::exists(home_.path() / "no-such-folder"));
 }
 
 }  // namespace
