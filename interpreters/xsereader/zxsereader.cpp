@@ -43,9 +43,9 @@ ZXSEReader::~ZXSEReader() {
   QUORLOG(1, "ZXSEReader::~ZXSEReader()");
   // The reader thread calls into this object: it must be over before the
   // object goes, even if the host forgot to wait for it.
-  StopReader();
+  ZXSEReader::StopReader();
   JoinReaderThread();
-  Reset();
+  ZXSEReader::Reset();
 }
 
 int32_t ZXSEReader::CanReadFile(std::string& fileName) {

@@ -19,11 +19,12 @@ inline ToolResult RunToolWith(const std::string& program, const std::vector<std:
                               const std::string& workDir, const EnvironmentList& environment) {
   TempDir capture;
   std::string command = "cd " + ShellQuote(workDir) + " && env";
-  for (const auto& [name, value] : environment) command += " " + ShellQuote(name + "=" + value);
-  command += " " + ShellQuote(program);
-  for (const auto& arg : args) command += " " + ShellQuote(arg);
-  command +=
-      " </dev/null >" + ShellQuote(capture.File("out")) + " 2>" + ShellQuote(capture.File("err"));
+  for (const auto& [name, value] : environment)
+    command.append(" ").append(ShellQuote(std::string(name).append("=").append(value)));
+  command.append(" ").append(ShellQuote(program));
+  for (const auto& arg : args) command.append(" ").append(ShellQuote(arg));
+  command.append(" </dev/null >").append(ShellQuote(capture.File("out")));
+  command.append(" 2>").append(ShellQuote(capture.File("err")));
   ToolResult result;
   const int raw = std::system(command.c_str());
   result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;

@@ -128,6 +128,7 @@ class Child {
       std::vector<std::string> args = {"xse", "run", "--events"};
       args.insert(args.end(), files.begin(), files.end());
       std::vector<char*> argv;
+      argv.reserve(args.size() + 1);
       for (auto& arg : args) argv.push_back(arg.data());
       argv.push_back(nullptr);
       ::execv(XSE_XSE_TOOL, argv.data());

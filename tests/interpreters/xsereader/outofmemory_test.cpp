@@ -17,7 +17,7 @@
 namespace {
 
 thread_local bool t_failLargeAllocations = false;
-constexpr std::size_t kLarge = 64 * 1024;
+constexpr std::size_t kLarge = std::size_t{64} * 1024;
 
 void* Allocate(std::size_t size) {
   if (t_failLargeAllocations && size >= kLarge) return nullptr;
