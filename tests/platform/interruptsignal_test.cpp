@@ -6,26 +6,22 @@
 namespace platform {
 namespace {
 
-TEST(InterruptCatcherTest, CatchesOneRequestAndPutsThePreviousHandlingBack) {
-  struct sigaction before {};
-  ::sigaction(SIGINT, nullptr, &before);
-  {
-    InterruptCatcher catcher;
-    EXPECT_FALSE(catcher.Caught());
-    ASSERT_EQ(::raise(SIGINT), 0);
-    EXPECT_TRUE(catcher.Caught());
+TEST(InterruptCatcherTest, CatchesInterruptAndTerminationAndPutsThePreviousHandlingBack) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    struct sigaction before {
+    }, after{};
+    ::sigaction(signal, nullptr, &before);
+    {
+      InterruptCatcher catcher;
+      EXPECT_FALSE(catcher.Caught());
+      ASSERT_EQ(::raise(signal), 0);
+      EXPECT_TRUE(catcher.Caught());
+    }
+    ::sigaction(signal, nullptr, &after);
+    EXPECT_EQ(after.sa_handler, before.sa_handler) << signal;
   }
-  struct sigaction after {};
-  ::sigaction(SIGINT, nullptr, &after);
-  EXPECT_EQ(after.sa_handler, before.sa_handler);
   InterruptCatcher fresh;
   EXPECT_FALSE(fresh.Caught());
-}
-
-TEST(InterruptCatcherTest, TerminationRequestCountsToo) {
-  InterruptCatcher catcher;
-  ASSERT_EQ(::raise(SIGTERM), 0);
-  EXPECT_TRUE(catcher.Caught());
 }
 
 }  // namespace

@@ -10,7 +10,6 @@ namespace {
 TEST(MemoryUsage, PeakGrowsWithMemoryTheProcessTouches) {
   const auto before = platform::PeakResidentBytes();
   ASSERT_TRUE(before.has_value());
-  EXPECT_GT(*before, 0u);
   constexpr size_t kSize = 64u << 20;
   const auto block = std::make_unique<char[]>(kSize);
   std::memset(block.get(), 1, kSize);  // resident only once written

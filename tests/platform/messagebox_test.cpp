@@ -9,49 +9,33 @@
 
 namespace {
 
-TEST(MessageBoxTest, DefaultShowsCaptionAndTextOnStandardError) {
+TEST(MessageBoxTest, ScopedHandlersNestAndTheDefaultWritesToStandardError) {
+  std::vector<std::string> seen;
+  auto recorder = [&seen](std::string tag) {
+    return [&seen, tag](const std::string& caption, const std::string& text) {
+      seen.push_back(tag + caption + "|" + text);
+    };
+  };
+  {
+    platform::ScopedMessageBoxHandler outer(recorder("outer "));
+    platform::ShowMessageBox("A", "1");
+    {
+      platform::ScopedMessageBoxHandler inner(recorder("inner "));
+      platform::ShowMessageBox("B", "2");
+    }
+    platform::ShowMessageBox("C", "3");
+  }
+  EXPECT_EQ(seen, (std::vector<std::string>{"outer A|1", "inner B|2", "outer C|3"}));
   ::testing::internal::CaptureStderr();
   platform::ShowMessageBox("Error", "disk full");
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Error: disk full\n");
 }
 
-TEST(MessageBoxTest, ScopedHandlerSeesBoxesAndPutsThePreviousOneBack) {
-  std::vector<std::string> outer;
-  std::vector<std::string> inner;
-  {
-    platform::ScopedMessageBoxHandler outerScope(
-        [&](const std::string& caption, const std::string& text) {
-          outer.push_back(caption + "|" + text);
-        });
-    platform::ShowMessageBox("A", "1");
-    {
-      platform::ScopedMessageBoxHandler innerScope(
-          [&](const std::string& caption, const std::string& text) {
-            inner.push_back(caption + "|" + text);
-          });
-      platform::ShowMessageBox("B", "2");
-    }
-    platform::ShowMessageBox("C", "3");
-  }
-  EXPECT_EQ(outer, (std::vector<std::string>{"A|1", "C|3"}));
-  EXPECT_EQ(inner, (std::vector<std::string>{"B|2"}));
-
-  ::testing::internal::CaptureStderr();
-  platform::ShowMessageBox("D", "4");
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "D: 4\n");
-}
-
 TEST(MessageBoxTest, HandlersCanBeSwappedWhileOtherThreadsShowBoxes) {
-  std::atomic<int> first{0};
-  std::atomic<int> second{0};
-  const platform::MessageBoxHandler countFirst = [&](const std::string&, const std::string&) {
-    ++first;
-  };
-  const platform::MessageBoxHandler countSecond = [&](const std::string&, const std::string&) {
-    ++second;
-  };
-  constexpr int kThreads = 2;
-  constexpr int kBoxesPerThread = 200;
+  std::atomic<int> first{0}, second{0};
+  const platform::MessageBoxHandler countFirst = [&](auto&, auto&) { ++first; };
+  const platform::MessageBoxHandler countSecond = [&](auto&, auto&) { ++second; };
+  constexpr int kThreads = 2, kBoxesPerThread = 200;
   {
     platform::ScopedMessageBoxHandler scope(countFirst);
     std::vector<std::thread> threads;
@@ -60,9 +44,7 @@ TEST(MessageBoxTest, HandlersCanBeSwappedWhileOtherThreadsShowBoxes) {
         for (int i = 0; i < kBoxesPerThread; ++i) platform::ShowMessageBox("c", "t");
       });
     }
-    for (int i = 0; i < 100; ++i) {
-      platform::SetMessageBoxHandler(i % 2 == 0 ? countSecond : countFirst);
-    }
+    for (int i = 0; i < 100; ++i) platform::SetMessageBoxHandler(i % 2 ? countFirst : countSecond);
     for (auto& thread : threads) thread.join();
   }
   EXPECT_EQ(first + second, kThreads * kBoxesPerThread);

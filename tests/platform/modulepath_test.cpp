@@ -12,7 +12,7 @@ namespace {
 
 const int g_insideTheProgram = 0;
 
-TEST(ModulePathTest, TheProgramIsFoundByItsOwnAddress) {
+TEST(ModulePathTest, TheProgramIsFoundByItsOwnAddressAndNothingHoldsNull) {
   const std::string program = ExecutablePath();
   ASSERT_FALSE(program.empty());
   EXPECT_TRUE(std::filesystem::path(program).is_absolute());
@@ -20,6 +20,7 @@ TEST(ModulePathTest, TheProgramIsFoundByItsOwnAddress) {
   const std::optional<ModuleInfo> module = ModuleContaining(&g_insideTheProgram);
   ASSERT_TRUE(module.has_value());
   EXPECT_EQ(module->path, program);
+  EXPECT_FALSE(ModuleContaining(nullptr).has_value());
 }
 
 TEST(ModulePathTest, ALibraryIsFoundByAnAddressInsideIt) {
@@ -30,10 +31,6 @@ TEST(ModulePathTest, ALibraryIsFoundByAnAddressInsideIt) {
   EXPECT_THAT(module->path, ::testing::HasSubstr("libm"));
   EXPECT_TRUE(std::filesystem::path(module->path).is_absolute());
   EXPECT_NE(module->base, ModuleContaining(&g_insideTheProgram)->base);
-}
-
-TEST(ModulePathTest, NoModuleHoldsTheNullAddress) {
-  EXPECT_FALSE(ModuleContaining(nullptr).has_value());
 }
 
 }  // namespace

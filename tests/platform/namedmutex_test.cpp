@@ -12,6 +12,7 @@
 #include <future>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace platform {
 namespace {
@@ -45,56 +46,25 @@ int RunInChild(Child child) {
   return WEXITSTATUS(status);
 }
 
-// Holds a mutex on a thread of its own until destroyed.
-class HoldingThread {
- public:
-  explicit HoldingThread(NamedMutex* mutex) {
-    std::future<MutexWait> result = taken_.get_future();
-    thread_ = std::thread([this, mutex] {
-      taken_.set_value(WaitNamedMutex(mutex, 0));
-      release_.get_future().wait();
-      ReleaseNamedMutex(mutex);
-    });
-    took_ = result.get();
-  }
-  ~HoldingThread() {
-    release_.set_value();
-    thread_.join();
-  }
-  MutexWait took() const { return took_; }
-
- private:
-  std::promise<MutexWait> taken_;
-  std::promise<void> release_;
-  std::thread thread_;
-  MutexWait took_ = MutexWait::kFailed;
-};
-
-TEST(NamedMutexTest, RefusesNamesThePlatformCannotUse) {
-  const std::string refused[] = {"", "a\\b", "Global\\trace", "D:\\t\\x.log",
-                                 std::string(260, 'n')};
-  EXPECT_EQ(CreateNamedMutex(nullptr), nullptr);
-  for (const std::string& name : refused) {
-    EXPECT_EQ(CreateNamedMutex(name.c_str()), nullptr) << name;
-  }
-}
-
-TEST(NamedMutexTest, AcceptsPathsAndLongNames) {
+TEST(NamedMutexTest, NameRulesAndNullHandle) {
   const std::string prefix = UniqueName("");
-  const std::string accepted[] = {prefix + "quortrace.log", "/tmp/" + prefix + "/trace.log",
-                                  prefix + "with blank: and colon",
-                                  prefix + std::string(259 - prefix.size(), 'n')};
-  for (const std::string& name : accepted) {
+  const std::pair<std::string, bool> kNames[] = {
+      {"", false},
+      {"a\\b", false},
+      {"D:\\t\\x.log", false},
+      {std::string(260, 'n'), false},
+      {prefix + "quortrace.log", true},
+      {"/tmp/" + prefix + "/trace.log", true},
+      {prefix + "with blank: and colon", true},
+      {prefix + std::string(259 - prefix.size(), 'n'), true}};
+  EXPECT_EQ(CreateNamedMutex(nullptr), nullptr);
+  for (const auto& [name, accepted] : kNames) {
     NamedMutex* mutex = CreateNamedMutex(name.c_str());
-    EXPECT_NE(mutex, nullptr) << name;
+    EXPECT_EQ(mutex != nullptr, accepted) << name;
     CloseNamedMutex(mutex);
   }
-}
-
-TEST(NamedMutexTest, NullHandleFailsEveryOperation) {
   EXPECT_EQ(WaitNamedMutex(nullptr, 10), MutexWait::kFailed);
   EXPECT_FALSE(ReleaseNamedMutex(nullptr));
-  CloseNamedMutex(nullptr);
 }
 
 TEST(NamedMutexTest, OwnerMayTakeItAgainAndMustReleaseEachTake) {
@@ -124,26 +94,27 @@ TEST(NamedMutexTest, WaitTimesOutWhileAnotherThreadHoldsIt) {
   NamedMutex* unrelated = CreateNamedMutex(UniqueName("unrelated").c_str());
   ASSERT_NE(holderHandle, nullptr);
   ASSERT_NE(waiterHandle, nullptr);
-  {
-    HoldingThread holder(holderHandle);
-    ASSERT_EQ(holder.took(), MutexWait::kAcquired);
-
-    EXPECT_EQ(WaitNamedMutex(waiterHandle, 0), MutexWait::kTimedOut);
-    const auto start = Clock::now();
-    EXPECT_EQ(WaitNamedMutex(waiterHandle, 60), MutexWait::kTimedOut);
-    const auto waited = Clock::now() - start;
-    EXPECT_GE(waited, std::chrono::milliseconds(55));
-    EXPECT_LT(waited, std::chrono::milliseconds(1000));
-
-    EXPECT_EQ(WaitNamedMutex(unrelated, 0), MutexWait::kAcquired)
-        << "other names are other mutexes";
-    EXPECT_TRUE(ReleaseNamedMutex(unrelated));
-  }
+  std::promise<MutexWait> taken;
+  std::promise<void> release;
+  std::thread holder([&] {
+    taken.set_value(WaitNamedMutex(holderHandle, 0));
+    release.get_future().wait();
+    ReleaseNamedMutex(holderHandle);
+  });
+  ASSERT_EQ(taken.get_future().get(), MutexWait::kAcquired);
+  EXPECT_EQ(WaitNamedMutex(waiterHandle, 0), MutexWait::kTimedOut);
+  const auto start = Clock::now();
+  EXPECT_EQ(WaitNamedMutex(waiterHandle, 60), MutexWait::kTimedOut);
+  const auto waited = Clock::now() - start;
+  EXPECT_GE(waited, std::chrono::milliseconds(55));
+  EXPECT_LT(waited, std::chrono::milliseconds(1000));
+  EXPECT_EQ(WaitNamedMutex(unrelated, 0), MutexWait::kAcquired) << "other names are other mutexes";
+  EXPECT_TRUE(ReleaseNamedMutex(unrelated));
+  release.set_value();
+  holder.join();
   EXPECT_EQ(WaitNamedMutex(waiterHandle, 60), MutexWait::kAcquired);
   EXPECT_TRUE(ReleaseNamedMutex(waiterHandle));
-  CloseNamedMutex(unrelated);
-  CloseNamedMutex(waiterHandle);
-  CloseNamedMutex(holderHandle);
+  for (NamedMutex* handle : {unrelated, waiterHandle, holderHandle}) CloseNamedMutex(handle);
 }
 
 TEST(NamedMutexTest, OwnerThatEndsHoldingItLeavesItAbandoned) {

@@ -14,42 +14,30 @@ namespace {
 // Runs each test inside a fresh temporary folder and goes back afterwards.
 class PathsTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    saved_ = std::filesystem::current_path();
-    std::filesystem::current_path(dir_.path());
-    // The real name of the folder: the temporary root may be reached through a link.
-    here_ = std::filesystem::current_path().string();
-  }
+  void SetUp() override { std::filesystem::current_path(dir_.path()); }
   void TearDown() override { std::filesystem::current_path(saved_); }
 
+  std::filesystem::path saved_ = std::filesystem::current_path();
   xsetest::TempDir dir_;
-  std::filesystem::path saved_;
-  std::string here_;
+  // The real name of the folder: the temporary root may be reached through a link.
+  std::string here_ = std::filesystem::canonical(dir_.path()).string();
 };
 
-TEST_F(PathsTest, CurrentDirectoryIsTheWorkingFolder) { EXPECT_EQ(CurrentDirectory(), here_); }
-
 TEST_F(PathsTest, AbsolutePathFoldsRelativeStepsAgainstTheCurrentFolder) {
-  const struct {
-    std::string in;
-    std::string expected;
-  } cases[] = {
-      {"log", here_ + "/log"},
-      {"./a/../log", here_ + "/log"},
-      {"a//b/", here_ + "/a/b"},
-      {"/opt/q/../q/log", "/opt/q/log"},
-      {"/", "/"},
-      {"", ""},
-  };
-  for (const auto& c : cases) EXPECT_EQ(AbsolutePath(c.in), c.expected) << c.in;
+  EXPECT_EQ(CurrentDirectory(), here_);
+  const std::pair<std::string, std::string> kCases[] = {{"log", here_ + "/log"},
+                                                        {"./a/../log", here_ + "/log"},
+                                                        {"a//b/", here_ + "/a/b"},
+                                                        {"/opt/q/../q/log", "/opt/q/log"},
+                                                        {"/", "/"},
+                                                        {"", ""}};
+  for (const auto& [in, expected] : kCases) EXPECT_EQ(AbsolutePath(in), expected) << in;
 }
 
 TEST_F(PathsTest, EntryExistsForAnyKindOfEntry) {
-  std::filesystem::create_directory("folder");
+  std::filesystem::create_directories("folder/log");
   std::ofstream("file").put('x');
   std::filesystem::create_symlink("nowhere", "dangling");
-  std::filesystem::create_directory("folder/log");
-
   EXPECT_TRUE(EntryExists("", "folder"));
   EXPECT_TRUE(EntryExists("", "file"));
   EXPECT_TRUE(EntryExists(here_, "dangling"));

@@ -1,35 +1,25 @@
 #include "platform/privateprofile.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
+
+#include "support/tempdir.h"
 
 namespace {
 
 class PrivateProfileTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "profile-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    dir_ = pattern;
-    path_ = (dir_ / "settings.ini").string();
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-
   void WriteFile(const std::string& content) { std::ofstream(path_, std::ios::binary) << content; }
   std::string ReadFile() const {
     std::ifstream in(path_, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
   }
 
-  std::filesystem::path dir_;
-  std::string path_;
+  xsetest::TempDir dir_;
+  const std::string path_ = dir_.File("settings.ini");
 };
 
 struct ReadCase {
@@ -41,7 +31,6 @@ struct ReadCase {
 };
 
 const ReadCase kReadCases[] = {
-    {"Plain", "[Sec]\nKey=Value\n", "Sec", "Key", "Value"},
     {"NamesIgnoreCase", "[PilotDesk]\nTraceFile=x.log\n", "PILOTDESK", "tracefile", "x.log"},
     {"BlanksAroundNamesAndValue", "  [ Sec ]  \n  Key \t=  some value \t\n", "Sec", "Key",
      "some value"},
@@ -82,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, ProfileReadTest, ::testing::ValuesIn(kReadCases)
 
 TEST_F(PrivateProfileTest, MissingFileOrFolderGivesDefaultWithoutTrailingBlanks) {
   EXPECT_EQ(platform::ReadProfileString(path_, "Sec", "Key", "  dflt \t"), "  dflt");
-  EXPECT_EQ(platform::ReadProfileString(dir_.string(), "Sec", "Key", "dflt"), "dflt");
+  EXPECT_EQ(platform::ReadProfileString(dir_.path().string(), "Sec", "Key", "dflt"), "dflt");
   EXPECT_EQ(platform::ReadProfileString("", "Sec", "Key", "dflt"), "dflt");
 }
 
@@ -153,18 +142,17 @@ TEST_F(PrivateProfileTest, RefusesWritesThatWouldNotReadBack) {
     const char* section;
     const char* key;
     const char* value;
-  } kRefused[] = {
-      {"", "k", "v"},    {" ", "k", "v"},     {"A", "", "v"},    {"A", "k=1", "v"},
-      {"A]", "k", "v"},  {"A", ";k", "v"},    {"A", "[k", "v"},  {"A", "k", "v\nw=1"},
-      {"A", "k", "v\r"}, {"A\n[B", "k", "v"}, {"A", "k\n", "v"},
-  };
+  } kRefused[] = {{"", "k", "v"},    {" ", "k", "v"},     {"A", "", "v"},   {"A", "k=1", "v"},
+                  {"A]", "k", "v"},  {"A", ";k", "v"},    {"A", "[k", "v"}, {"A", "k", "v\nw=1"},
+                  {"A", "k", "v\r"}, {"A\n[B", "k", "v"}, {"A", "k\n", "v"}};
   for (const auto& r : kRefused) {
     EXPECT_FALSE(platform::WriteProfileString(path_, r.section, r.key, r.value))
         << r.section << "/" << r.key;
   }
   EXPECT_EQ(ReadFile(), kOriginal);
-  EXPECT_FALSE(platform::WriteProfileString((dir_ / "no" / "x.ini").string(), "A", "k", "v"));
-  EXPECT_FALSE(platform::WriteProfileString(dir_.string(), "A", "k", "v"));
+  EXPECT_FALSE(
+      platform::WriteProfileString((dir_.path() / "no" / "x.ini").string(), "A", "k", "v"));
+  EXPECT_FALSE(platform::WriteProfileString(dir_.path().string(), "A", "k", "v"));
 }
 
 }  // namespace
