@@ -306,71 +306,62 @@ TEST_F(TraceLogTest, TakesOverTheMutexOfAWriterThatDied) {
   EXPECT_FALSE(lock.Held());
 }
 
-// Each writer tags its lines with its own thread id; the lock guarantees the
-// thread column (module-wide) matches, and no line is torn. Returns the
-// lines per writer.
-std::map<uint32_t, size_t> ExpectWholeLines(const Lines& lines, size_t expected) {
-  static const std::regex kTag(R"(^ *(\d+)\|[^@]*@\d+\|writer (\d+) )");
-  std::map<uint32_t, size_t> perThread;
-  EXPECT_EQ(lines.size(), expected);
-  for (const std::string& line : WithoutTime(lines)) {
-    std::smatch match;
-    EXPECT_TRUE(std::regex_search(line, match, kTag)) << line;
-    EXPECT_EQ(match[1].str(), match[2].str()) << line;
-    const std::string filler = match.suffix();
-    EXPECT_EQ(filler.size(), 600U) << line;
-    EXPECT_EQ(filler.find_first_not_of(filler.substr(0, 1)), std::string::npos) << line;
-    ++perThread[static_cast<uint32_t>(std::stoul("0" + match[2].str()))];
+// Writers on several threads of two processes tag their lines with their
+// own thread id; the lock guarantees the thread column (module-wide)
+// matches, and no line is torn.
+void WriteTaggedLines(int threads, int lines) {
+  std::vector<std::thread> writers;
+  for (int t = 0; t < threads; ++t) {
+    writers.emplace_back([lines, letter = static_cast<char>('a' + t)] {
+      const uint32_t me = platform::CurrentThreadId();
+      const std::string filler(600, letter);
+      for (int i = 0; i < lines; ++i) QUORLOG(1, "writer %u %s", me, filler.c_str());
+    });
   }
-  return perThread;
+  for (std::thread& writer : writers) writer.join();
 }
 
-void WriteTaggedLines(int count, char letter) {
-  const uint32_t me = platform::CurrentThreadId();
-  const std::string filler(600, letter);
-  for (int i = 0; i < count; ++i) QUORLOG(1, "writer %u %s", me, filler.c_str());
-}
-
-TEST_F(TraceLogTest, LinesOfManyThreadsNeverMix) {
+TEST_F(TraceLogTest, LinesOfManyThreadsAndTwoProcessesNeverMix) {
   StartWithLogFolder(1);
-  constexpr int kThreads = 4, kLines = 100;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t)
-    threads.emplace_back(WriteTaggedLines, kLines, static_cast<char>('a' + t));
-  for (std::thread& thread : threads) thread.join();
-  const auto perThread = ExpectWholeLines(ReadLines(LogFile()), kThreads * kLines);
-  EXPECT_EQ(perThread.size(), size_t{kThreads});
-  for (const auto& [thread, count] : perThread) EXPECT_EQ(count, size_t{kLines}) << thread;
-}
-
-TEST_F(TraceLogTest, LinesOfTwoProcessesNeverMix) {
-  StartWithLogFolder(1);
-  constexpr int kLines = 150;
+  constexpr int kThreads = 3, kLines = 100;
   int ready[2];
   ASSERT_EQ(::pipe(ready), 0);
-  const pid_t pid = ::fork();
+  const pid_t pid = ::fork();  // before any writer thread exists
   if (pid == 0) {
     // Join the trace as another process would: by name.
     TraceReset();
     const bool started = TraceStart(1, fileName_.c_str());
     const char go = 'g';
     const bool signalled = ::write(ready[1], &go, 1) == 1;
-    WriteTaggedLines(kLines, 'c');
+    WriteTaggedLines(kThreads, kLines);
     TraceReset();
     ::_exit(started && signalled ? 0 : 1);
   }
   ASSERT_GT(pid, 0);
   char go = 0;
   EXPECT_EQ(::read(ready[0], &go, 1), 1);
-  WriteTaggedLines(kLines, 'p');
+  WriteTaggedLines(kThreads, kLines);
   int status = 0;
   ASSERT_EQ(::waitpid(pid, &status, 0), pid);
   ::close(ready[0]);
   ::close(ready[1]);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  auto perThread = ExpectWholeLines(ReadLines(LogFile()), 2 * kLines);
-  EXPECT_EQ(perThread[platform::CurrentThreadId()], size_t{kLines});
-  EXPECT_EQ(perThread[static_cast<uint32_t>(pid)], size_t{kLines}) << "the child's main thread";
+
+  static const std::regex kTag(R"(^ *(\d+)\|[^@]*@\d+\|writer (\d+) )");
+  const Lines lines = WithoutTime(ReadLines(LogFile()));
+  EXPECT_EQ(lines.size(), size_t{2 * kThreads * kLines});
+  std::map<std::string, int> perThread;
+  for (const std::string& line : lines) {
+    std::smatch match;
+    EXPECT_TRUE(std::regex_search(line, match, kTag)) << line;
+    EXPECT_EQ(match[1].str(), match[2].str()) << line;
+    const std::string filler = match.suffix();
+    EXPECT_EQ(filler.size(), 600U) << line;
+    EXPECT_EQ(filler.find_first_not_of(filler.substr(0, 1)), std::string::npos) << line;
+    ++perThread[match[2].str()];
+  }
+  EXPECT_EQ(perThread.size(), size_t{2 * kThreads});
+  for (const auto& [thread, count] : perThread) EXPECT_EQ(count, kLines) << thread;
 }
 
 }  // namespace

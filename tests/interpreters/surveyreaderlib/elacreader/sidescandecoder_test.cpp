@@ -34,11 +34,12 @@ bool Decode(const GroupWriter& write, SidescanRec& sidescan) {
 }
 
 // Ping number 321, six samples 100 us apart behind a delay of two samples,
-// then `trailing`.
-xsetest::Bytes SidescanFrame(bool bigEndian, Trailing groups) {
-  groups.insert(groups.begin(), {[](FrameWriter& w) { xsewriter::PutSidescanPingGroup(w, 321); },
-                                 SamplesGroup(100, 200, {10, 11, 12, 13, 14, 15})});
-  return xsetest::FrameOf(bigEndian, elac::kSidescanFrame, groups);
+// then the `trailing` groups.
+xsetest::Bytes SidescanFrame(bool bigEndian, Trailing trailing) {
+  trailing.insert(trailing.begin(),
+                  {[](FrameWriter& w) { xsewriter::PutSidescanPingGroup(w, 321); },
+                   SamplesGroup(100, 200, {10, 11, 12, 13, 14, 15})});
+  return xsetest::FrameOf(bigEndian, elac::kSidescanFrame, trailing);
 }
 
 class SidescanFrameTest : public ::testing::TestWithParam<bool> {};
