@@ -8,17 +8,19 @@
 #include <string>
 #include <utility>
 
+#include "platform/sharedapi.h"
+
 namespace platform {
 
 using MessageBoxHandler = std::function<void(const std::string& caption, const std::string& text)>;
 
 // Shows the box through the installed handler and returns when it is closed.
-void ShowMessageBox(const std::string& caption, const std::string& text);
+XSE_SHARED_API void ShowMessageBox(const std::string& caption, const std::string& text);
 
 // Installs `handler` (an empty one brings back the default) and returns the
 // one it replaces. Safe to call while other threads show boxes: a box already
 // being shown finishes with the handler it started with.
-MessageBoxHandler SetMessageBoxHandler(MessageBoxHandler handler);
+XSE_SHARED_API MessageBoxHandler SetMessageBoxHandler(MessageBoxHandler handler);
 
 // Installs a handler for the lifetime of the object and then puts the
 // previous one back.

@@ -8,7 +8,9 @@
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "interpreters/xsereader/xsereadertestsupport.h"
+#include "platform/framework/propertypage.h"
 #include "platform/framework/resources.h"
+#include "platform/messagebox.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -51,6 +53,19 @@ TEST_F(ModuleTest, ResourcesAreFoundWhileTheModuleIsLoaded) {
   EXPECT_EQ(platform::FindDialogTemplate(19001), nullptr);
   EXPECT_EQ(platform::LoadResourceString(20112), std::nullopt);
   EXPECT_EQ(platform::CreateObjectByName("ZElacSettingsDlg"), nullptr);
+}
+
+TEST_F(ModuleTest, BoxesShownInsideTheModuleReachTheHostsHandler) {
+  std::vector<std::string> boxes;
+  platform::ScopedMessageBoxHandler handler(
+      [&boxes](const std::string&, const std::string& text) { boxes.push_back(text); });
+  platform::CPropertyPage* page = module_.entry().createSettingsPage(nullptr);
+  ASSERT_NE(page, nullptr);
+  ASSERT_TRUE(page->Create());
+  page->SetControlText(19007, "abc");
+  EXPECT_FALSE(page->PressOK());
+  module_.entry().destroySettingsPage(page);
+  EXPECT_THAT(boxes, ElementsAre("Please enter a number."));
 }
 
 TEST_F(ModuleTest, EntryIgnoresThreadReasonsAndRefusesASecondAttach) {
