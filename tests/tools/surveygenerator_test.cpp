@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <numbers>
 #include <optional>
 #include <sstream>
@@ -213,6 +214,18 @@ TEST(SurveyGenerator, PingsLookLikeASeafloorSeenFromTwoHeads) {
   }
   EXPECT_LT(ping.acrossTrack[0], -50.0f) << "port head's outer beam";
   EXPECT_GT(ping.acrossTrack[31], 50.0f) << "starboard head's outer beam";
+}
+
+}  // namespace
+
+namespace {
+
+TEST(SurveyGenerator, RatesThatAreNoPositiveNumberFallBackToTheDefaults) {
+  xsetool::SurveyOptions options = Small();
+  options.navigationRateHz = 0;
+  options.pingRateHz = std::numeric_limits<double>::quiet_NaN();
+  const Survey survey = Generate(options);
+  EXPECT_EQ(survey.bytes, Generate(Small()).bytes);
 }
 
 }  // namespace

@@ -59,6 +59,13 @@ SurveyGenerator::SurveyGenerator(const SurveyOptions& options)
       noise_(Random(options.seed ^ 0x6E6F697365ull).Fork()),
       byteOrders_(options.seed ^ 0x6F72646572ull) {
   if (!options_.durationSeconds && !options_.sizeBytes) options_.durationSeconds = 60.0;
+  // Rates place the frames in time; one that is not a positive number would
+  // make every frame time infinite or undefined.
+  const SurveyOptions defaults;
+  if (!(options_.navigationRateHz > 0) || !std::isfinite(options_.navigationRateHz))
+    options_.navigationRateHz = defaults.navigationRateHz;
+  if (!(options_.pingRateHz > 0) || !std::isfinite(options_.pingRateHz))
+    options_.pingRateHz = defaults.pingRateHz;
   options_.beamsPerHead = std::max<uint32_t>(options_.beamsPerHead, 1);
   options_.sidescanSamplesPerSide = std::max<uint32_t>(options_.sidescanSamplesPerSide, 1);
 

@@ -29,6 +29,8 @@ struct SurveyOptions {
   std::optional<uint64_t> sizeBytes;
   uint32_t beamsPerHead = 128;
   uint32_t sidescanSamplesPerSide = 1000;
+  // Frames per second; a rate that is not a positive number falls back to
+  // its default.
   double navigationRateHz = 20;
   double pingRateHz = 10;  // bathymetry and sidescan alike
   ByteOrderChoice byteOrder = ByteOrderChoice::kBig;
