@@ -1,23 +1,17 @@
 #include "platform/namedmutex.h"
 
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <filesystem>
-#include <future>
 #include <string>
 #include <thread>
 #include <utility>
 
 namespace platform {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // Names unique to this process and test, so parallel test runs never meet.
 std::string UniqueName(const std::string& what) {
@@ -51,11 +45,8 @@ TEST(NamedMutexTest, NameRulesAndNullHandle) {
   const std::pair<std::string, bool> kNames[] = {
       {"", false},
       {"a\\b", false},
-      {"D:\\t\\x.log", false},
       {std::string(260, 'n'), false},
-      {prefix + "quortrace.log", true},
-      {"/tmp/" + prefix + "/trace.log", true},
-      {prefix + "with blank: and colon", true},
+      {"/tmp/" + prefix + "/with blank: and colon.log", true},
       {prefix + std::string(259 - prefix.size(), 'n'), true}};
   EXPECT_EQ(CreateNamedMutex(nullptr), nullptr);
   for (const auto& [name, accepted] : kNames) {
@@ -67,109 +58,50 @@ TEST(NamedMutexTest, NameRulesAndNullHandle) {
   EXPECT_FALSE(ReleaseNamedMutex(nullptr));
 }
 
-TEST(NamedMutexTest, OwnerMayTakeItAgainAndMustReleaseEachTake) {
+// Other threads reach the mutex through their own handles of the name, as
+// other modules would; how long a wait lasts is pinned by the trace lock.
+TEST(NamedMutexTest, OwnerMayTakeItAgainAndOthersWaitUntilEveryTakeIsReleased) {
   const std::string name = UniqueName("recursive");
   NamedMutex* mutex = CreateNamedMutex(name.c_str());
-  ASSERT_NE(mutex, nullptr);
-  ASSERT_EQ(WaitNamedMutex(mutex, 0), MutexWait::kAcquired);
-  ASSERT_EQ(WaitNamedMutex(mutex, 0), MutexWait::kAcquired);
-  EXPECT_TRUE(ReleaseNamedMutex(mutex));
-  {
-    NamedMutex* other = CreateNamedMutex(name.c_str());
-    std::thread([other] { EXPECT_EQ(WaitNamedMutex(other, 0), MutexWait::kTimedOut); }).join();
-    CloseNamedMutex(other);
-  }
-  EXPECT_TRUE(ReleaseNamedMutex(mutex));
-  std::thread([mutex] {
-    EXPECT_EQ(WaitNamedMutex(mutex, 0), MutexWait::kAcquired);
-    EXPECT_TRUE(ReleaseNamedMutex(mutex));
-  }).join();
-  CloseNamedMutex(mutex);
-}
-
-TEST(NamedMutexTest, WaitTimesOutWhileAnotherThreadHoldsIt) {
-  const std::string name = UniqueName("timeout");
-  NamedMutex* holderHandle = CreateNamedMutex(name.c_str());
-  NamedMutex* waiterHandle = CreateNamedMutex(name.c_str());
+  NamedMutex* other = CreateNamedMutex(name.c_str());
   NamedMutex* unrelated = CreateNamedMutex(UniqueName("unrelated").c_str());
-  ASSERT_NE(holderHandle, nullptr);
-  ASSERT_NE(waiterHandle, nullptr);
-  std::promise<MutexWait> taken;
-  std::promise<void> release;
-  std::thread holder([&] {
-    taken.set_value(WaitNamedMutex(holderHandle, 0));
-    release.get_future().wait();
-    ReleaseNamedMutex(holderHandle);
-  });
-  ASSERT_EQ(taken.get_future().get(), MutexWait::kAcquired);
-  EXPECT_EQ(WaitNamedMutex(waiterHandle, 0), MutexWait::kTimedOut);
-  const auto start = Clock::now();
-  EXPECT_EQ(WaitNamedMutex(waiterHandle, 60), MutexWait::kTimedOut);
-  const auto waited = Clock::now() - start;
-  EXPECT_GE(waited, std::chrono::milliseconds(55));
-  EXPECT_LT(waited, std::chrono::milliseconds(1000));
-  EXPECT_EQ(WaitNamedMutex(unrelated, 0), MutexWait::kAcquired) << "other names are other mutexes";
-  EXPECT_TRUE(ReleaseNamedMutex(unrelated));
-  release.set_value();
-  holder.join();
-  EXPECT_EQ(WaitNamedMutex(waiterHandle, 60), MutexWait::kAcquired);
-  EXPECT_TRUE(ReleaseNamedMutex(waiterHandle));
-  for (NamedMutex* handle : {unrelated, waiterHandle, holderHandle}) CloseNamedMutex(handle);
+  ASSERT_NE(mutex, nullptr);
+  ASSERT_NE(other, nullptr);
+  ASSERT_EQ(WaitNamedMutex(mutex, 0), MutexWait::kAcquired);
+  ASSERT_EQ(WaitNamedMutex(mutex, 0), MutexWait::kAcquired);
+  EXPECT_TRUE(ReleaseNamedMutex(mutex));
+  std::thread([&] {
+    EXPECT_EQ(WaitNamedMutex(other, 20), MutexWait::kTimedOut);
+    EXPECT_FALSE(ReleaseNamedMutex(other)) << "not the owner";
+    EXPECT_EQ(WaitNamedMutex(unrelated, 0), MutexWait::kAcquired) << "other names, other mutexes";
+    EXPECT_TRUE(ReleaseNamedMutex(unrelated));
+  }).join();
+  EXPECT_TRUE(ReleaseNamedMutex(mutex));
+  std::thread([other] {
+    EXPECT_EQ(WaitNamedMutex(other, 0), MutexWait::kAcquired);
+    EXPECT_TRUE(ReleaseNamedMutex(other));
+  }).join();
+  for (NamedMutex* handle : {unrelated, other, mutex}) CloseNamedMutex(handle);
 }
 
-TEST(NamedMutexTest, OwnerThatEndsHoldingItLeavesItAbandoned) {
-  const std::string name = UniqueName("abandoned");
+TEST(NamedMutexTest, ExcludesOtherProcessesAndTellsWhenItsOwnerEndedHoldingIt) {
+  const std::string name = UniqueName("processes");
   NamedMutex* mutex = CreateNamedMutex(name.c_str());
   ASSERT_NE(mutex, nullptr);
-  const int childStatus = RunInChild([&] {
-    NamedMutex* own = CreateNamedMutex(name.c_str());
-    return own != nullptr && WaitNamedMutex(own, 0) == MutexWait::kAcquired ? 0 : 1;
-  });
-  ASSERT_EQ(childStatus, 0);
-
+  // What a child process's own handle of the name gets from a first try.
+  const auto childTry = [&name] {
+    return RunInChild(
+        [&name] { return static_cast<int>(WaitNamedMutex(CreateNamedMutex(name.c_str()), 0)); });
+  };
+  ASSERT_EQ(WaitNamedMutex(mutex, 0), MutexWait::kAcquired);
+  EXPECT_EQ(childTry(), static_cast<int>(MutexWait::kTimedOut));
+  EXPECT_TRUE(ReleaseNamedMutex(mutex));
+  // This child takes it and ends without releasing it.
+  EXPECT_EQ(childTry(), static_cast<int>(MutexWait::kAcquired));
   EXPECT_EQ(WaitNamedMutex(mutex, 100), MutexWait::kAbandoned);
   EXPECT_TRUE(ReleaseNamedMutex(mutex));
   EXPECT_EQ(WaitNamedMutex(mutex, 100), MutexWait::kAcquired) << "usable again after the repair";
   EXPECT_TRUE(ReleaseNamedMutex(mutex));
-  CloseNamedMutex(mutex);
-}
-
-TEST(NamedMutexTest, ExcludesThreadsOfAnotherProcess) {
-  const std::string name = UniqueName("processes");
-  NamedMutex* mutex = CreateNamedMutex(name.c_str());
-  ASSERT_NE(mutex, nullptr);
-  void* memory =
-      ::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(memory, MAP_FAILED);
-  volatile int* counter = static_cast<int*>(memory);
-  *counter = 0;
-  constexpr int kRounds = 300;
-  // Read, yield, write: without the mutex the two processes lose increments.
-  auto increment = [counter](NamedMutex* handle) {
-    for (int i = 0; i < kRounds; ++i) {
-      if (WaitNamedMutex(handle, 2000) != MutexWait::kAcquired) return false;
-      const int seen = *counter;
-      ::sched_yield();
-      *counter = seen + 1;
-      if (!ReleaseNamedMutex(handle)) return false;
-    }
-    return true;
-  };
-
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    NamedMutex* own = CreateNamedMutex(name.c_str());
-    const bool ok = own != nullptr && increment(own);
-    CloseNamedMutex(own);
-    ::_exit(ok ? 0 : 1);
-  }
-  ASSERT_GT(pid, 0);
-  EXPECT_TRUE(increment(mutex));
-  int status = 0;
-  ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  EXPECT_EQ(*counter, 2 * kRounds);
-  ::munmap(memory, sizeof(int));
   CloseNamedMutex(mutex);
 }
 
@@ -179,27 +111,16 @@ TEST(NamedMutexTest, SystemObjectLivesAsLongAsAnyHandle) {
   NamedMutex* second = CreateNamedMutex(name.c_str());
   ASSERT_NE(first, nullptr);
   ASSERT_NE(second, nullptr);
-  EXPECT_EQ(SystemObjectsTagged(name), 1);
-
   // A forked child closing its inherited copy must not take the name away.
   EXPECT_EQ(RunInChild([&] {
               CloseNamedMutex(first);
               return 0;
             }),
             0);
-  EXPECT_EQ(SystemObjectsTagged(name), 1);
-
   CloseNamedMutex(first);
   EXPECT_EQ(SystemObjectsTagged(name), 1);
   CloseNamedMutex(second);
   EXPECT_EQ(SystemObjectsTagged(name), 0);
-
-  // A name used again after the last close starts out free.
-  NamedMutex* again = CreateNamedMutex(name.c_str());
-  ASSERT_NE(again, nullptr);
-  EXPECT_EQ(WaitNamedMutex(again, 0), MutexWait::kAcquired);
-  EXPECT_TRUE(ReleaseNamedMutex(again));
-  CloseNamedMutex(again);
 }
 
 }  // namespace
