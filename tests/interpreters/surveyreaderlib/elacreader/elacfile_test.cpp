@@ -73,36 +73,4 @@ TEST(ElacFile, SecondOpenFailsAndLeavesTheStreamFailed) {
   EXPECT_TRUE(target.calls.empty());
 }
 
-TEST(ElacFile, FileEndingInsideAFrameDeliversTheFramesBeforeIt) {
-  TempDir dir;
-  auto cut = HeadingFrame(true);
-  cut.resize(cut.size() - 3);
-  RecordingTarget target;
-  ElacFile file(&target);
-  ASSERT_TRUE(file.Open(dir.Write("cut.xse", xsetest::Concat({HeadingFrame(false), cut})).c_str()));
-  int32_t processed = 0;
-  EXPECT_TRUE(file.receiveData(processed, 0));
-  EXPECT_FALSE(file.receiveData(processed, 0));
-  EXPECT_EQ(target.Count<quor::GyroRec>(), 1u);
-}
-
-TEST(ElacFile, ManyFramesReadThroughTheBufferBoundaries) {
-  // Frames straddle the stream's read buffer many times over; every one is
-  // found and the consumed counts add up to the file.
-  TempDir dir;
-  Bytes all;
-  for (int i = 0; i < 20000; ++i) {
-    const auto frame = HeadingFrame(i % 2 == 0, 1.0, i % 7);
-    all.insert(all.end(), frame.begin(), frame.end());
-  }
-  RecordingTarget target;
-  ElacFile file(&target);
-  ASSERT_TRUE(file.Open(dir.Write("many.xse", all).c_str()));
-  int64_t total = 0;
-  int32_t processed = 0;
-  while (file.receiveData(processed, 0)) total += processed;
-  EXPECT_EQ(total, static_cast<int64_t>(all.size()) - 4);
-  EXPECT_EQ(target.Count<quor::GyroRec>(), 20000u);
-}
-
 }  // namespace

@@ -73,46 +73,48 @@ GroupWriter Position(std::string datum) {
   return [=](FrameWriter& w) { xsewriter::PutPositionGroup(w, datum, 0.97, 0.17, 42.0); };
 }
 
-class NavigationFrameTest : public ::testing::TestWithParam<bool> {};
-
-TEST_P(NavigationFrameTest, PositionHeadingAndAttitudeAreDeliveredInDegrees) {
-  const auto target = xsetest::DecodeFrames({NavigationFrame(
-      GetParam(), {Position("WGS84"), [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, -0.5); },
-                   [](FrameWriter& w) { xsewriter::PutAttitudeGroup(w, 0.25, -0.1, 0.05); }})});
-  ASSERT_THAT(target.Kinds(), ElementsAre("startTime", "position", "gyro", "motion"));
-  const auto* position = target.Nth<quor::NavigationRec>();
-  EXPECT_EQ(position->geographicFirst, 0.97);
-  EXPECT_EQ(position->geographicSecond, 0.17);
-  EXPECT_EQ(position->thirdCoordinate, 42.0);
-  EXPECT_EQ(position->time, (quor::timeval{kUnixSeconds + 5, 250000}));
-  EXPECT_NEAR(target.Nth<quor::GyroRec>()->heading, -28.6479, 1e-4);
-  const auto* motion = target.Nth<quor::MotionRec>();
-  EXPECT_EQ(motion->heave, 0.25);
-  EXPECT_NEAR(motion->roll, -5.7296, 1e-4);
-  EXPECT_NEAR(motion->pitch, 2.8648, 1e-4);
-  EXPECT_EQ(motion->fieldMask, 0x7u);
+// Each row's frame holds a position in its datum, a heading and an attitude;
+// the rows alternate the byte order.
+TEST(ElacReader, NavigationFrameGivesPositionByDatumAndHeadingAndAttitudeInDegrees) {
+  const std::pair<std::string, bool> kDatums[] = {
+      {"WGS84", true}, {"wgs84", true},   {"", true},     {std::string("wgs84\0\0\0", 8), true},
+      {"WGS", true},   {"wgs84x", false}, {"ED50", false}};
+  bool bigEndian = false;
+  for (const auto& [datum, geographic] : kDatums) {
+    bigEndian = !bigEndian;
+    const auto target = xsetest::DecodeFrames({NavigationFrame(
+        bigEndian, {Position(datum), [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, -0.5); },
+                    [](FrameWriter& w) { xsewriter::PutAttitudeGroup(w, 0.25, -0.1, 0.05); }})});
+    ASSERT_THAT(target.Kinds(), ElementsAre("startTime", "position", "gyro", "motion")) << datum;
+    const auto* position = target.Nth<quor::NavigationRec>();
+    EXPECT_EQ(position->fieldMask, geographic ? 0x3u : 0x0u) << datum;
+    EXPECT_EQ(position->valid, 1);
+    EXPECT_EQ(geographic ? position->geographicFirst : position->projectedFirst, 0.97);
+    EXPECT_EQ(geographic ? position->geographicSecond : position->projectedSecond, 0.17);
+    EXPECT_EQ(geographic ? position->projectedFirst : position->geographicFirst, 0.0);
+    EXPECT_EQ(position->thirdCoordinate, 42.0);
+    EXPECT_EQ(position->time, (quor::timeval{kUnixSeconds + 5, 250000}));
+    EXPECT_NEAR(target.Nth<quor::GyroRec>()->heading, -28.6479, 1e-4);
+    const auto* motion = target.Nth<quor::MotionRec>();
+    EXPECT_EQ(motion->heave, 0.25);
+    EXPECT_NEAR(motion->roll, -5.7296, 1e-4);
+    EXPECT_NEAR(motion->pitch, 2.8648, 1e-4);
+    EXPECT_EQ(motion->fieldMask, 0x7u);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(BothByteOrders, NavigationFrameTest, ::testing::Bool());
-
-class FrameTypeTest : public ::testing::TestWithParam<std::tuple<uint32_t, bool, bool>> {};
-
-TEST_P(FrameTypeTest, StartTimeAndDecodingFollowTheFrameType) {
-  const auto [frameType, startTime, headingDecoded] = GetParam();
-  const auto target = xsetest::DecodeFrames({xsetest::WriteFrame(
-      true, frameType, [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 1.0); })});
-  EXPECT_EQ(target.Count<quor::timeval>(), startTime ? 1u : 0u);
-  EXPECT_EQ(target.Count<quor::GyroRec>(), headingDecoded ? 1u : 0u);
+TEST(ElacReader, StartTimeAndDecodingFollowTheFrameType) {
+  // Frame type, start time delivered, heading group decoded.
+  const std::tuple<uint32_t, bool, bool> kCases[] = {
+      {1u, true, true},  {2u, false, false}, {3u, false, false},  {4u, false, false},
+      {5u, true, false}, {6u, true, false},  {10u, false, false}, {0xFFFFFFFFu, true, false}};
+  for (const auto& [frameType, startTime, headingDecoded] : kCases) {
+    const auto target = xsetest::DecodeFrames({xsetest::WriteFrame(
+        true, frameType, [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 1.0); })});
+    EXPECT_EQ(target.Count<quor::timeval>(), startTime ? 1u : 0u) << frameType;
+    EXPECT_EQ(target.Count<quor::GyroRec>(), headingDecoded ? 1u : 0u) << frameType;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(AllKinds, FrameTypeTest,
-                         ::testing::Values(std::tuple{1u, true, true}, std::tuple{2u, false, false},
-                                           std::tuple{3u, false, false},
-                                           std::tuple{4u, false, false},
-                                           std::tuple{5u, true, false}, std::tuple{6u, true, false},
-                                           std::tuple{7u, true, false},
-                                           std::tuple{10u, false, false},
-                                           std::tuple{0xFFFFFFFFu, true, false}));
 
 TEST(ElacReader, TimeBaseIs1901AndPre1970TimesAreMarkedInvalid) {
   EXPECT_EQ(elac::ConvertXseTime(kFrameSeconds, 123456), (quor::timeval{kUnixSeconds, 123456}));
@@ -120,28 +122,6 @@ TEST(ElacReader, TimeBaseIs1901AndPre1970TimesAreMarkedInvalid) {
   EXPECT_EQ(elac::ConvertXseTime(2177452799u, 7), (quor::timeval{-1, 7}));
   EXPECT_EQ(elac::ConvertXseTime(0xFFFFFFFFu, 0).tv_sec, 2117514495);
 }
-
-class PositionDatumTest : public ::testing::TestWithParam<std::pair<std::string, bool>> {};
-
-TEST_P(PositionDatumTest, DatumChoosesTheCoordinatePair) {
-  const auto target = xsetest::DecodeFrames({NavigationFrame(false, {Position(GetParam().first)})});
-  const auto* position = target.Nth<quor::NavigationRec>();
-  ASSERT_NE(position, nullptr);
-  const bool geographic = GetParam().second;
-  EXPECT_EQ(position->fieldMask, geographic ? 0x3u : 0x0u);
-  EXPECT_EQ(position->valid, 1);
-  EXPECT_EQ(geographic ? position->geographicFirst : position->projectedFirst, 0.97);
-  EXPECT_EQ(geographic ? position->geographicSecond : position->projectedSecond, 0.17);
-  EXPECT_EQ(geographic ? position->projectedFirst : position->geographicFirst, 0.0);
-  EXPECT_EQ(position->thirdCoordinate, 42.0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Datums, PositionDatumTest,
-                         ::testing::Values(std::pair{"WGS84", true}, std::pair{"wgs84", true},
-                                           std::pair{"", true},
-                                           std::pair{std::string("wgs84\0\0\0", 8), true},
-                                           std::pair{"WGS", true}, std::pair{"wgs84x", false},
-                                           std::pair{"ED50", false}));
 
 TEST(ElacReader, ShortPositionGroupKeepsWgs84BitsForTheRestOfTheFrame) {
   // L = 5 and G = 30: the name fits, the coordinates do not (G >= 37 needed).
@@ -179,20 +159,19 @@ TEST(ElacReader, PingHeadingIsMarkedAsSecondSensorOnlyDuringTheCall) {
   EXPECT_EQ(next->relTime, 0);
 }
 
-class ShortGroupTest : public ::testing::TestWithParam<std::array<uint32_t, 3>> {};
-
-TEST_P(ShortGroupTest, GroupShorterThanItsFieldsIsRejected) {
-  const auto [frameType, groupType, bodyBytes] = GetParam();  // body including the type word
-  for (uint32_t bytes : {bodyBytes - 1, bodyBytes}) {
-    const auto target = xsetest::DecodeFrames(
-        {xsetest::WriteFrame(true, frameType, xsetest::Group(groupType, {}, bytes - 4))});
-    EXPECT_EQ(target.calls.size() - 1, bytes == bodyBytes ? 1u : 0u) << bytes << " bytes";
+TEST(ElacReader, GroupShorterThanItsFieldsIsRejected) {
+  // Frame type, group type, body bytes needed (type word included): the
+  // heading, attitude, ping heading and position groups.
+  const std::array<uint32_t, 3> kCases[] = {{1, 11, 12}, {1, 7, 28}, {6, 19, 16}, {1, 2, 32}};
+  for (const auto& [frameType, groupType, bodyBytes] : kCases) {
+    for (uint32_t bytes : {bodyBytes - 1, bodyBytes}) {
+      const auto target = xsetest::DecodeFrames(
+          {xsetest::WriteFrame(true, frameType, xsetest::Group(groupType, {}, bytes - 4))});
+      EXPECT_EQ(target.calls.size() - 1, bytes == bodyBytes ? 1u : 0u)
+          << "group " << groupType << ", " << bytes << " bytes";
+    }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(HeadingAttitudePosition, ShortGroupTest,
-                         ::testing::Values(std::array{1u, 11u, 12u}, std::array{1u, 7u, 28u},
-                                           std::array{6u, 19u, 16u}, std::array{1u, 2u, 32u}));
 
 TEST(ElacReader, WhatIsNoFrameGivesNoCall) {
   RecordingTarget target;

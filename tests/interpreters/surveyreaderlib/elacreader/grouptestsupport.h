@@ -51,20 +51,15 @@ inline Bytes HeadingFrame(bool bigEndian, double heading = 1.0, int extraWords =
   });
 }
 
-// The body (type word onwards) of the one group that `put` writes.
-inline Bytes WriteGroupBody(bool bigEndian, const GroupWriter& put) {
-  const auto frame = WriteFrame(bigEndian, 0, put);
-  constexpr size_t kBodyStart = elac::kFrameHeaderSize + elac::kGroupEnvelopeSize;
-  const auto size = elac::LoadScalar<uint32_t>(frame.data() + kBodyStart - 4, bigEndian);
-  return {frame.begin() + kBodyStart, frame.begin() + kBodyStart + size};
-}
-
-// Runs `decode` on the body of the one group that `put` writes.
+// Runs `decode` on the body (type word onwards) of the one group that `put`
+// writes.
 template <typename Record>
 bool DecodeGroup(bool (*decode)(elac::ByteCursor, Record&), const GroupWriter& put, Record& record,
                  bool bigEndian = true) {
-  const auto body = WriteGroupBody(bigEndian, put);
-  return decode(elac::ByteCursor(body, bigEndian), record);
+  const auto frame = WriteFrame(bigEndian, 0, put);
+  constexpr size_t kBodyStart = elac::kFrameHeaderSize + elac::kGroupEnvelopeSize;
+  const auto size = elac::LoadScalar<uint32_t>(frame.data() + kBodyStart - 4, bigEndian);
+  return decode(elac::ByteCursor(std::span(frame).subspan(kBodyStart, size), bigEndian), record);
 }
 
 // A group of `type` holding `words` and then `zeros` zero bytes.

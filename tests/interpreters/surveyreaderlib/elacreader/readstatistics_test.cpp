@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "grouptestsupport.h"
 
 namespace {
@@ -30,58 +32,45 @@ elac::ReadStatistics ReadAll(const Bytes& data) {
   return statistics;
 }
 
-struct StatisticsCase {
-  const char* name;
-  Bytes data;
-  uint64_t decoded, rejected, frameBytes;
-};
-
-class ReadStatisticsTest : public ::testing::TestWithParam<StatisticsCase> {};
-
-TEST_P(ReadStatisticsTest, CountsWhatTheSearchMet) {
-  const auto statistics = ReadAll(GetParam().data);
-  EXPECT_EQ(statistics.FramesDecoded(), GetParam().decoded);
-  EXPECT_EQ(statistics.framesRejected, GetParam().rejected);
-  EXPECT_EQ(statistics.frameBytes, GetParam().frameBytes);
-  EXPECT_EQ(statistics.bigEndianFrames + statistics.littleEndianFrames, GetParam().decoded);
+TEST(ReadStatistics, CountsWhatTheSearchMet) {
+  // Start marker, S = 8 (too short for type and time), 8 bytes, end marker.
+  const Bytes headerless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
+                            0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
+  const uint64_t size = kNav.size();
+  // Data, frames decoded, frames rejected, frame bytes.
+  const std::tuple<Bytes, uint64_t, uint64_t, uint64_t> kCases[] = {
+      {Concat({kNav, HeadingFrame(false)}), 2, 0, 2 * size},
+      {Concat({Bytes(8, 0xAA), kNav}), 1, 0, size},                       // junk is no frame
+      {Concat({Patched(51, 'X'), kNav}), 1, 1, size},                     // damaged end marker
+      {Concat({Patched(4, 0x7F), kNav}), 1, 1, size},                     // absurd size
+      {Concat({kNav, Bytes(kNav.begin(), kNav.end() - 3)}), 1, 1, size},  // cut
+      {Concat({headerless, kNav}), 1, 1, size}};
+  int row = 0;
+  for (const auto& [data, decoded, rejected, frameBytes] : kCases) {
+    SCOPED_TRACE(row++);
+    const auto statistics = ReadAll(data);
+    EXPECT_EQ(statistics.FramesDecoded(), decoded);
+    EXPECT_EQ(statistics.framesRejected, rejected);
+    EXPECT_EQ(statistics.frameBytes, frameBytes);
+    EXPECT_EQ(statistics.bigEndianFrames + statistics.littleEndianFrames, decoded);
+  }
 }
 
-// Start marker, S = 8 (too short for type and time), 8 bytes, end marker.
-const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
-                           0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
-const size_t kNavSize = kNav.size();
-
-INSTANTIATE_TEST_SUITE_P(
-    Streams, ReadStatisticsTest,
-    ::testing::Values(
-        StatisticsCase{"Clean", Concat({kNav, HeadingFrame(false)}), 2, 0, 2 * kNavSize},
-        StatisticsCase{"JunkIsNoFrame", Concat({Bytes(8, 0xAA), kNav}), 1, 0, kNavSize},
-        StatisticsCase{"DamagedEndMarker", Concat({Patched(51, 'X'), kNav}), 1, 1, kNavSize},
-        StatisticsCase{"AbsurdSize", Concat({Patched(4, 0x7F), kNav}), 1, 1, kNavSize},
-        StatisticsCase{"DataEndsInsideAFrame", Concat({kNav, Bytes(kNav.begin(), kNav.end() - 3)}),
-                       1, 1, kNavSize},
-        StatisticsCase{"TooShortForItsHeader", Concat({kHeaderless, kNav}), 1, 1, kNavSize}),
-    [](const auto& p) { return std::string(p.param.name); });
-
-TEST(ReadStatistics, FramesAreCountedByTypeAndByteOrder) {
+TEST(ReadStatistics, FramesAreCountedByTypeAndByteOrderAndFromMemoryWithoutBytes) {
   auto frame = [](uint32_t type, bool big) { return xsetest::WriteFrame(big, type, [](auto&) {}); };
-  const auto statistics = ReadAll(Concat({kNav, HeadingFrame(false), frame(4, false),
-                                          frame(7, true), frame(16, true), frame(4000, false)}));
-  EXPECT_EQ(statistics.framesByType[elac::kNavigationFrame], 2u);
-  EXPECT_EQ(statistics.framesByType[elac::kParameterFrame], 1u);
-  EXPECT_EQ(statistics.framesByType[7], 1u);
-  EXPECT_EQ(statistics.framesByType[elac::ReadStatistics::kOtherFrameTypes], 2u);
-  EXPECT_EQ(statistics.bigEndianFrames, 3u);
-  EXPECT_EQ(statistics.littleEndianFrames, 3u);
-}
-
-TEST(ReadStatistics, FramesDecodedFromMemoryAreCountedButAddNoStreamBytes) {
-  elac::ReadStatistics statistics;
+  auto statistics = ReadAll(Concat({kNav, HeadingFrame(false), frame(4, false), frame(7, true),
+                                    frame(16, true), frame(4000, false)}));
+  const uint64_t streamBytes = statistics.frameBytes;
   ElacReader reader(nullptr, 0);
   reader.SetStatistics(&statistics);
   EXPECT_TRUE(reader.DecodeFrame(kNav.data()));
-  EXPECT_EQ(statistics.framesByType[elac::kNavigationFrame], 1u);
-  EXPECT_EQ(statistics.frameBytes, 0u);
+  EXPECT_EQ(statistics.frameBytes, streamBytes) << "a frame from memory adds no stream bytes";
+  EXPECT_EQ(statistics.framesByType[elac::kNavigationFrame], 3u);
+  EXPECT_EQ(statistics.framesByType[elac::kParameterFrame], 1u);
+  EXPECT_EQ(statistics.framesByType[7], 1u);
+  EXPECT_EQ(statistics.framesByType[elac::ReadStatistics::kOtherFrameTypes], 2u);
+  EXPECT_EQ(statistics.bigEndianFrames, 4u);
+  EXPECT_EQ(statistics.littleEndianFrames, 3u);
 }
 
 }  // namespace

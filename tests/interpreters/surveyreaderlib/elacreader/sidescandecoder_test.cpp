@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <utility>
 
 #include "grouptestsupport.h"
@@ -61,52 +62,28 @@ INSTANTIATE_TEST_SUITE_P(BothByteOrders, SidescanFrameTest, ::testing::Bool());
 // The largest delay gap that fits: b = kMaxSidescanSamples / 2 at 1 us.
 constexpr uint32_t kLargestGap = elac::kMaxSidescanSamples / 2;
 
-struct LayoutCase {
-  uint32_t intervalUs, delayUs;
-  std::vector<uint16_t> samples;
-  int16_t firstGain, secondGain;
-  std::vector<float> expected;
-  float slantRange;
-};
-
-class SidescanLayoutTest : public ::testing::TestWithParam<LayoutCase> {};
-
-TEST_P(SidescanLayoutTest, GapIsTheRoundedDelayAndGainsScaleEachHalfByTwoToMinusTheExponent) {
-  const auto& c = GetParam();
-  SidescanRec ping;
-  ASSERT_TRUE(Decode(SamplesGroup(c.intervalUs, c.delayUs, c.samples), ping));
-  ASSERT_TRUE(Decode(Gains(c.firstGain, c.secondGain), ping));
-  EXPECT_EQ(ping.fieldMask, SidescanRec::kSamples | SidescanRec::kGainsApplied);
-  EXPECT_EQ(Samples(ping), c.expected);
-  EXPECT_FLOAT_EQ(ping.slantRange, c.slantRange);
-}
-
-using Zeros = std::vector<float>;
-
-INSTANTIATE_TEST_SUITE_P(
-    Groups, SidescanLayoutTest,
-    ::testing::Values(
-        LayoutCase{100, 1049, {}, 0, 0, Zeros(20), 0.75f},
-        LayoutCase{100, 1050, {}, 0, 0, Zeros(22), 0.825f},
-        LayoutCase{100, 49, {1, 2}, 0, 0, {2, 1}, 0.075f}, LayoutCase{3, 1, {}, 0, 0, {}, 0},
-        LayoutCase{1, kLargestGap, {}, 0, 0, Zeros(2 * kLargestGap), 1e-6f * kLargestGap * 750},
-        LayoutCase{100, 0, {8, 16, 24, 32}, 1, -2, {16, 12, 64, 32}, 0.15f},
-        LayoutCase{100, 0, {8, 16, 24, 32}, -1, 3, {64, 48, 2, 1}, 0.15f},
-        LayoutCase{100, 0, {8, 16, 24, 32}, 200, 0, {0, 0, 16, 8}, 0.15f},
-        // An odd count keeps every sample; without a gap the middle one
-        // belongs to the second half.
-        LayoutCase{100, 100, {1, 2, 3, 4, 5}, 0, 0, {5, 4, 0, 0, 3, 2, 1}, 0.225f},
-        LayoutCase{100, 0, {1, 2, 3, 4, 5}, 1, -1, {2.5, 2, 6, 4, 2}, 0.15f}));
-
-TEST(SidescanDecoder, SampleArrayGrowsOnlyWhenAPingNeedsMoreRoom) {
-  SidescanRec ping;
-  ASSERT_TRUE(Decode(SamplesGroup(100, 1000, {1, 2, 3, 4, 5, 6}), ping));
-  const float* samples = ping.samples.get();
-  ASSERT_TRUE(Decode(SamplesGroup(100, 0, {7, 8}), ping));
-  EXPECT_EQ(ping.samples.get(), samples);
-  EXPECT_THAT(Samples(ping), ElementsAre(8, 7));
-  ASSERT_TRUE(Decode(SamplesGroup(100, 1100, {1, 2, 3, 4, 5, 6}), ping));
-  EXPECT_EQ(ping.sampleCapacity, 28u);
+TEST(SidescanDecoder, GapIsTheRoundedDelayAndGainsScaleEachHalfByTwoToMinusTheExponent) {
+  using Zeros = std::vector<float>;
+  // Interval and delay in us, samples, gain exponents, samples laid out, slant range.
+  const std::tuple<uint32_t, uint32_t, std::vector<uint16_t>, int16_t, int16_t, Zeros, float>
+      kCases[] = {{100, 1050, {}, 0, 0, Zeros(22), 0.825f},
+                  {100, 49, {1, 2}, 0, 0, {2, 1}, 0.075f},
+                  {1, kLargestGap, {}, 0, 0, Zeros(2 * kLargestGap), 1e-6f * kLargestGap * 750},
+                  {100, 0, {8, 16, 24, 32}, 1, -2, {16, 12, 64, 32}, 0.15f},
+                  {100, 0, {8, 16, 24, 32}, 200, 0, {0, 0, 16, 8}, 0.15f},
+                  // An odd count keeps every sample; without a gap the middle one
+                  // belongs to the second half.
+                  {100, 100, {1, 2, 3, 4, 5}, 0, 0, {5, 4, 0, 0, 3, 2, 1}, 0.225f},
+                  {100, 0, {1, 2, 3, 4, 5}, 1, -1, {2.5, 2, 6, 4, 2}, 0.15f}};
+  for (const auto& [intervalUs, delayUs, samples, firstGain, secondGain, expected, slant] :
+       kCases) {
+    SidescanRec ping;
+    ASSERT_TRUE(Decode(SamplesGroup(intervalUs, delayUs, samples), ping));
+    ASSERT_TRUE(Decode(Gains(firstGain, secondGain), ping));
+    EXPECT_EQ(ping.fieldMask, SidescanRec::kSamples | SidescanRec::kGainsApplied);
+    EXPECT_EQ(Samples(ping), expected);
+    EXPECT_FLOAT_EQ(ping.slantRange, slant);
+  }
 }
 
 TEST(SidescanDecoder, OnlyAnEmptyGroupIsRefused) {
@@ -116,40 +93,39 @@ TEST(SidescanDecoder, OnlyAnEmptyGroupIsRefused) {
   EXPECT_TRUE(elac::DecodeSidescanGroup(elac::ByteCursor(stub, true), ping));
 }
 
-class DroppedSidescanGroupTest : public ::testing::TestWithParam<GroupWriter> {};
-
-TEST_P(DroppedSidescanGroupTest, IsAcceptedButChangesNothing) {
-  SidescanRec ping;
-  ASSERT_TRUE(Decode(SamplesGroup(100, 0, {1, 2}), ping));
-  ping.fieldMask = 0;
-  EXPECT_TRUE(Decode(GetParam(), ping));
-  EXPECT_EQ(ping.fieldMask, 0u);
-  EXPECT_EQ(ping.pingNumber, -1);
-  EXPECT_EQ(ping.sampleCapacity, 2u);
-  EXPECT_THAT(Samples(ping), ElementsAre(2, 1));
+TEST(SidescanDecoder, UnusableGroupIsAcceptedButChangesNothing) {
+  const GroupWriter kUnusable[] = {SamplesGroup(0, 1000, {1, 2}),        // no interval
+                                   SamplesGroup(1, kLargestGap, {1}),    // array too large
+                                   SamplesGroup(1, 0xFFFFFFFF, {1, 2}),  // gap too large
+                                   Group(2, {100, 0, 5}, 2),             // samples past it
+                                   Group(2, {}, 8),
+                                   Group(1, {}, 3),
+                                   Group(9, {}, 7),
+                                   Group(77, {}, 12)};
+  int row = 0;
+  for (const auto& group : kUnusable) {
+    SCOPED_TRACE(row++);
+    SidescanRec ping;
+    ASSERT_TRUE(Decode(SamplesGroup(100, 0, {1, 2}), ping));
+    ping.fieldMask = 0;
+    EXPECT_TRUE(Decode(group, ping));
+    EXPECT_EQ(ping.fieldMask, 0u);
+    EXPECT_EQ(ping.pingNumber, -1);
+    EXPECT_EQ(ping.sampleCapacity, 2u);
+    EXPECT_THAT(Samples(ping), ElementsAre(2, 1));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Unusable, DroppedSidescanGroupTest,
-                         ::testing::Values(SamplesGroup(0, 1000, {1, 2}),        // no interval
-                                           SamplesGroup(1, kLargestGap, {1}),    // array too large
-                                           SamplesGroup(1, 0xFFFFFFFF, {1, 2}),  // gap too large
-                                           Group(2, {100, 0, 5}, 2),             // samples past it
-                                           Group(2, {}, 8), Group(1, {}, 3), Group(9, {}, 7),
-                                           Group(77, {}, 12)));
-
-class SidescanDeliveryTest : public ::testing::TestWithParam<std::pair<Trailing, bool>> {};
-
-TEST_P(SidescanDeliveryTest, AFrameDeliversWhenItsOwnGroupsCompleteThePing) {
-  // A complete frame first: nothing of it may carry over.
-  const auto target = xsetest::DecodeFrames(
-      {SidescanFrame(true, {Gains(0, 0)}), SidescanFrame(true, GetParam().first)});
-  EXPECT_EQ(target.Count<SidescanRec>(), GetParam().second ? 2u : 1u);
+TEST(SidescanDecoder, AFrameDeliversWhenItsOwnGroupsCompleteThePing) {
+  const std::pair<Trailing, bool> kCases[] = {{{Group(42, {}, 4)}, false},  // no gains
+                                              {{Gains(0, 0), Group(42, {}, 4)}, true},
+                                              {{Gains(0, 0), xsetest::PutEmptyGroup}, false}};
+  for (const auto& [trailing, delivered] : kCases) {
+    // A complete frame first: nothing of it may carry over.
+    const auto target =
+        xsetest::DecodeFrames({SidescanFrame(true, {Gains(0, 0)}), SidescanFrame(true, trailing)});
+    EXPECT_EQ(target.Count<SidescanRec>(), delivered ? 2u : 1u);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    LastGroups, SidescanDeliveryTest,
-    ::testing::Values(std::pair{Trailing{Group(42, {}, 4)}, false},  // no gains
-                      std::pair{Trailing{Gains(0, 0), Group(42, {}, 4)}, true},
-                      std::pair{Trailing{Gains(0, 0), xsetest::PutEmptyGroup}, false}));
 
 }  // namespace
