@@ -69,14 +69,4 @@ TEST(ReadFrame, StreamErrorEndsTheSearch) {
   EXPECT_TRUE(target.calls.empty());
 }
 
-TEST(ReadFrame, FrameBufferGrowsToTheLargestFrameAndIsReused) {
-  const auto large = HeadingFrame(true, 1.0, 100);
-  auto stream = xsetest::StreamOf(Concat({HeadingFrame(true), large, HeadingFrame(true)}));
-  ElacReader reader(nullptr, 0);
-  for (size_t expected : {size_t{48}, large.size() - 4, large.size() - 4}) {
-    ASSERT_TRUE(reader.ReadFrame(stream));
-    EXPECT_EQ(reader.frameBufferSize(), expected);
-  }
-}
-
 }  // namespace
