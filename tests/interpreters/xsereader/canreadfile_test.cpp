@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -11,72 +10,51 @@
 
 namespace {
 
-using xsetest::PositionFrames;
 using xsetest::TempDir;
 
-std::vector<uint8_t> Cat(std::vector<uint8_t> first, const std::vector<uint8_t>& second) {
-  first.insert(first.end(), second.begin(), second.end());
-  return first;
-}
-
-// One frame whose end marker is damaged.
-std::vector<uint8_t> WrongEndMarker() {
-  std::vector<uint8_t> bytes = PositionFrames(1);
-  bytes.back() ^= 0xFF;
+// One navigation frame after `junk` bytes, its end marker damaged if asked.
+std::vector<uint8_t> Frame(size_t junk = 0, bool damagedEnd = false) {
+  std::vector<uint8_t> bytes(junk, 'z');
+  const std::vector<uint8_t> frame = xsetest::PositionFrames(1);
+  bytes.insert(bytes.end(), frame.begin(), frame.end());
+  if (damagedEnd) bytes.back() ^= 0xFF;
   return bytes;
 }
 
-// "$HSF", a big-endian length of 16 and 16 bytes: a frame whose end marker
-// would stand just behind the file's end.
-std::vector<uint8_t> BareFrame() {
+// "$HSF", a big-endian length of 16, 16 bytes and `tail` more: without a
+// tail the frame's end marker would stand behind the file's end.
+std::vector<uint8_t> BareFrame(size_t tail) {
   std::vector<uint8_t> bytes = {'$', 'H', 'S', 'F', 0, 0, 0, 16};
-  bytes.resize(bytes.size() + 16, 0);
+  bytes.resize(bytes.size() + 16 + tail, 9);
   return bytes;
 }
 
-struct RecognitionCase {
-  const char* name;  // file name in the test folder; empty: a missing file
-  std::vector<uint8_t> bytes;
-  int32_t extensionCheck;
-  int32_t answer;
-};
-
-class CanReadFileTest : public ::testing::TestWithParam<RecognitionCase> {};
-
-TEST_P(CanReadFileTest, AnswersFromTheExtensionAndTheFirstFrame) {
+TEST(CanReadFileTest, AnswersFromTheExtensionAndTheFirstFrame) {
+  const struct {
+    const char* name;  // in the test folder
+    std::vector<uint8_t> bytes;
+    int32_t extensionCheck;
+    int32_t answer;
+  } cases[] = {
+      {"survey.XSE", Frame(), 1, 1},
+      {"survey.xse.bak", Frame(), 1, 0},
+      {"survey.dat", Frame(), 0, 1},
+      {"empty.xse", {}, 1, 0},
+      {"bare.xse", BareFrame(0), 0, 0},
+      {"bare4.xse", BareFrame(4), 0, 1},
+      {"junk8.xse", Frame(8), 0, 1},
+      {"badend.xse", Frame(0, true), 1, 1},
+      {"text.xse", std::vector<uint8_t>(100, 'a'), 0, 0},
+  };
   TempDir dir;
-  const RecognitionCase& c = GetParam();
-  const std::string path = dir.Write(c.name, c.bytes);
-  EXPECT_EQ(ZXSEReader::sCanReadFile(path, c.extensionCheck), c.answer);
-  ZXSEReader reader;
-  reader.extensionCheck = c.extensionCheck;
-  std::string name = path;
-  EXPECT_EQ(reader.CanReadFile(name), c.answer);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, CanReadFileTest,
-    ::testing::Values(
-        RecognitionCase{"survey.xse", PositionFrames(1), 1, 1},
-        RecognitionCase{"survey.XSE", PositionFrames(1), 1, 1},
-        RecognitionCase{"survey.xse.bak", PositionFrames(1), 1, 0},
-        RecognitionCase{"survey", PositionFrames(1), 1, 0},
-        RecognitionCase{"survey.dat", PositionFrames(1), 0, 1},
-        RecognitionCase{"survey.dat", PositionFrames(1), 1, 0},
-        RecognitionCase{"empty.xse", {}, 1, 0}, RecognitionCase{"bare.xse", BareFrame(), 0, 0},
-        RecognitionCase{"bare4.xse", Cat(BareFrame(), {9, 9, 9, 9}), 0, 1},
-        RecognitionCase{"offset6.xse", Cat(std::vector<uint8_t>(6, 0), PositionFrames(1)), 0, 0},
-        RecognitionCase{"offset8.xse", Cat(std::vector<uint8_t>(8, 'z'), PositionFrames(1)), 0, 1},
-        RecognitionCase{"badend.xse", WrongEndMarker(), 1, 1},
-        RecognitionCase{"text.xse", std::vector<uint8_t>(100, 'a'), 0, 0}),
-    [](const ::testing::TestParamInfo<RecognitionCase>& testCase) {
-      std::string name;
-      for (const char c : std::string(testCase.param.name)) name += std::isalnum(c) ? c : '_';
-      return name + (testCase.param.extensionCheck != 0 ? "_checked" : "_unchecked");
-    });
-
-TEST(CanReadFileTest, MissingFileCannotBeRead) {
-  TempDir dir;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::string path = dir.Write(c.name, c.bytes);
+    EXPECT_EQ(ZXSEReader::sCanReadFile(path, c.extensionCheck), c.answer);
+    ZXSEReader reader;
+    reader.extensionCheck = c.extensionCheck;
+    EXPECT_EQ(reader.CanReadFile(path), c.answer);
+  }
   EXPECT_EQ(ZXSEReader::sCanReadFile(dir.File("missing.xse"), 0), 0);
   EXPECT_EQ(ZXSEReader::sCanReadFile(dir.path().string(), 0), 0);  // a folder
 }

@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <list>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "interpreters/xsereader/xsereadertestsupport.h"
@@ -16,28 +18,34 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using xsetest::EventRecorder;
 using xsetest::PositionFrames;
-using xsetest::TempDir;
+
+// Objects made by the module, destroyed by it.
+template <typename T>
+std::unique_ptr<T, void (*)(T*)> Owned(T* object, void (*destroy)(T*)) {
+  return {object, destroy};
+}
 
 class ModuleTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(module_.Load(XSE_TEST_READER_MODULE)) << module_.error(); }
-
-  using ReaderPtr = std::unique_ptr<CReader, void (*)(CReader*)>;
-  ReaderPtr NewReader() {
-    return ReaderPtr(module_.entry().createReader(0), module_.entry().destroyReader);
-  }
-  // Runs the file list on the reader thread, as the host does.
-  int32_t RunFiles(CReader& reader, EventRecorder& recorder) {
-    reader.SetObserver(&recorder);
-    EXPECT_EQ(reader.StartReaderThread(CReader::ReaderRun::kFileList), 1);
-    return reader.JoinReaderThread();
+  void SetUp() override {
+    ASSERT_TRUE(module_.Load(XSE_TEST_READER_MODULE)) << module_.error();
+    reader_ = Owned(module_.entry().createReader(0), module_.entry().destroyReader);
+    ASSERT_NE(reader_, nullptr);
   }
 
+  // Runs `files` on the reader thread, as the host does.
+  int32_t RunFiles(std::list<std::string> files) {
+    reader_->fileList = std::move(files);
+    reader_->SetObserver(&recorder_);
+    EXPECT_EQ(reader_->StartReaderThread(CReader::ReaderRun::kFileList), 1);
+    return reader_->JoinReaderThread();
+  }
+
+  xsetest::TempDir dir_;
   XseReaderModule module_;
-  TempDir dir_;
+  std::unique_ptr<CReader, void (*)(CReader*)> reader_{nullptr, nullptr};
+  xsetest::EventRecorder recorder_;
 };
 
 TEST_F(ModuleTest, ResourcesAreFoundWhileTheModuleIsLoaded) {
@@ -49,6 +57,7 @@ TEST_F(ModuleTest, ResourcesAreFoundWhileTheModuleIsLoaded) {
     const auto page = platform::CreateObjectByName("ZElacSettingsDlg");
     ASSERT_NE(dynamic_cast<platform::CPropertyPage*>(page.get()), nullptr);
   }
+  reader_.reset();
   module_.Unload();
   EXPECT_EQ(platform::FindDialogTemplate(19001), nullptr);
   EXPECT_EQ(platform::LoadResourceString(20112), std::nullopt);
@@ -59,87 +68,62 @@ TEST_F(ModuleTest, BoxesShownInsideTheModuleReachTheHostsHandler) {
   std::vector<std::string> boxes;
   platform::ScopedMessageBoxHandler handler(
       [&boxes](const std::string&, const std::string& text) { boxes.push_back(text); });
-  platform::CPropertyPage* page = module_.entry().createSettingsPage(nullptr);
+  const auto page =
+      Owned(module_.entry().createSettingsPage(nullptr), module_.entry().destroySettingsPage);
   ASSERT_NE(page, nullptr);
   ASSERT_TRUE(page->Create());
   page->SetControlText(19007, "abc");
   EXPECT_FALSE(page->PressOK());
-  module_.entry().destroySettingsPage(page);
   EXPECT_THAT(boxes, ElementsAre("Please enter a number."));
 }
 
-TEST_F(ModuleTest, EntryIgnoresThreadReasonsAndRefusesASecondAttach) {
-  const auto entry = module_.entry().moduleEntry;
-  EXPECT_EQ(entry(nullptr, kModuleThreadAttach, nullptr), 1);
-  EXPECT_EQ(entry(nullptr, kModuleThreadDetach, nullptr), 1);
-  int otherHandle = 0;
-  EXPECT_EQ(entry(&otherHandle, kModuleProcessAttach, nullptr), 0);
-  EXPECT_NE(platform::FindDialogTemplate(19001), nullptr);
-}
-
 TEST_F(ModuleTest, ThreeFilesWithTheMiddleOneMissing) {
-  ReaderPtr reader = NewReader();
-  ASSERT_NE(reader, nullptr);
   const std::string first = dir_.Write("first.xse", PositionFrames(3));
   const std::string third = dir_.Write("third.xse", PositionFrames(3));
-  reader->fileList = {first, dir_.File("second.xse"), third};
-  EventRecorder recorder;
-  EXPECT_EQ(RunFiles(*reader, recorder), 0);
-  EXPECT_THAT(recorder.outcomes(), ElementsAre("fileAdded " + first, "fileAdded " + third));
-  EXPECT_EQ(reader->startTimeSet, 1);
+  EXPECT_EQ(RunFiles({first, dir_.File("second.xse"), third}), 0);
+  EXPECT_THAT(recorder_.outcomes(), ElementsAre("fileAdded " + first, "fileAdded " + third));
+  EXPECT_EQ(reader_->startTimeSet, 1);
 }
 
 TEST_F(ModuleTest, StopDuringAFileReportsHundredPercentAndNoOutcome) {
-  ReaderPtr reader = NewReader();
-  const std::string first = dir_.Write("first.xse", PositionFrames(100));
   const std::string second = dir_.Write("second.xse", PositionFrames(3));
-  reader->fileList = {first, second};
-  EventRecorder recorder;
-  recorder.onProgress = [&reader](const CReader&, const CReader::ProgressStat& stat) {
-    if (stat.percent > 0 && stat.percent < 100) reader->StopReader();
+  recorder_.onProgress = [this](const CReader&, const CReader::ProgressStat& stat) {
+    if (stat.percent > 0 && stat.percent < 100) reader_->StopReader();
   };
-  EXPECT_EQ(RunFiles(*reader, recorder), -1);
-  const auto events = recorder.events();
+  EXPECT_EQ(RunFiles({dir_.Write("first.xse", PositionFrames(100)), second}), -1);
+  const auto events = recorder_.events();
   ASSERT_EQ(events.size(), 3u);
   EXPECT_THAT(events.back(), ::testing::StartsWith("progress 100 "));
-  EXPECT_THAT(reader->fileList, ElementsAre(second));
+  EXPECT_THAT(reader_->fileList, ElementsAre(second));
 }
 
 TEST_F(ModuleTest, EmptyListReturnsAtOnce) {
-  ReaderPtr reader = NewReader();
-  EventRecorder recorder;
-  EXPECT_EQ(RunFiles(*reader, recorder), 0);
-  EXPECT_THAT(recorder.events(), IsEmpty());
+  EXPECT_EQ(RunFiles({}), 0);
+  EXPECT_TRUE(recorder_.events().empty());
 }
 
-TEST_F(ModuleTest, PropertiesPageAndTimeThroughTheEntryPoints) {
+TEST_F(ModuleTest, PropertiesAndTimeThroughTheEntryPoints) {
   const XseReaderEntryPoints& entry = module_.entry();
-  ReaderPtr reader = NewReader();
-  std::unique_ptr<CReader::Properties, void (*)(CReader::Properties*)> properties(
-      entry.createProperties(), entry.destroyProperties);
+  const auto properties = Owned(entry.createProperties(), entry.destroyProperties);
   ASSERT_NE(properties, nullptr);
+  properties->values = {1, 2, 3, 4, 5};
   ZPropList list;
   properties->GetProperties(list);
-  ASSERT_FALSE(list.entries().empty());
-  EXPECT_EQ(list.entries()[0], (ZPropList::Entry{"XSE", -1}));
-  properties->values = {1, 2, 3, 4, 5};
-  entry.setupProperties(reader.get(), properties.get());
-  EXPECT_THAT(reader->parameterBlock, ElementsAre(1, 2, 3, 4, 5));
+  EXPECT_THAT(list.entries(),
+              ElementsAre(ZPropList::Entry{"XSE", -1}, ZPropList::Entry{"Parameter 1", 1},
+                          ZPropList::Entry{"Parameter 2", 2}, ZPropList::Entry{"Parameter 3", 3},
+                          ZPropList::Entry{"Parameter 4", 4}, ZPropList::Entry{"Parameter 5", 5}));
+  entry.setupProperties(reader_.get(), properties.get());
+  EXPECT_THAT(reader_->parameterBlock, ElementsAre(1, 2, 3, 4, 5));
+  // Properties from elsewhere change nothing.
   CReader::Properties foreign;
   foreign.values = {9, 9, 9, 9, 9};
-  entry.setupProperties(reader.get(), &foreign);
-  EXPECT_THAT(reader->parameterBlock, ElementsAre(1, 2, 3, 4, 5));
-
-  reader->startTimeSec = 100;
+  entry.setupProperties(reader_.get(), &foreign);
+  EXPECT_THAT(reader_->parameterBlock, ElementsAre(1, 2, 3, 4, 5));
+  reader_->startTimeSec = 100;
   quor::SensorRec record;
   record.time = {101, 500000};
-  EXPECT_EQ(entry.convertTime(reader.get(), &record), 1500);
-
-  std::unique_ptr<platform::CPropertyPage, void (*)(platform::CPropertyPage*)> page(
-      entry.createSettingsPage(reader.get()), entry.destroySettingsPage);
-  ASSERT_NE(page, nullptr);
-  ASSERT_TRUE(page->Create());
-  EXPECT_TRUE(page->IsChecked(19004));
+  EXPECT_EQ(entry.convertTime(reader_.get(), &record), 1500);
 }
 
 }  // namespace

@@ -1,13 +1,12 @@
 #include "interpreters/xsereader/zxsereader.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <climits>
-#include <functional>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -15,45 +14,28 @@
 
 namespace {
 
-using ::testing::ElementsAre;
-using xsetest::EventRecorder;
-using Clock = std::chrono::steady_clock;
-
-// A source that hands out a fixed list of processed counts. The log is
-// atomic: the reader thread writes it while a test reads it.
+// What a source went through; atomic, as the reader thread writes it while
+// the wait test reads it.
 struct SourceLog {
   std::atomic<int> opens{0};
-  std::atomic<int> receives{0};
   std::atomic<bool> destroyed{false};
 };
 
+// A source that hands out a fixed list of processed counts. One that is not
+// open never opens: a server that does not answer.
 class ScriptedSource final : public IElacContainer {
  public:
-  ScriptedSource(SourceLog& log, std::vector<int32_t> counts, uint32_t size)
-      : log_(log), counts_(std::move(counts)), size_(size) {}
+  ScriptedSource(SourceLog& log, std::vector<int32_t> counts, uint32_t size, bool open)
+      : log_(log), counts_(std::move(counts)), size_(size), open_(open) {}
   ~ScriptedSource() override { log_.destroyed = true; }
 
-  // Not open at first: Open succeeds on attempt `attempt` (0: never).
-  void OpensOnAttempt(int attempt) {
-    open_ = false;
-    opensOn_ = attempt;
-  }
-  std::function<void(int receive)> onReceive;
-
   bool Open(const char* /*name*/) override {
-    const int attempt = ++log_.opens;
-    open_ = opensOn_ != 0 && attempt >= opensOn_;
+    ++log_.opens;
     return open_;
   }
   bool receiveData(int32_t& processed, int32_t /*reserved*/) override {
-    const int receive = ++log_.receives;
-    if (next_ >= counts_.size()) {
-      processed = 0;
-      return false;
-    }
-    processed = counts_[next_++];
-    if (onReceive) onReceive(receive);
-    return true;
+    processed = next_ < counts_.size() ? counts_[next_] : 0;
+    return next_++ < counts_.size();
   }
   void Close() override {}
   uint32_t GetSize() override { return size_; }
@@ -63,256 +45,132 @@ class ScriptedSource final : public IElacContainer {
   SourceLog& log_;
   std::vector<int32_t> counts_;
   uint32_t size_;
-  bool open_ = true;
-  int opensOn_ = 1;
+  bool open_;
   size_t next_ = 0;
 };
 
-class RunReaderTest : public ::testing::Test {
- protected:
-  RunReaderTest() {
-    reader_.SetObserver(&recorder_);
-    reader_.running = 1;
+// A running reader whose reports are recorded, with its source's log.
+struct Harness {
+  explicit Harness(int32_t running = 1) {
+    reader.SetObserver(&recorder);
+    reader.running = running;
   }
-  ScriptedSource& Prepare(std::vector<int32_t> counts, uint32_t size) {
-    auto source = std::make_unique<ScriptedSource>(log_, std::move(counts), size);
-    ScriptedSource& kept = *source;
-    reader_.SetContainer(std::move(source));
-    return kept;
+  void Prepare(std::vector<int32_t> counts, uint32_t size, bool open = true) {
+    reader.SetContainer(std::make_unique<ScriptedSource>(log, std::move(counts), size, open));
+  }
+  // The reports, one line each, joined by "; ".
+  std::string Events() const {
+    std::string text;
+    for (const std::string& event : recorder.events()) text += (text.empty() ? "" : "; ") + event;
+    return text;
   }
 
-  SourceLog log_;
-  EventRecorder recorder_;
-  ZXSEReader reader_;
+  SourceLog log;
+  xsetest::EventRecorder recorder;
+  ZXSEReader reader;
 };
 
-TEST_F(RunReaderTest, ProgressIsReportedWhenThePercentageRisesThenTheFileIsAdded) {
-  Prepare({5, 5, 300, 10, 680}, 1000);
-  reader_.currentFileName = "a.xse";
-  EXPECT_EQ(reader_.RunReader(), 1);
-  EXPECT_THAT(recorder_.events(),
-              ElementsAre("progress 0 0 1000", "progress 1 10 1000", "progress 31 310 1000",
-                          "progress 32 320 1000", "progress 100 1000 1000",
-                          "progress 100 1000 1000", "fileAdded a.xse"));
-  EXPECT_TRUE(log_.destroyed);
-  EXPECT_FALSE(reader_.HasContainer());
+// Runs a reader over a source of `counts`: "<result>: <reports>". The
+// source is gone afterwards, whatever the outcome.
+std::string RunOver(std::vector<int32_t> counts, uint32_t size, const char* fileName,
+                    int32_t running = 1) {
+  Harness run(running);
+  run.reader.currentFileName = fileName;
+  run.Prepare(std::move(counts), size);
+  const int32_t result = run.reader.RunReader();
+  EXPECT_TRUE(run.log.destroyed);
+  EXPECT_FALSE(run.reader.HasContainer());
+  return std::to_string(result) + ": " + run.Events();
 }
 
-TEST_F(RunReaderTest, RunWithoutFileNameReportsFailedReading) {
-  Prepare({10}, 0);
-  EXPECT_EQ(reader_.RunReader(), 1);
-  EXPECT_THAT(recorder_.events(),
-              ElementsAre("progress 0 0 0", "progress 100 10 0", "failedReading"));
+TEST(ZXSEReaderTest, RunReportsRisingProgressAndTheOutcomeThenDropsTheSource) {
+  EXPECT_EQ(RunOver({5, 5, 300, 10, 680}, 1000, "a.xse"),
+            "1: progress 0 0 1000; progress 1 10 1000; progress 31 310 1000; "
+            "progress 32 320 1000; progress 100 1000 1000; progress 100 1000 1000; "
+            "fileAdded a.xse");
+  // No file name: a server run that ended by itself.
+  EXPECT_EQ(RunOver({10}, 0, ""), "1: progress 0 0 0; progress 100 10 0; failedReading");
+  // Stopped before the first read: both ends of the progress, no outcome.
+  EXPECT_EQ(RunOver({100}, 100, "a.xse", 0), "-1: progress 0 0 100; progress 100 0 100");
+  // Sizes and counts beyond the 32-bit progress record stop at its limit.
+  EXPECT_EQ(RunOver({INT32_MAX, INT32_MAX, 5}, UINT32_MAX, "big.xse"),
+            "1: progress 0 0 2147483647; progress 100 2147483647 2147483647; "
+            "progress 100 2147483647 2147483647; fileAdded big.xse");
+  Harness noSource;
+  EXPECT_EQ(noSource.reader.RunReader(), 0);
+  EXPECT_EQ(noSource.Events(), "");
 }
 
-TEST_F(RunReaderTest, StopEndsTheLoopAfterTheCurrentReadWithoutOutcome) {
-  ScriptedSource& source = Prepare({100, 100, 100, 100}, 1000);
-  source.onReceive = [this](int receive) {
-    if (receive == 2) reader_.StopReader();
-  };
-  reader_.currentFileName = "a.xse";
-  EXPECT_EQ(reader_.RunReader(), -1);
-  EXPECT_EQ(log_.receives, 2);
-  EXPECT_THAT(recorder_.events(), ElementsAre("progress 0 0 1000", "progress 10 100 1000",
-                                              "progress 20 200 1000", "progress 100 200 1000"));
-  EXPECT_TRUE(log_.destroyed);
-}
-
-TEST_F(RunReaderTest, RunningFlagOffFromTheStartStillReportsBothEnds) {
-  Prepare({100}, 100);
-  reader_.running = 0;
-  reader_.currentFileName = "a.xse";
-  EXPECT_EQ(reader_.RunReader(), -1);
-  EXPECT_EQ(log_.receives, 0);
-  EXPECT_THAT(recorder_.events(), ElementsAre("progress 0 0 100", "progress 100 0 100"));
-}
-
-TEST_F(RunReaderTest, NoSourceMeansNothingToRun) {
-  EXPECT_EQ(reader_.RunReader(), 0);
-  EXPECT_THAT(recorder_.events(), ElementsAre());
-}
-
-TEST_F(RunReaderTest, CountsBeyondTheProgressRangeStopAtItsLimit) {
-  Prepare({INT32_MAX, INT32_MAX, 5}, UINT32_MAX);
-  reader_.currentFileName = "big.xse";
-  EXPECT_EQ(reader_.RunReader(), 1);
-  EXPECT_THAT(recorder_.events(),
-              ElementsAre("progress 0 0 2147483647", "progress 100 2147483647 2147483647",
-                          "progress 100 2147483647 2147483647", "fileAdded big.xse"));
-}
-
-TEST_F(RunReaderTest, SourceThatIsNotOpenIsOpenedFirst) {
-  ScriptedSource& source = Prepare({10}, 10);
-  source.OpensOnAttempt(3);
-  reader_.currentFileName = "late.xse";
-  EXPECT_EQ(reader_.RunReader(), 1);
-  EXPECT_EQ(log_.opens, 3);
-  EXPECT_THAT(recorder_.outcomes(), ElementsAre("fileAdded late.xse"));
-}
-
-TEST_F(RunReaderTest, WaitForASourceThatNeverOpensEndsWithTheStopAndPauses) {
-  ScriptedSource& source = Prepare({10}, 10);
-  source.OpensOnAttempt(0);
+TEST(ZXSEReaderTest, WaitForASourceThatNeverOpensEndsWithTheStopAndPauses) {
+  Harness run;
+  run.Prepare({10}, 10, false);
   std::atomic<int32_t> result{0};
-  std::thread runner([&] { result = reader_.RunReader(); });
+  std::thread runner([&run, &result] { result = run.reader.RunReader(); });
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  const int attempts = log_.opens;
-  const auto stopped = Clock::now();
-  reader_.StopReader();
+  const int attempts = run.log.opens;
+  const auto stopped = std::chrono::steady_clock::now();
+  run.reader.StopReader();
   runner.join();
-  const auto stopTook = Clock::now() - stopped;
-
+  EXPECT_LT(std::chrono::steady_clock::now() - stopped, std::chrono::milliseconds(500));
   EXPECT_EQ(result, -1);
-  EXPECT_LT(stopTook, std::chrono::milliseconds(500));
   // One attempt per pause, give or take the scheduler: not a spin.
   EXPECT_GE(attempts, 2);
   EXPECT_LE(attempts, 200 / static_cast<int>(ZXSEReader::kOpenRetryPauseMs) + 5);
-  EXPECT_EQ(log_.receives, 0);
-  EXPECT_THAT(recorder_.events(), ElementsAre("progress 0 0 10", "progress 100 0 10"));
-  EXPECT_TRUE(log_.destroyed);
-}
-
-TEST_F(RunReaderTest, ResetDropsTheSourceAndMayBeRepeated) {
-  Prepare({}, 0);
-  reader_.Reset();
-  EXPECT_TRUE(log_.destroyed);
-  EXPECT_FALSE(reader_.HasContainer());
-  reader_.Reset();
+  EXPECT_EQ(run.Events(), "progress 0 0 10; progress 100 0 10");
+  EXPECT_TRUE(run.log.destroyed);
 }
 
 TEST(ZXSEReaderTest, StartTimeComesFromFrameStartsUntilTheFirstPosition) {
   ZXSEReader reader;
+  const auto start = [&reader] {
+    return std::to_string(reader.startTimeSec) + " s " + std::to_string(reader.startTimeMs) +
+           " ms" + (reader.startTimeSet != 0 ? " fixed" : "");
+  };
   reader.HandleStartTime({1000000000, 123456});
-  EXPECT_EQ(reader.startTimeSec, 1000000000);
-  EXPECT_EQ(reader.startTimeMs, 123);
-  EXPECT_EQ(reader.startTimeSet, 0);
-  reader.HandleStartTime({1000000001, 999});
-  EXPECT_EQ(reader.startTimeSec, 1000000001);
-  EXPECT_EQ(reader.startTimeMs, 0);
-
+  EXPECT_EQ(start(), "1000000000 s 123 ms");
+  // Before 1970 the seconds keep their sign; the microseconds are truncated.
   quor::NavigationRec position;
-  position.time = {1000000005, 999};
+  position.time = {-86400, 500999};
   reader.HandlePosition(position);
-  EXPECT_EQ(reader.startTimeSec, 1000000005);
-  EXPECT_EQ(reader.startTimeMs, 0);
-  EXPECT_EQ(reader.startTimeSet, 1);
-
+  EXPECT_EQ(start(), "-86400 s 500 ms fixed");
   reader.HandleStartTime({5, 5000});
   position.time = {7, 7000};
   reader.HandlePosition(position);
-  EXPECT_EQ(reader.startTimeSec, 1000000005);
-  EXPECT_EQ(reader.startTimeMs, 0);
+  EXPECT_EQ(start(), "-86400 s 500 ms fixed");
 }
 
-TEST(ZXSEReaderTest, StartTimeBefore1970KeepsItsSign) {
-  ZXSEReader reader;
-  quor::NavigationRec position;
-  position.time = {-86400, 500000};
-  reader.HandlePosition(position);
-  EXPECT_EQ(reader.startTimeSec, -86400);
-  EXPECT_EQ(reader.startTimeMs, 500);
+TEST(ZXSEReaderTest, ConvertTimeGivesMillisecondsSinceTheStartTime) {
+  const struct {
+    int64_t startSec;
+    int32_t startMs, recordSec, recordUsec, milliseconds;
+  } cases[] = {
+      {1000000005, 0, 1000000007, 250000, 2250},
+      {1000000005, 500, 1000000005 - 10, 0, -10500},
+      {0, 0, 0, -1999, -1},                       // truncated toward zero
+      {0, 0, INT32_MAX, 0, -1000},                // wraps in 32 bits
+      {(int64_t{1} << 32) + 10, 0, 12, 0, 2000},  // only the low 32 bits of the start count
+  };
+  for (const auto& c : cases) {
+    ZXSEReader reader;
+    reader.startTimeSec = c.startSec;
+    reader.startTimeMs = c.startMs;
+    quor::SensorRec record;
+    record.time = {c.recordSec, c.recordUsec};
+    EXPECT_EQ(reader.ConvertTime(record), c.milliseconds) << c.recordSec << " " << c.recordUsec;
+  }
 }
-
-struct ConvertCase {
-  int64_t startSec;
-  int32_t startMs;
-  int32_t recordSec;
-  int32_t recordUsec;
-  int32_t milliseconds;
-};
-
-class ConvertTimeTest : public ::testing::TestWithParam<ConvertCase> {};
-
-TEST_P(ConvertTimeTest, MillisecondsSinceTheStartTime) {
-  ZXSEReader reader;
-  reader.startTimeSec = GetParam().startSec;
-  reader.startTimeMs = GetParam().startMs;
-  quor::SensorRec record;
-  record.time = {GetParam().recordSec, GetParam().recordUsec};
-  EXPECT_EQ(reader.ConvertTime(record), GetParam().milliseconds);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ConvertTimeTest,
-    ::testing::Values(ConvertCase{1000000005, 0, 1000000007, 250000, 2250},
-                      ConvertCase{1000000005, 500, 1000000005 - 10, 0, -10500},
-                      ConvertCase{0, 0, 0, 999, 0},            // truncated toward zero
-                      ConvertCase{0, 0, 0, -1999, -1},         // toward zero for negatives too
-                      ConvertCase{0, 0, INT32_MAX, 0, -1000},  // wraps in 32 bits
-                      // Only the low 32 bits of the start seconds count.
-                      ConvertCase{(int64_t{1} << 32) + 10, 0, 12, 0, 2000}));
 
 TEST(ZXSEReaderTest, HeadingsGoByHeadingSource) {
   ZXSEReader reader;
-  EXPECT_EQ(reader.primaryHeading(), -1.0);
-  EXPECT_EQ(reader.bathymetryHeading(), -1.0);
   quor::GyroRec gyro;
   gyro.sensorIndex = 1;
   gyro.heading = 271.5;
   reader.HandleGyro(gyro);
+  gyro.sensorIndex = 2;
+  gyro.heading = 12.0;
+  reader.HandleGyro(gyro);
   EXPECT_EQ(reader.bathymetryHeading(), 271.5);
-  EXPECT_EQ(reader.primaryHeading(), -1.0);
-  for (const int32_t index : {0, 2}) {
-    gyro.sensorIndex = index;
-    gyro.heading = 10.0 + index;
-    reader.HandleGyro(gyro);
-    EXPECT_EQ(reader.primaryHeading(), 10.0 + index);
-    EXPECT_EQ(reader.bathymetryHeading(), 271.5);
-  }
-}
-
-TEST(ZXSEReaderTest, OtherRecordsChangeNothing) {
-  ZXSEReader reader;
-  reader.startTimeSec = 42;
-  quor::MultibeamRec multibeam;
-  multibeam.time = {1, 1000};
-  reader.HandleMultibeam(multibeam);
-  reader.HandleParameter(quor::ParameterRec{});
-  reader.HandleMotion(quor::MotionRec{});
-  reader.HandleSidescan(quor::SidescanRec{});
-  reader.HandleGeodesy();
-  EXPECT_EQ(reader.startTimeSec, 42);
-  EXPECT_EQ(reader.startTimeMs, 0);
-  EXPECT_EQ(reader.startTimeSet, 0);
-  EXPECT_EQ(reader.primaryHeading(), -1.0);
-  EXPECT_EQ(reader.bathymetryHeading(), -1.0);
-}
-
-TEST(ZXSEReaderTest, StopReaderOnlyClearsTheRunningFlag) {
-  ZXSEReader reader(7);
-  EXPECT_EQ(reader.hostValue(), 7);
-  reader.running = 1;
-  EXPECT_EQ(reader.StopReader(), 1);
-  EXPECT_EQ(reader.running, 0);
-  EXPECT_EQ(reader.ConnectTo(192, 168, 1, 10, 5000, 0), 0);
-  EXPECT_FALSE(reader.HasContainer());
-}
-
-TEST(XSEPropertiesTest, SectionComesBeforeTheCommonProperties) {
-  ZXSEReader::XSEProperties properties;
-  properties.values = {3, 1, 4, 1, 5};
-  ZPropList list;
-  properties.GetProperties(list);
-  ASSERT_EQ(list.entries().size(), 6u);
-  EXPECT_EQ(list.entries()[0], (ZPropList::Entry{"XSE", -1}));
-  EXPECT_EQ(list.entries()[1], (ZPropList::Entry{"Parameter 1", 3}));
-  EXPECT_TRUE(properties.PropertyHostSlot1(1, 2));
-  EXPECT_TRUE(properties.PropertyHostSlot4(1));
-  EXPECT_TRUE(properties.IsPropertyEnabled(nullptr));  // the host's answer
-}
-
-TEST(XSEPropertiesTest, SetupPropertiesCopiesTheFiveValuesAndIgnoresNull) {
-  ZXSEReader reader;
-  reader.parameterBlock = {9, 9, 9, 9, 9};
-  reader.SetupProperties(nullptr);
-  EXPECT_THAT(reader.parameterBlock, ElementsAre(9, 9, 9, 9, 9));
-  ZXSEReader::XSEProperties properties;
-  properties.values = {1, -2, 3, -4, 5};
-  ZXSEReader::XSEProperties copy(properties);
-  ZXSEReader::XSEProperties assigned;
-  assigned = std::move(copy);
-  reader.SetupProperties(&assigned);
-  EXPECT_THAT(reader.parameterBlock, ElementsAre(1, -2, 3, -4, 5));
+  EXPECT_EQ(reader.primaryHeading(), 12.0);
 }
 
 }  // namespace
