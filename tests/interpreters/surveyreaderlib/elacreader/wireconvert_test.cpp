@@ -1,6 +1,7 @@
 // The bulk conversions must give exactly what converting value by value
 // gives, for every length (the blocks and the rest), both byte orders and
-// awkward values (NaN payloads, infinities, subnormals, floats out of range).
+// awkward values (NaN payloads, infinities, subnormals, floats out of range),
+// with every set of vector loops this processor runs.
 #include "interpreters/surveyreaderlib/elacreader/wireconvert.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
@@ -51,7 +53,29 @@ std::vector<double> AwkwardDoubles(size_t count, std::mt19937_64& random) {
 
 uint32_t Bits(float value) { return std::bit_cast<uint32_t>(value); }
 
-TEST(WireConvert, DoublesMatchConvertingOneByOne) {
+class WireConvert : public testing::TestWithParam<const elac::WireKernels*> {
+ protected:
+  const elac::WireKernels& kernels() const { return *GetParam(); }
+};
+
+std::vector<const elac::WireKernels*> UsableSets() {
+  const auto list = elac::UsableWireKernels();
+  return {list.sets, list.sets + list.count};
+}
+
+INSTANTIATE_TEST_SUITE_P(EverySet, WireConvert, testing::ValuesIn(UsableSets()), [](const auto& p) {
+  std::string name = p.param->name;
+  std::erase(name, '-');
+  return name;
+});
+
+TEST(WireKernels, BestIsTheWidestUsable) {
+  const auto list = elac::UsableWireKernels();
+  ASSERT_GE(list.count, 1u);
+  EXPECT_EQ(&elac::BestWireKernels(), list.sets[list.count - 1]);
+}
+
+TEST_P(WireConvert, DoublesMatchConvertingOneByOne) {
   std::mt19937_64 random(11);
   for (size_t count = 0; count < 40; ++count) {
     for (bool bigEndian : {true, false}) {
@@ -60,7 +84,7 @@ TEST(WireConvert, DoublesMatchConvertingOneByOne) {
         const auto wire = Wire(values, bigEndian);
         const ScalarArray<double> array(wire.data(), count, bigEndian);
         std::vector<float> out(count + 1, 7.0f);
-        elac::StoreDoublesReversed(array, scale, out.data());
+        elac::StoreDoublesReversed(array, scale, out.data(), kernels());
         for (size_t k = 0; k < count; ++k) {
           ASSERT_EQ(Bits(out[count - 1 - k]), Bits(static_cast<float>(values[k] * scale)))
               << "count " << count << " value " << k;
@@ -71,16 +95,17 @@ TEST(WireConvert, DoublesMatchConvertingOneByOne) {
   }
 }
 
-TEST(WireConvert, SamplesMatchConvertingOneByOne) {
+TEST_P(WireConvert, SamplesMatchConvertingOneByOne) {
   std::mt19937_64 random(12);
-  for (size_t count : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 1000u, 1003u}) {
+  for (size_t count : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 32u, 33u, 1000u, 1003u}) {
     for (bool bigEndian : {true, false}) {
       std::vector<uint16_t> values(count);
       for (auto& value : values) value = static_cast<uint16_t>(random());
       if (count > 0) values[0] = 0xFFFF;
       const auto wire = Wire(values, bigEndian);
       std::vector<float> out(count + 1, 7.0f);
-      elac::StoreSamplesReversed(ScalarArray<uint16_t>(wire.data(), count, bigEndian), out.data());
+      elac::StoreSamplesReversed(ScalarArray<uint16_t>(wire.data(), count, bigEndian), out.data(),
+                                 kernels());
       for (size_t k = 0; k < count; ++k)
         ASSERT_EQ(out[count - 1 - k], static_cast<float>(values[k])) << count << " " << k;
       EXPECT_EQ(out[count], 7.0f);
@@ -88,12 +113,12 @@ TEST(WireConvert, SamplesMatchConvertingOneByOne) {
   }
 }
 
-TEST(WireConvert, ScaleInPlaceTouchesOnlyTheCountedValues) {
-  for (size_t count : {0u, 1u, 3u, 4u, 5u, 9u}) {
+TEST_P(WireConvert, ScaleInPlaceTouchesOnlyTheCountedValues) {
+  for (size_t count : {0u, 1u, 3u, 4u, 5u, 9u, 17u}) {
     std::vector<float> values(count + 1);
     for (size_t i = 0; i <= count; ++i) values[i] = 1.5f * static_cast<float>(i) + 0.25f;
     const auto before = values;
-    elac::ScaleInPlace(values.data(), count, 4.0f);
+    elac::ScaleInPlace(values.data(), count, 4.0f, kernels());
     for (size_t i = 0; i < count; ++i) EXPECT_EQ(values[i], before[i] * 4.0f);
     EXPECT_EQ(values[count], before[count]);
   }
@@ -112,17 +137,14 @@ TEST(ScalarArraySlice, CutsInsideTheArrayOnly) {
   EXPECT_EQ(array.Slice(1, SIZE_MAX).size(), 0u) << "no wrap-around";
 }
 
-}  // namespace
-
-namespace {
-
-TEST(WireConvert, QualitiesMapEveryCodeAndReverse) {
+TEST_P(WireConvert, QualitiesMapEveryCodeAndReverse) {
   // Every code at every position of a block and of the rest.
-  for (size_t count : {1u, 15u, 16u, 17u, 256u, 300u}) {
+  for (size_t count : {1u, 15u, 16u, 17u, 31u, 32u, 33u, 256u, 300u}) {
     std::vector<uint8_t> codes(count);
     for (size_t i = 0; i < count; ++i) codes[i] = static_cast<uint8_t>(i * 7 + count);
     std::vector<uint8_t> out(count + 1, 99);
-    elac::StoreQualitiesReversed(ScalarArray<uint8_t>(codes.data(), count, true), out.data());
+    elac::StoreQualitiesReversed(ScalarArray<uint8_t>(codes.data(), count, true), out.data(),
+                                 kernels());
     for (size_t k = 0; k < count; ++k) {
       const uint8_t code = codes[k];
       const uint8_t expected = code >= 1 && code <= 15 ? static_cast<uint8_t>(16 - code) : 0;
