@@ -3,8 +3,11 @@
 // results nobody looks at.
 #pragma once
 
+#include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "interpreters/surveyreaderlib/isurveytarget.h"
 
@@ -35,22 +38,22 @@ class TouchingTarget final : public quor::ISurveyTarget {
     const bool arrays = record.depth && record.acrossTrack && record.alongTrack &&
                         record.travelTime && record.acrossAngle && record.alongAngle &&
                         record.quality;
-    const uint32_t beams = arrays && record.beamCount <= record.beamCapacity ? record.beamCount : 0;
-    uint32_t mix = 0;
-    for (uint32_t i = 0; i < beams; ++i) {
-      mix ^= Bits(record.depth[i]) ^ Bits(record.acrossTrack[i]) ^ Bits(record.alongTrack[i]) ^
-             Bits(record.travelTime[i]) ^ Bits(record.acrossAngle[i]) ^ Bits(record.alongAngle[i]) ^
-             record.quality[i];
-    }
-    mix_ ^= mix;
+    const size_t beams = arrays && record.beamCount <= record.beamCapacity ? record.beamCount : 0;
+    Lanes lanes{};
+    for (const float* array :
+         {record.depth.get(), record.acrossTrack.get(), record.alongTrack.get(),
+          record.travelTime.get(), record.acrossAngle.get(), record.alongAngle.get()})
+      FoldValues(array, beams, lanes);
+    FoldBytes(record.quality.get(), beams, lanes);
+    Fold(lanes);
   }
   void HandleSidescan(const quor::SidescanRec& record) override {
     ++records_;
-    const uint32_t samples =
+    const size_t samples =
         record.samples && record.sampleCount <= record.sampleCapacity ? record.sampleCount : 0;
-    uint32_t mix = 0;
-    for (uint32_t i = 0; i < samples; ++i) mix ^= Bits(record.samples[i]);
-    mix_ ^= mix;
+    Lanes lanes{};
+    FoldValues(record.samples.get(), samples, lanes);
+    Fold(lanes);
   }
 
   uint64_t records() const { return records_; }
@@ -60,8 +63,32 @@ class TouchingTarget final : public quor::ISurveyTarget {
  private:
   // Folding the bits together reads each value at memory speed; a floating
   // sum would chain every addition to the one before and measure the
-  // consumer instead of the decoder.
+  // consumer instead of the decoder. The fixed-width inner loops over eight
+  // lanes are what the compiler turns into vector code at -O2.
+  static constexpr size_t kLanes = 8;
+  using Lanes = std::array<uint32_t, kLanes>;
   static uint32_t Bits(float value) { return std::bit_cast<uint32_t>(value); }
+  template <typename T>
+  static void FoldValues(const T* values, size_t count, Lanes& lanes) {
+    size_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+      for (size_t j = 0; j < kLanes; ++j) lanes[j] ^= Bits(values[i + j]);
+    }
+    for (; i < count; ++i) lanes[0] ^= Bits(values[i]);
+  }
+  // Bytes go four to a lane, a whole set of lanes at a time.
+  static void FoldBytes(const uint8_t* bytes, size_t count, Lanes& lanes) {
+    size_t i = 0;
+    for (; i + sizeof(Lanes) <= count; i += sizeof(Lanes)) {
+      Lanes chunk;
+      std::memcpy(chunk.data(), bytes + i, sizeof(Lanes));
+      for (size_t j = 0; j < kLanes; ++j) lanes[j] ^= chunk[j];
+    }
+    for (; i < count; ++i) lanes[0] ^= bytes[i];
+  }
+  void Fold(const Lanes& lanes) {
+    for (const uint32_t lane : lanes) mix_ ^= lane;
+  }
 
   uint64_t records_ = 0;
   double sum_ = 0;
