@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -20,6 +21,7 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,15 +67,22 @@ struct FramesInMemory {
 };
 FramesInMemory gMemory;
 
-uint64_t ReadWholeFile(const std::string& path, std::vector<uint8_t>& block) {
+// Reads the file block by block, handing each block's bytes to `look`.
+template <typename Look>
+uint64_t ReadWholeFile(const std::string& path, std::vector<uint8_t>& block, Look look) {
   platform::ReadOnlyFile file;
   if (!file.Open(path)) return 0;
   uint64_t offset = 0;
   for (;;) {
     const auto count = file.ReadAt(offset, block);
     if (!count || *count == 0) return offset;
+    look(std::span<const uint8_t>(block.data(), *count));
     offset += *count;
   }
+}
+
+uint64_t ReadWholeFile(const std::string& path, std::vector<uint8_t>& block) {
+  return ReadWholeFile(path, block, [](std::span<const uint8_t>) {});
 }
 
 bool LoadFrames(const std::string& path, uint64_t maxBytes, FramesInMemory& memory) {
@@ -135,6 +144,34 @@ void RawRead(benchmark::State& state) {
   for (auto _ : state) {
     const uint64_t read = ReadWholeFile(gConfig.file, block);
     benchmark::DoNotOptimize(block.data());
+    if (read != gConfig.fileSize) state.SkipWithError("short read");
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(gConfig.fileSize));
+}
+
+// Folds every byte into one word, 64 bytes at a time in independent lanes.
+uint64_t FoldBytes(std::span<const uint8_t> bytes) {
+  std::array<uint64_t, 8> lanes{};
+  size_t i = 0;
+  for (; i + sizeof lanes <= bytes.size(); i += sizeof lanes) {
+    std::array<uint64_t, 8> chunk;
+    std::memcpy(chunk.data(), bytes.data() + i, sizeof chunk);
+    for (size_t j = 0; j < lanes.size(); ++j) lanes[j] ^= chunk[j];
+  }
+  uint64_t folded = 0;
+  for (; i < bytes.size(); ++i) folded ^= bytes[i];
+  for (const uint64_t lane : lanes) folded ^= lane;
+  return folded;
+}
+
+// The least any decoder has to do: read the file and look at every byte once.
+void ReadAndTouch(benchmark::State& state) {
+  std::vector<uint8_t> block(kReadBlock);
+  for (auto _ : state) {
+    uint64_t folded = 0;
+    const uint64_t read =
+        ReadWholeFile(gConfig.file, block, [&folded](auto bytes) { folded ^= FoldBytes(bytes); });
+    benchmark::DoNotOptimize(folded);
     if (read != gConfig.fileSize) state.SkipWithError("short read");
   }
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(gConfig.fileSize));
@@ -313,6 +350,10 @@ int main(int argc, char** argv) {
       ->Unit(benchmark::kMillisecond)
       ->Iterations(1)
       ->Repetitions(repetitions);
+  benchmark::RegisterBenchmark("ReadAndTouch", ReadAndTouch)
+      ->Unit(benchmark::kMillisecond)
+      ->Iterations(1)
+      ->Repetitions(repetitions);
   benchmark::RegisterBenchmark("DecodeFile", DecodeFileBenchmark)
       ->Unit(benchmark::kMillisecond)
       ->Iterations(1)
@@ -337,6 +378,10 @@ int main(int argc, char** argv) {
                   "at most 1.5x (aim 1.2x)");
   PrintSummaryRow("decode / raw read, " + fileSize + " file (wall time)", Ratio(decode, raw, false),
                   "at most 1.5x (aim 1.2x)");
+  PrintSummaryRow("read and touch every byte / raw read (CPU time)",
+                  Ratio(reporter.Fastest("ReadAndTouch"), raw, true), "the floor of any decoder");
+  PrintSummaryRow("decode / read and touch every byte (CPU time)",
+                  Ratio(decode, reporter.Fastest("ReadAndTouch"), true), "");
   PrintSummaryRow("in-memory decode / copy, " +
                       Mebibytes(static_cast<double>(gMemory.bytes.size())) + " (CPU time)",
                   Ratio(reporter.Fastest("DecodeInMemory"), reporter.Fastest("CopyInMemory"), true),
