@@ -63,16 +63,14 @@ void PatchU32(std::vector<uint8_t>& bytes, size_t at, uint32_t value, bool bigEn
 
 void FrameWriter::EndGroup() {
   assert(groupOpen_);
-  PatchU32(bytes_, groupStart_ - 4, static_cast<uint32_t>(bytes_.size() - groupStart_),
-           bigEndian_);
+  PatchU32(bytes_, groupStart_ - 4, static_cast<uint32_t>(bytes_.size() - groupStart_), bigEndian_);
   PutU32(elac::kGroupEnd);
   groupOpen_ = false;
 }
 
 std::span<const uint8_t> FrameWriter::EndFrame() {
   if (groupOpen_) EndGroup();
-  PatchU32(bytes_, 4, static_cast<uint32_t>(bytes_.size() - elac::kFrameEnvelopeSize),
-           bigEndian_);
+  PatchU32(bytes_, 4, static_cast<uint32_t>(bytes_.size() - elac::kFrameEnvelopeSize), bigEndian_);
   PutU32(elac::kFrameEnd);
   return bytes_;
 }

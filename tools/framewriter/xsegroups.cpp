@@ -19,8 +19,7 @@ void PutHeadingGroup(FrameWriter& writer, double headingRadians) {
   writer.EndGroup();
 }
 
-void PutAttitudeGroup(FrameWriter& writer, double heave, double rollRadians,
-                      double pitchRadians) {
+void PutAttitudeGroup(FrameWriter& writer, double heave, double rollRadians, double pitchRadians) {
   writer.BeginGroup(7);
   writer.PutF64(heave);
   writer.PutF64(rollRadians);
@@ -118,8 +117,8 @@ void PutInstallationGroup(FrameWriter& writer, const Installation9& values) {
 
 void PutTransducerInstallationGroup(FrameWriter& writer, const Installation8& values) {
   writer.BeginGroup(8);
-  for (float value : {values.mruAngleOffset1, values.mruAngleOffset2, values.headingOffset,
-                      values.positionDelay})
+  for (float value :
+       {values.mruAngleOffset1, values.mruAngleOffset2, values.headingOffset, values.positionDelay})
     writer.PutF32(value);
   for (float value : values.port) writer.PutF32(value);
   for (float value : values.starboard) writer.PutF32(value);

@@ -16,8 +16,7 @@ namespace xsewriter {
 void PutPositionGroup(FrameWriter& writer, std::string_view datum, double first, double second,
                       double third);
 void PutHeadingGroup(FrameWriter& writer, double headingRadians);
-void PutAttitudeGroup(FrameWriter& writer, double heave, double rollRadians,
-                      double pitchRadians);
+void PutAttitudeGroup(FrameWriter& writer, double heave, double rollRadians, double pitchRadians);
 
 // Bathymetry frames (type 6).
 enum BeamGroupType : uint32_t {
@@ -51,9 +50,9 @@ void PutSidescanGainGroup(FrameWriter& writer, int16_t firstHalfExponent,
 void PutDraftGroup(FrameWriter& writer, double draft, uint32_t blockLength = 0);
 struct Installation9 {
   double mruAngleOffset1 = 0, mruAngleOffset2 = 0, mruThird = 0;  // radians, radians, raw
-  double headingOffset = 0;                                        // radians
-  double positionDelay = 0;                                        // seconds
-  std::array<double, 3> position{}, mru{};                         // lever arms x, y, z
+  double headingOffset = 0;                                       // radians
+  double positionDelay = 0;                                       // seconds
+  std::array<double, 3> position{}, mru{};                        // lever arms x, y, z
 };
 void PutInstallationGroup(FrameWriter& writer, const Installation9& values);
 struct Installation8 {
@@ -68,9 +67,9 @@ void PutDeviceListGroup(FrameWriter& writer, std::span<const uint32_t> identifie
                         std::span<const uint32_t> typeCodes);
 struct MountingEntry {
   uint32_t deviceId = 0;
-  uint8_t transmit = 1;                      // 0 marks a receiving use
-  std::array<double, 3> angles{};            // radians
-  std::array<double, 3> leverArm{};          // x, y, z
+  uint8_t transmit = 1;              // 0 marks a receiving use
+  std::array<double, 3> angles{};    // radians
+  std::array<double, 3> leverArm{};  // x, y, z
 };
 void PutMountingGroup(FrameWriter& writer, std::span<const MountingEntry> entries);
 struct DeviceStatus {

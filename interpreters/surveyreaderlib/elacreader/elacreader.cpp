@@ -199,8 +199,8 @@ bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
     if (!frame.Read(groupSize)) return true;
     // Last group: its end marker takes the last four bytes before the frame
     // end marker, or it claims even more.
-    const auto bytesToFrameEnd = static_cast<int64_t>(frameEnd) - 4 -
-                                 static_cast<int64_t>(frame.offset());
+    const auto bytesToFrameEnd =
+        static_cast<int64_t>(frameEnd) - 4 - static_cast<int64_t>(frame.offset());
     const bool lastGroup = static_cast<int64_t>(groupSize) >= bytesToFrameEnd;
     auto body = frame.Take(groupSize);
     if (!body) {
@@ -234,8 +234,7 @@ void ElacReader::StartFrame(const quor::timeval& frameTime) {
   multibeam_.fieldMask |= quor::MultibeamRec::kFrameStarted;
 }
 
-void ElacReader::DispatchGroup(uint32_t frameType, ByteCursor body, bool lastGroup,
-                               bool& decoded) {
+void ElacReader::DispatchGroup(uint32_t frameType, ByteCursor body, bool lastGroup, bool& decoded) {
   switch (frameType) {
     case elac::kNavigationFrame:
       DispatchNavigationGroup(body, decoded);
