@@ -105,32 +105,53 @@ bool DecodeDraft(ByteCursor& body, std::vector<ParameterRec>& params) {
   return true;
 }
 
-// Type 9: position, MRU and heading from doubles.
-bool DecodeInstallation(ByteCursor& body, std::vector<ParameterRec>& params) {
-  double mruAngle1 = 0, mruAngle2 = 0, mruThird = 0, headingOffset = 0, delay = 0;
+// The position, MRU and heading sensors, as both installation groups give
+// them (already widened; the latency already rounded).
+struct SensorInstallation {
   std::array<double, 3> position{}, mru{};
-  if (!body.Read(mruAngle1) || !body.Read(mruAngle2) || !body.Read(mruThird) ||
-      !body.Read(headingOffset) || !body.Read(delay) || !Read3(body, position) || !Read3(body, mru))
-    return false;
-  const RecordTime time = TimeOf(params);
+  double mruAngle1 = 0, mruAngle2 = 0, headingOffset = 0;
+  int32_t latencyMs = 0;
+};
 
+template <typename T>
+std::array<double, 3> Widen(const std::array<T, 3>& values) {
+  return {static_cast<double>(values[0]), static_cast<double>(values[1]),
+          static_cast<double>(values[2])};
+}
+
+// Replaces `params` (keeping its capacity) with the three sensor records;
+// the MRU record is params[1].
+void SetSensorRecords(const RecordTime& time, const SensorInstallation& sensors,
+                      std::vector<ParameterRec>& params) {
   ParameterRec positionRec =
       NewRecord(time, ParameterRec::kPositionSensor, "XSE Position", kLeverArm, 1);
-  SetLeverArm(positionRec, position);
-  positionRec.latencyMs = RoundToMilliseconds(delay * 1000.0);
+  SetLeverArm(positionRec, sensors.position);
+  positionRec.latencyMs = sensors.latencyMs;
   ParameterRec mruRec = NewRecord(time, ParameterRec::kMotionSensor, "XSE MRU", kMruFields, 1);
-  SetLeverArm(mruRec, mru);
-  mruRec.angleOffset1 = Degrees(mruAngle1);
-  mruRec.angleOffset2 = Degrees(mruAngle2);
-  mruRec.angleOffset3 = mruThird;  // not an angle: passed on as it is
+  SetLeverArm(mruRec, sensors.mru);
+  mruRec.angleOffset1 = Degrees(sensors.mruAngle1);
+  mruRec.angleOffset2 = Degrees(sensors.mruAngle2);
   ParameterRec headingRec =
       NewRecord(time, ParameterRec::kHeadingSensor, "XSE Heading", ParameterRec::kAngleOffset1, 1);
-  headingRec.angleOffset1 = Degrees(headingOffset);
+  headingRec.angleOffset1 = Degrees(sensors.headingOffset);
 
-  params.clear();  // keeps the capacity
+  params.clear();
   params.push_back(positionRec);
   params.push_back(mruRec);
   params.push_back(headingRec);
+}
+
+// Type 9: position, MRU and heading from doubles.
+bool DecodeInstallation(ByteCursor& body, std::vector<ParameterRec>& params) {
+  double mruThird = 0, delay = 0;
+  SensorInstallation sensors;
+  if (!body.Read(sensors.mruAngle1) || !body.Read(sensors.mruAngle2) || !body.Read(mruThird) ||
+      !body.Read(sensors.headingOffset) || !body.Read(delay) || !Read3(body, sensors.position) ||
+      !Read3(body, sensors.mru))
+    return false;
+  sensors.latencyMs = RoundToMilliseconds(delay * 1000.0);
+  SetSensorRecords(TimeOf(params), sensors, params);
+  params[1].angleOffset3 = mruThird;  // not an angle: passed on as it is
   return true;
 }
 
@@ -144,20 +165,12 @@ bool DecodeTransducerInstallation(ByteCursor& body, std::vector<ParameterRec>& p
       !body.Read(starboardMount) || !Read3(body, position) || !Read3(body, mru))
     return false;
   const RecordTime time = TimeOf(params);
-
-  ParameterRec positionRec =
-      NewRecord(time, ParameterRec::kPositionSensor, "XSE Position", kLeverArm, 1);
-  SetLeverArm(positionRec, position);
   // The product is formed in single precision before rounding, which can
   // differ from the widened value by one millisecond at a half.
-  positionRec.latencyMs = RoundToMilliseconds(delay * 1000.0f);
-  ParameterRec mruRec = NewRecord(time, ParameterRec::kMotionSensor, "XSE MRU", kMruFields, 1);
-  SetLeverArm(mruRec, mru);
-  mruRec.angleOffset1 = Degrees(mruAngle1);
-  mruRec.angleOffset2 = Degrees(mruAngle2);
-  ParameterRec headingRec =
-      NewRecord(time, ParameterRec::kHeadingSensor, "XSE Heading", ParameterRec::kAngleOffset1, 1);
-  headingRec.angleOffset1 = Degrees(headingOffset);
+  SetSensorRecords(time,
+                   {Widen(position), Widen(mru), mruAngle1, mruAngle2, headingOffset,
+                    RoundToMilliseconds(delay * 1000.0f)},
+                   params);
   ParameterRec portRec =
       NewRecord(time, ParameterRec::kFirstTransducer, "XSE Port Transducer", kMounting, 1);
   SetLeverArm(portRec, port);
@@ -167,10 +180,6 @@ bool DecodeTransducerInstallation(ByteCursor& body, std::vector<ParameterRec>& p
   SetLeverArm(starboardRec, starboard);
   starboardRec.mountAngle1 = Degrees(starboardMount);
 
-  params.clear();
-  params.push_back(positionRec);
-  params.push_back(mruRec);
-  params.push_back(headingRec);
   params.push_back(portRec);
   params.push_back(starboardRec);
   return true;
