@@ -39,6 +39,7 @@ class ElacFile : public IElacContainer, public ElacReader {
   const std::string& openError() const { return stream_.error(); }
 
  private:
+  std::streamoff Position();
   uint64_t fileSize_ = 0;
   platform::InputFileStream stream_;
 };
