@@ -28,9 +28,10 @@ inline constexpr uint32_t kFrameSeconds = 3838320000u;
 inline constexpr int32_t kUnixSeconds = 1660867200;
 
 // A frame of `frameType` whose groups `put` writes.
-inline Bytes WriteFrame(bool bigEndian, uint32_t frameType, const GroupWriter& put) {
+inline Bytes WriteFrame(bool bigEndian, uint32_t frameType, const GroupWriter& put,
+                        uint32_t micros = 0) {
   xsewriter::FrameWriter writer(bigEndian);
-  writer.BeginFrame(frameType, kFrameSeconds, 0);
+  writer.BeginFrame(frameType, kFrameSeconds, micros);
   put(writer);
   const auto frame = writer.EndFrame();
   return {frame.begin(), frame.end()};

@@ -1,71 +1,155 @@
-// Frame search over byte streams: what ReadFrame consumes is what the data
-// sources hand over, so positions are asserted exactly.
+// Frame search over byte streams. What ReadFrame consumes is what the data
+// sources hand over, so positions are asserted exactly. A frame is decoded
+// where it lies when the stream's buffer holds it whole, and otherwise
+// copied, reading straight on or seeking ahead to the end marker: whatever
+// the path, the results, records and consumption must be the same.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "grouptestsupport.h"
+#include "platform/filestream.h"
+#include "support/tempdir.h"
 
 namespace {
 
 using xsetest::Bytes;
 using xsetest::Concat;
-using xsetest::HeadingFrame;
-using xsetest::RecordingTarget;
+using xsewriter::FrameWriter;
 
-class JunkBeforeFrameTest : public ::testing::TestWithParam<size_t> {};
+// Each frame carries its own microseconds, so records tell their frame.
+Bytes Heading(bool bigEndian, uint32_t micros, int padWords = 0) {
+  return xsetest::WriteFrame(
+      bigEndian, elac::kNavigationFrame,
+      [=](FrameWriter& w) {
+        for (int i = 0; i < padWords; ++i) w.PutU32(0);
+        xsewriter::PutHeadingGroup(w, 1.0);
+      },
+      micros);
+}
 
-TEST_P(JunkBeforeFrameTest, SearchAdvancesInStepsOfFourBytes) {
-  const Bytes junk(GetParam(), 0xAA);
-  const bool aligned = GetParam() % 4 == 0;
-  const auto frame = HeadingFrame(true);
-  auto stream = xsetest::StreamOf(Concat({junk, frame}));
-  RecordingTarget target;
-  ElacReader reader(&target, 0);
-  EXPECT_EQ(reader.ReadFrame(stream), aligned);
-  if (aligned) {
-    EXPECT_EQ(stream.tellg(), static_cast<std::streamoff>(junk.size() + frame.size() - 4));
-  } else {
-    EXPECT_TRUE(stream.eof());
+Bytes Ping(bool bigEndian, uint32_t micros, int beams) {
+  std::vector<double> values;
+  for (int i = 0; i < beams; ++i) values.push_back(10.0 + i);
+  return xsetest::WriteFrame(
+      bigEndian, elac::kBathymetryFrame,
+      [&values](FrameWriter& w) {
+        for (auto type :
+             {xsewriter::kDepthGroup, xsewriter::kAcrossTrackGroup, xsewriter::kAlongTrackGroup})
+          xsewriter::PutBeamValuesGroup(w, type, values);
+      },
+      micros);
+}
+
+// Start marker, S = 8 (too short for type and time), 8 bytes, end marker.
+const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0, 8, 0, 0, 0, 1, 0, 0, 0, 0, '#', 'H', 'S', 'F'};
+
+Bytes Absurd(uint32_t micros) {
+  Bytes frame = Heading(true, micros);
+  frame[4] = 0x7F;  // size near 2 GiB
+  return frame;
+}
+
+// Frames of many sizes with every kind of damage between them, ending in a
+// frame cut short.
+Bytes MixedStream() {
+  Bytes all;
+  uint32_t micros = 1;
+  for (int round = 0; round < 3; ++round) {
+    Bytes damaged = Ping(true, micros + 3, 3);
+    damaged.back() ^= 0xFF;  // wrong end marker
+    all = Concat({all, Heading(true, micros), Ping(false, micros + 1, 5 + 40 * round),
+                  Heading(false, micros + 2, round), Bytes(8, 0xAA), damaged,
+                  Ping(true, micros + 4, 3), Absurd(micros + 5), kHeaderless,
+                  Ping(round % 2 == 0, micros + 6, 40), Heading(true, micros + 7, 3)});
+    micros += 8;
   }
-  EXPECT_EQ(target.calls.size(), aligned ? 2u : 0u);
+  Bytes cut = Ping(true, micros, 7);
+  cut.resize(cut.size() / 2);
+  return Concat({all, cut});
 }
 
-INSTANTIATE_TEST_SUITE_P(Alignments, JunkBeforeFrameTest, ::testing::Values(3, 4));
-
-TEST(ReadFrame, StreamEndingInsideAFrameEndsTheSearch) {
-  auto cut = HeadingFrame(true, 2.0);
-  cut.resize(30);
-  auto stream = xsetest::StreamOf(Concat({HeadingFrame(true, 1.0), cut}));
-  RecordingTarget target;
-  ElacReader reader(&target, 0);
-  EXPECT_TRUE(reader.ReadFrame(stream));
-  EXPECT_FALSE(reader.ReadFrame(stream));
-  EXPECT_FALSE(stream.good()) << "a string stream cannot seek past its end";
-  EXPECT_FALSE(reader.ReadFrame(stream));
-  EXPECT_EQ(target.Count<quor::GyroRec>(), 1u);
-}
-
-TEST(ReadFrame, AbsurdFrameSizeIsPassedOverWithoutAllocating) {
-  auto huge = HeadingFrame(true, 1.0);
-  huge[4] = 0x7F;  // S near 2 GiB
-  auto stream = xsetest::StreamOf(Concat({huge, HeadingFrame(true, 2.0)}));
-  RecordingTarget target;
-  ElacReader reader(&target, 0);
-  EXPECT_FALSE(reader.ReadFrame(stream));
-  EXPECT_EQ(stream.tellg(), 8) << "only the start marker and the size are consumed";
-  EXPECT_EQ(reader.frameBufferSize(), 0u);
-  // The rest of the lying frame is searched like junk; the next frame is found.
-  while (!reader.ReadFrame(stream) && stream.good()) {
+// What each ReadFrame call did: its result, where the stream stood after it
+// (while the stream is still good) and the records it delivered.
+std::vector<std::string> Trace(std::istream& stream) {
+  xsetest::RecordingTarget target;
+  ElacReader reader(&target, ElacReader::kAllBeams);
+  std::vector<std::string> steps;
+  for (int calls = 0; calls < 1000 && stream.good(); ++calls) {
+    const size_t before = target.calls.size();
+    std::string step = reader.ReadFrame(stream) ? "read" : "none";
+    if (stream.good()) step += " at " + std::to_string(stream.tellg());
+    for (size_t i = before; i < target.calls.size(); ++i) {
+      step += " " + target.Kinds()[i];
+      if (const auto* time = std::get_if<quor::timeval>(&target.calls[i]))
+        step += std::to_string(time->tv_usec);
+      if (const auto* ping = std::get_if<quor::MultibeamRec>(&target.calls[i]))
+        step += "/" + std::to_string(ping->beamCount) + "/" + std::to_string(ping->depth[0]);
+    }
+    steps.push_back(step);
   }
-  EXPECT_EQ(target.Count<quor::GyroRec>(), 1u);
-  EXPECT_EQ(target.Nth<quor::GyroRec>()->heading, 2.0 * elac::kRadiansToDegrees);
+  return steps;
 }
 
-TEST(ReadFrame, StreamErrorEndsTheSearch) {
-  auto stream = xsetest::StreamOf(HeadingFrame(true));
-  stream.setstate(std::ios_base::badbit);
-  RecordingTarget target;
+TEST(ReadFrame, ConsumptionIsPinnedForEachKindOfDamage) {
+  auto stream = xsetest::StreamOf(MixedStream());
+  const auto steps = Trace(stream);
+  const size_t heading = Heading(true, 1).size(), small = Ping(true, 4, 3).size();
+  size_t at = heading - 4;  // each read stops on the end marker, the next consumes it
+  EXPECT_EQ(steps[0], "read at " + std::to_string(at) + " startTime1 gyro");
+  at += Ping(false, 2, 5).size();
+  EXPECT_EQ(steps[1], "read at " + std::to_string(at) + " startTime2 multibeam/5/14.000000");
+  at += Heading(false, 3, 0).size();
+  EXPECT_EQ(steps[2], "read at " + std::to_string(at) + " startTime3 gyro");
+  at += 4 + 8 + small;  // junk, then the whole damaged frame with its bad end marker
+  EXPECT_EQ(steps[3], "none at " + std::to_string(at));
+  at += small;
+  EXPECT_EQ(steps[4], "read at " + std::to_string(at - 4) + " startTime5 multibeam/3/12.000000");
+  EXPECT_EQ(steps[5], "none at " + std::to_string(at + 8)) << "absurd size: marker and size";
+  // The rest of the lying frame is searched like junk; a frame too short
+  // for its header is passed up to its end marker.
+  at += heading + kHeaderless.size() - 4;
+  EXPECT_EQ(steps[6], "none at " + std::to_string(at));
+  EXPECT_EQ(steps[7].substr(0, 5), "read ") << "the search goes on after damage";
+  EXPECT_EQ(steps.back(), "none") << "the cut frame ends the stream";
+}
+
+TEST(ReadFrame, FileBuffersOfEverySizeGiveTheSameCallsAsAWholeBuffer) {
+  const Bytes bytes = MixedStream();
+  auto whole = xsetest::StreamOf(bytes);
+  const auto expected = Trace(whole);
+  ASSERT_GT(expected.size(), 20u);
+  xsetest::TempDir dir;
+  const std::string path = dir.Write("mixed.xse", bytes);
+  for (size_t size : {1u, 3u, 5u, 13u, 60u, 257u, 4096u, 256u * 1024u}) {
+    platform::FileStreamBuf buffer(size);
+    ASSERT_TRUE(buffer.Open(path));
+    std::istream stream(&buffer);
+    const auto steps = Trace(stream);
+    // A string stream refuses to seek past its end, a file does not: only
+    // the call that meets the cut frame may differ in where it leaves the
+    // stream.
+    ASSERT_EQ(steps.size(), expected.size()) << "buffer " << size;
+    for (size_t i = 0; i + 1 < steps.size(); ++i)
+      EXPECT_EQ(steps[i], expected[i]) << "buffer " << size << ", call " << i;
+  }
+}
+
+TEST(ReadFrame, UnalignedJunkAbsurdSizeOrABadStreamReadNothing) {
+  auto unaligned = xsetest::StreamOf(Concat({Bytes(3, 0xAA), Heading(true, 0)}));
+  auto absurd = xsetest::StreamOf(Absurd(0));
+  auto bad = xsetest::StreamOf(Heading(true, 0));
+  bad.setstate(std::ios_base::badbit);
+  xsetest::RecordingTarget target;
   ElacReader reader(&target, 0);
-  EXPECT_FALSE(reader.ReadFrame(stream));
+  // The search goes in steps of four bytes and never meets the marker.
+  EXPECT_FALSE(reader.ReadFrame(unaligned));
+  EXPECT_TRUE(unaligned.eof());
+  EXPECT_FALSE(reader.ReadFrame(absurd));
+  EXPECT_EQ(absurd.tellg(), 8);
+  EXPECT_EQ(reader.frameBufferSize(), 0u) << "no allocation for a size that lies";
+  EXPECT_FALSE(reader.ReadFrame(bad));
   EXPECT_TRUE(target.calls.empty());
 }
 
