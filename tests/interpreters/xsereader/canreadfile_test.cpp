@@ -10,8 +10,6 @@
 
 namespace {
 
-using xsetest::TempDir;
-
 // One navigation frame after `junk` bytes, its end marker damaged if asked.
 std::vector<uint8_t> Frame(size_t junk = 0, bool damagedEnd = false) {
   std::vector<uint8_t> bytes(junk, 'z');
@@ -46,7 +44,7 @@ TEST(CanReadFileTest, AnswersFromTheExtensionAndTheFirstFrame) {
       {"badend.xse", Frame(0, true), 1, 1},
       {"text.xse", std::vector<uint8_t>(100, 'a'), 0, 0},
   };
-  TempDir dir;
+  xsetest::TempDir dir;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     std::string path = dir.Write(c.name, c.bytes);

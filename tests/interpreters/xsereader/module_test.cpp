@@ -77,12 +77,18 @@ TEST_F(ModuleTest, BoxesShownInsideTheModuleReachTheHostsHandler) {
   EXPECT_THAT(boxes, ElementsAre("Please enter a number."));
 }
 
+// The first file's records fix the start time; a last frame cut short
+// still leaves its file read.
 TEST_F(ModuleTest, ThreeFilesWithTheMiddleOneMissing) {
-  const std::string first = dir_.Write("first.xse", PositionFrames(3));
-  const std::string third = dir_.Write("third.xse", PositionFrames(3));
+  const std::string first = dir_.Write("first.xse", PositionFrames(3, 1660867200, 250000));
+  auto cut = PositionFrames(3);
+  cut.resize(cut.size() - 10);
+  const std::string third = dir_.Write("third.xse", cut);
   EXPECT_EQ(RunFiles({first, dir_.File("second.xse"), third}), 0);
   EXPECT_THAT(recorder_.outcomes(), ElementsAre("fileAdded " + first, "fileAdded " + third));
   EXPECT_EQ(reader_->startTimeSet, 1);
+  EXPECT_EQ(reader_->startTimeSec, 1660867200);
+  EXPECT_EQ(reader_->startTimeMs, 250);
 }
 
 TEST_F(ModuleTest, StopDuringAFileReportsHundredPercentAndNoOutcome) {

@@ -120,7 +120,7 @@ TEST(ZXSEReaderTest, WaitForASourceThatNeverOpensEndsWithTheStopAndPauses) {
   EXPECT_TRUE(run.log.destroyed);
 }
 
-TEST(ZXSEReaderTest, StartTimeComesFromFrameStartsUntilTheFirstPosition) {
+TEST(ZXSEReaderTest, StartTimeComesFromFrameStartsUntilTheFirstPositionHeadingsGoBySource) {
   ZXSEReader reader;
   const auto start = [&reader] {
     return std::to_string(reader.startTimeSec) + " s " + std::to_string(reader.startTimeMs) +
@@ -137,6 +137,15 @@ TEST(ZXSEReaderTest, StartTimeComesFromFrameStartsUntilTheFirstPosition) {
   position.time = {7, 7000};
   reader.HandlePosition(position);
   EXPECT_EQ(start(), "-86400 s 500 ms fixed");
+  quor::GyroRec gyro;
+  gyro.sensorIndex = 1;
+  gyro.heading = 271.5;
+  reader.HandleGyro(gyro);
+  gyro.sensorIndex = 2;
+  gyro.heading = 12.0;
+  reader.HandleGyro(gyro);
+  EXPECT_EQ(reader.bathymetryHeading(), 271.5);
+  EXPECT_EQ(reader.primaryHeading(), 12.0);
 }
 
 TEST(ZXSEReaderTest, ConvertTimeGivesMillisecondsSinceTheStartTime) {
@@ -158,19 +167,6 @@ TEST(ZXSEReaderTest, ConvertTimeGivesMillisecondsSinceTheStartTime) {
     record.time = {c.recordSec, c.recordUsec};
     EXPECT_EQ(reader.ConvertTime(record), c.milliseconds) << c.recordSec << " " << c.recordUsec;
   }
-}
-
-TEST(ZXSEReaderTest, HeadingsGoByHeadingSource) {
-  ZXSEReader reader;
-  quor::GyroRec gyro;
-  gyro.sensorIndex = 1;
-  gyro.heading = 271.5;
-  reader.HandleGyro(gyro);
-  gyro.sensorIndex = 2;
-  gyro.heading = 12.0;
-  reader.HandleGyro(gyro);
-  EXPECT_EQ(reader.bathymetryHeading(), 271.5);
-  EXPECT_EQ(reader.primaryHeading(), 12.0);
 }
 
 }  // namespace
