@@ -193,28 +193,24 @@ TEST(ParameterDecoder, OnlyGroupsWhoseSizesAndCountsHoldAreDecoded) {
   }
 }
 
-TEST(ParameterDecoder, MountingStopsCopyingAtTheRecordLimit) {
+TEST(ParameterDecoder, MountingPrefixesReceivingTransmittersAndStopsAtTheRecordLimit) {
   Params params;
+  EXPECT_FALSE(DecodeDevices(Mounting({Mount(1, 0)}), params)) << "it needs the device list";
   for (size_t id = 0; id <= elac::kMaxDeviceRecords; ++id)
-    params.push_back(Device(static_cast<int32_t>(id), 0));
+    params.push_back(Device(static_cast<int32_t>(id), 16));
+  params[1].name.Assign(std::string(254, 'a'));
+  params[2] = Device(2, 17);
+  params[2].name.Assign("keep");
   const auto last = static_cast<uint32_t>(elac::kMaxDeviceRecords);
-  ASSERT_TRUE(DecodeDevices(Mounting({Mount(5, 0.1), Mount(5, 0.2), Mount(last, 0.3)}), params));
-  EXPECT_EQ(params.size(), elac::kMaxDeviceRecords + 1);
+  ASSERT_TRUE(DecodeDevices(
+      Mounting({Mount(1, 0, 0), Mount(2, 0, 0), Mount(5, 0.1), Mount(5, 0.2), Mount(last, 0.3)}),
+      params));
+  EXPECT_EQ(params[1].sensorKind, 17);
+  EXPECT_EQ(params[1].name.View(), "RX_" + std::string(252, 'a')) << "cut to the name's length";
+  EXPECT_EQ(params[2].name.View(), "keep");
+  EXPECT_EQ(params.size(), elac::kMaxDeviceRecords + 1) << "no room for a copy";
   EXPECT_DOUBLE_EQ(params[5].mountAngle1, 0.1 * kDegrees) << "the repeat is ignored";
   EXPECT_EQ(params.back().fieldMask, 0u) << "elements past the limit take no part";
-}
-
-TEST(ParameterDecoder, ReceivingUsePrefixesOnlyTransmittersWithinTheNamesLength) {
-  Params params = {Device(1, 16), Device(2, 17)};
-  params[0].name.Assign(std::string(254, 'a'));
-  params[1].name.Assign("keep");
-  const auto entries = Mounting({Mount(1, 0, 0), Mount(2, 0, 0)});
-  ASSERT_TRUE(DecodeDevices(entries, params));
-  EXPECT_EQ(params[0].sensorKind, 17);
-  EXPECT_EQ(params[0].name.View(), "RX_" + std::string(252, 'a'));
-  EXPECT_EQ(params[1].name.View(), "keep");
-  Params none;
-  EXPECT_FALSE(DecodeDevices(entries, none)) << "mounting needs the device list first";
 }
 
 TEST(ParameterDecoder, StatusTwoSetsTheFlagOfTheTransducerOfThatPosition) {
