@@ -10,9 +10,9 @@
 
 namespace xsetest {
 
-using RecordedCall = std::variant<quor::timeval, quor::ParameterRec, quor::NavigationRec,
-                                  quor::GyroRec, quor::MotionRec, quor::MultibeamRec,
-                                  quor::SidescanRec>;
+using RecordedCall =
+    std::variant<quor::timeval, quor::ParameterRec, quor::NavigationRec, quor::GyroRec,
+                 quor::MotionRec, quor::MultibeamRec, quor::SidescanRec>;
 
 class RecordingTarget final : public quor::ISurveyTarget {
  public:

@@ -52,6 +52,8 @@ inline ToolResult RunTool(const std::string& program, const std::vector<std::str
   return result;
 }
 
-inline ToolResult RunXse(const std::vector<std::string>& args) { return RunTool(XSE_XSE_TOOL, args); }
+inline ToolResult RunXse(const std::vector<std::string>& args) {
+  return RunTool(XSE_XSE_TOOL, args);
+}
 
 }  // namespace xsetest

@@ -81,8 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
                       UsageCase{{"dump", "--head"}, 2, "xse dump: --head needs a value"},
                       UsageCase{{"dump", "--bogus", "f"}, 2, "xse dump: unknown option"},
                       UsageCase{{"frobnicate"}, 2, "xse: unknown command"},
-                      UsageCase{{}, 2, "usage: xse"},
-                      UsageCase{{"dump", "--help"}, 0, ""}));
+                      UsageCase{{}, 2, "usage: xse"}, UsageCase{{"dump", "--help"}, 0, ""}));
 
 TEST(XseDump, HelpGoesToStdout) {
   const auto result = RunXse({"dump", "--help"});

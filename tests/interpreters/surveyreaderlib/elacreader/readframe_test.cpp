@@ -43,7 +43,8 @@ Bytes Ping(bool bigEndian, uint32_t micros, int beams) {
 }
 
 // Start marker, S = 8 (too short for type and time), 8 bytes, end marker.
-const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0, 8, 0, 0, 0, 1, 0, 0, 0, 0, '#', 'H', 'S', 'F'};
+const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
+                           0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
 
 Bytes Absurd(uint32_t micros) {
   Bytes frame = Heading(true, micros);

@@ -22,8 +22,12 @@ TEST(ReadStatistics, CountsFramesByTypeAndOrderAndTheStartsThatLedNowhere) {
   const auto empty = [](uint32_t type, bool big) {
     return xsetest::WriteFrame(big, type, [](auto&) {});
   };
-  const Bytes decoded[] = {nav,           xsetest::HeadingFrame(false), empty(4, false),
-                           empty(7, true), empty(16, true),             empty(4000, false)};
+  const Bytes decoded[] = {nav,
+                           xsetest::HeadingFrame(false),
+                           empty(4, false),
+                           empty(7, true),
+                           empty(16, true),
+                           empty(4000, false)};
   uint64_t decodedBytes = 0;
   for (const auto& frame : decoded) decodedBytes += frame.size();
   // Junk is no frame; a bad end marker, a lying size, a frame too short
