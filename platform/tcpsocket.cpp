@@ -1,0 +1,168 @@
+#include "platform/tcpsocket.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace platform {
+
+namespace {
+
+int Fd(SocketHandle socket) { return static_cast<int>(socket); }
+
+SocketHandle Handle(int fd) { return fd < 0 ? kInvalidSocket : static_cast<SocketHandle>(fd); }
+
+sockaddr_in Ipv4(uint32_t address, uint16_t port) {
+  sockaddr_in socketAddress{};
+  socketAddress.sin_family = AF_INET;
+  socketAddress.sin_port = htons(port);
+  socketAddress.sin_addr.s_addr = address;
+  return socketAddress;
+}
+
+}  // namespace
+
+uint32_t LastSocketError() {
+  switch (errno) {
+    case EINTR:
+      return kSocketInterrupted;
+    case EBADF:
+      return kSocketBadHandle;
+    case EACCES:
+      return kSocketAccessDenied;
+    case EFAULT:
+      return kSocketBadAddress;
+    case EINVAL:
+      return kSocketInvalidArgument;
+    case EMFILE:
+    case ENFILE:
+      return kSocketTooManyOpen;
+    case EAGAIN:
+      return kSocketWouldBlock;
+    case EINPROGRESS:
+      return kSocketInProgress;
+    case EALREADY:
+      return kSocketAlreadyInProgress;
+    case ENOTSOCK:
+      return kSocketNotASocket;
+    case EPROTOTYPE:
+      return kSocketWrongProtocolType;
+    case EPROTONOSUPPORT:
+      return kSocketProtocolNotSupported;
+    case ESOCKTNOSUPPORT:
+      return kSocketTypeNotSupported;
+    case EAFNOSUPPORT:
+      return kSocketFamilyNotSupported;
+    case EADDRINUSE:
+      return kSocketAddressInUse;
+    case EADDRNOTAVAIL:
+      return kSocketAddressNotAvailable;
+    case ENETDOWN:
+      return kSocketNetworkDown;
+    case ENETUNREACH:
+      return kSocketNetworkUnreachable;
+    case ECONNRESET:
+    case EPIPE:
+      return kSocketConnectionReset;
+    case ENOBUFS:
+    case ENOMEM:
+      return kSocketNoBufferSpace;
+    case EISCONN:
+      return kSocketAlreadyConnected;
+    case ETIMEDOUT:
+      return kSocketTimedOut;
+    case ECONNREFUSED:
+      return kSocketConnectionRefused;
+    case EHOSTUNREACH:
+      return kSocketHostUnreachable;
+    default:
+      return kUnnamedSocketErrorBase + static_cast<uint32_t>(errno);
+  }
+}
+
+uint16_t StartSocketService(uint16_t version) {
+  const uint32_t major = version & 0xFFu;
+  const uint32_t minor = version >> 8;
+  if (major == 0) return 0;
+  if (major > 2 || (major == 2 && minor > 2)) return 0x0202;
+  return version;
+}
+
+void StopSocketService() {}
+
+SocketHandle CreateIpv4Socket(int32_t type) {
+  int hostType = -1;
+  if (type == kStreamSocket) hostType = SOCK_STREAM;
+  if (type == kDatagramSocket) hostType = SOCK_DGRAM;
+  if (hostType < 0) {
+    errno = ESOCKTNOSUPPORT;
+    return kInvalidSocket;
+  }
+  return Handle(::socket(AF_INET, hostType | SOCK_CLOEXEC, 0));
+}
+
+void CloseSocket(SocketHandle socket) {
+  if (socket != kInvalidSocket) ::close(Fd(socket));
+}
+
+bool ReceiveBufferSize(SocketHandle socket, int32_t& size) {
+  int value = 0;
+  socklen_t length = sizeof value;
+  if (::getsockopt(Fd(socket), SOL_SOCKET, SO_RCVBUF, &value, &length) != 0) return false;
+  size = value;
+  return true;
+}
+
+bool SetReceiveBufferSize(SocketHandle socket, int32_t size) {
+  const int value = size;
+  return ::setsockopt(Fd(socket), SOL_SOCKET, SO_RCVBUF, &value, sizeof value) == 0;
+}
+
+bool ConnectIpv4(SocketHandle socket, uint32_t address, uint16_t port) {
+  const sockaddr_in socketAddress = Ipv4(address, port);
+  int result;
+  do {
+    result = ::connect(Fd(socket), reinterpret_cast<const sockaddr*>(&socketAddress),
+                       sizeof socketAddress);
+  } while (result != 0 && errno == EINTR);
+  return result == 0;
+}
+
+bool SetNonBlocking(SocketHandle socket) {
+  const int flags = ::fcntl(Fd(socket), F_GETFL);
+  return flags >= 0 && ::fcntl(Fd(socket), F_SETFL, flags | O_NONBLOCK) == 0;
+}
+
+SocketHandle ListenOnLoopback(uint16_t& port, int32_t backlog) {
+  const SocketHandle listener = CreateIpv4Socket(kStreamSocket);
+  if (listener == kInvalidSocket) return kInvalidSocket;
+  const int reuse = 1;
+  ::setsockopt(Fd(listener), SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+  sockaddr_in socketAddress = Ipv4(htonl(INADDR_LOOPBACK), port);
+  socklen_t length = sizeof socketAddress;
+  if (::bind(Fd(listener), reinterpret_cast<const sockaddr*>(&socketAddress), length) != 0 ||
+      ::listen(Fd(listener), backlog) != 0 ||
+      ::getsockname(Fd(listener), reinterpret_cast<sockaddr*>(&socketAddress), &length) != 0) {
+    const int error = errno;
+    CloseSocket(listener);
+    errno = error;
+    return kInvalidSocket;
+  }
+  port = ntohs(socketAddress.sin_port);
+  return listener;
+}
+
+SocketHandle AcceptConnection(SocketHandle listener) {
+  int fd;
+  do {
+    fd = ::accept4(Fd(listener), nullptr, nullptr, SOCK_CLOEXEC);
+  } while (fd < 0 && errno == EINTR);
+  return Handle(fd);
+}
+
+}  // namespace platform

@@ -1,0 +1,75 @@
+// IPv4 TCP sockets: the calls the socket layer makes, with failures reported
+// as the socket error numbers the rest of the system knows (10061 for a
+// refused connection, and so on) rather than as the host's errno values.
+#pragma once
+
+#include <cstdint>
+
+namespace platform {
+
+using SocketHandle = uintptr_t;
+inline constexpr SocketHandle kInvalidSocket = ~SocketHandle{0};
+
+inline constexpr int32_t kStreamSocket = 1;
+inline constexpr int32_t kDatagramSocket = 2;
+
+// Socket error numbers. A host error without one of these names is reported
+// as kUnnamedSocketErrorBase plus the host's own number.
+enum SocketError : uint32_t {
+  kSocketInterrupted = 10004,
+  kSocketBadHandle = 10009,
+  kSocketAccessDenied = 10013,
+  kSocketBadAddress = 10014,
+  kSocketInvalidArgument = 10022,
+  kSocketTooManyOpen = 10024,
+  kSocketWouldBlock = 10035,
+  kSocketInProgress = 10036,
+  kSocketAlreadyInProgress = 10037,
+  kSocketNotASocket = 10038,
+  kSocketWrongProtocolType = 10041,
+  kSocketProtocolNotSupported = 10043,
+  kSocketTypeNotSupported = 10044,
+  kSocketFamilyNotSupported = 10047,
+  kSocketAddressInUse = 10048,
+  kSocketAddressNotAvailable = 10049,
+  kSocketNetworkDown = 10050,
+  kSocketNetworkUnreachable = 10051,
+  kSocketConnectionReset = 10054,
+  kSocketNoBufferSpace = 10055,
+  kSocketAlreadyConnected = 10056,
+  kSocketTimedOut = 10060,
+  kSocketConnectionRefused = 10061,
+  kSocketHostUnreachable = 10065,
+  kSocketNotStarted = 10093,
+  kUnnamedSocketErrorBase = 20000,
+};
+
+// The error of the calling thread's last failed socket call.
+uint32_t LastSocketError();
+
+// Starts the socket service, asking for `version` (major in the low byte,
+// minor in the high byte). Returns the version granted; 0 when it cannot
+// start. Sockets need no start-up here: it grants what is asked up to 2.2.
+uint16_t StartSocketService(uint16_t version);
+void StopSocketService();
+
+// An IPv4 socket of `type` (kStreamSocket, kDatagramSocket); kInvalidSocket
+// on failure. Not inherited by child processes.
+SocketHandle CreateIpv4Socket(int32_t type);
+void CloseSocket(SocketHandle socket);
+
+bool ReceiveBufferSize(SocketHandle socket, int32_t& size);
+bool SetReceiveBufferSize(SocketHandle socket, int32_t size);
+
+// `address` holds the four octets first to last in memory order (network
+// order); `port` is in host order.
+bool ConnectIpv4(SocketHandle socket, uint32_t address, uint16_t port);
+bool SetNonBlocking(SocketHandle socket);
+
+// A stream socket listening on 127.0.0.1:`port` (0: any free port, which is
+// then written back to `port`); kInvalidSocket on failure.
+SocketHandle ListenOnLoopback(uint16_t& port, int32_t backlog = 4);
+// Waits for the next connection on a listening socket.
+SocketHandle AcceptConnection(SocketHandle listener);
+
+}  // namespace platform

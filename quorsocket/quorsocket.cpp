@@ -1,0 +1,136 @@
+#include "quorsocket/quorsocket.h"
+
+#include <array>
+#include <cstring>
+
+#include "libsys/errorlog.h"
+#include "libsys/ztracelogfile.h"
+#include "platform/processinfo.h"
+#include "platform/sleep.h"
+
+namespace {
+
+constexpr uint16_t kSocketVersion2 = 0x0002;  // major 2 in the low byte, minor 0
+constexpr int32_t kDefaultAttempts = 10;
+
+struct ErrorText {
+  uint32_t code;
+  const char* text;
+};
+
+// Several texts end in a blank; they are written as they stand.
+constexpr ErrorText kErrorTexts[] = {
+    {10004, "The (blocking) call was canceled using WSACancelBlockingCall."},
+    {10013,
+     "Attempt to connect datagram socket to broadcast address failed because setsockopt option "
+     "SO_BROADCAST is not enabled. "},
+    {10014,
+     "The name or the namelen parameter is not a valid part of the user address space, the "
+     "namelen parameter is too small, or the name parameter contains incorrect address format "
+     "for the associated address family. "},
+    {10022,
+     "The parameter s is a listening socket, or the destination address specified is not "
+     "consistent with that of the constrained group the socket belongs to. "},
+    {10024, "No more file descriptors are available."},
+    {10035,
+     "The socket is marked as nonblocking and the connection cannot be completed immediately. "
+     "Use select to determine the completion of the connection request by checking to see if "
+     "the socket is writable. "},
+    {10036, "A blocking Windows Sockets call is in progress."},
+    {10037, "A nonblocking connect call is in progress on the specified socket. "},
+    {10038, "The descriptor is not a socket. "},
+    {10041, "The specified protocol is the wrong type for this socket."},
+    {10043, "The specified protocol is not supported."},
+    {10044, "The specified socket type is not supported in this address family."},
+    {10047, "Addresses in the specified family cannot be used with this socket. "},
+    {10048, "The specified address is already in use."},
+    {10049, "The specified address is not available from the local machine. "},
+    {10050,
+     "The Windows Sockets implementation has detected that the network subsystem has failed."},
+    {10051, "The network cannot be reached from this host at this time. "},
+    {10055, "No buffer space is available. The socket cannot be connected. "},
+    {10056, "The socket is already connected (connection-oriented sockets only). "},
+    {10060, "Attempt to connect timed out without establishing a connection. "},
+    {10061, "The attempt to connect was forcefully rejected. "},
+    {10065, "A socket operation was attempted to an unreachable host."},
+    {10093, "A successful WSAStartup must occur before using this function."},
+};
+
+void TraceLastSocketError() {
+  const uint32_t code = platform::LastSocketError();
+  QUORLOG(1, "NTCreateSocketAndConnectToServer(): socket error %d", static_cast<int32_t>(code));
+  TraceSocketError(code);
+}
+
+}  // namespace
+
+int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32_t address,
+                                       platform::SocketHandle* socketOut, int32_t keepBlocking,
+                                       int32_t attempts, int32_t receiveBuffer, uint32_t pauseMs) {
+  QUORLOG(3, "CreateSocketAndConnectToServer client id=%d",
+          static_cast<int32_t>(platform::CurrentProcessId()));
+  const platform::SocketHandle socket = platform::CreateIpv4Socket(socketType);
+  *socketOut = socket;
+  if (socket == platform::kInvalidSocket) {
+    TraceLastSocketError();
+    ERRORLOG(kErrorLogError, kErrorLogMessages[kErrUnixSocketFunction], "socket");
+    return 0;
+  }
+  const auto socketNumber = static_cast<int32_t>(socket);
+  QUORLOG(3, "socket= %d", socketNumber);
+
+  std::array<uint8_t, 4> octets{};
+  std::memcpy(octets.data(), &address, octets.size());
+  if (octets[3] == 0) {
+    octets = {127, 0, 0, 1};
+    std::memcpy(&address, octets.data(), octets.size());
+    QUORLOG(1, "Using local addr INADDR_LOOPBACK 127.0.0.1");
+  } else {
+    QUORLOG(1, "Using remote addr %d.%d.%d.%d", octets[0], octets[1], octets[2], octets[3]);
+  }
+
+  int32_t bufferSize = 0;
+  if (!platform::ReceiveBufferSize(socket, bufferSize)) bufferSize = 0;
+  QUORLOG(1, "socket= %d Receive Buffer %d", socketNumber, bufferSize);
+  if (bufferSize < receiveBuffer) {
+    // Whatever the system grants shows in the line; a refusal is not an error.
+    platform::SetReceiveBufferSize(socket, receiveBuffer);
+    if (!platform::ReceiveBufferSize(socket, bufferSize)) bufferSize = 0;
+    QUORLOG(1, "socket= %d Receive Buffer Changed to %d", socketNumber, bufferSize);
+  }
+
+  // A negative count makes no attempt and counts as a failed connect.
+  if (attempts == 0) attempts = kDefaultAttempts;
+  bool connected = false;
+  for (int32_t attempt = 0; attempt < attempts && !connected; ++attempt) {
+    connected = platform::ConnectIpv4(socket, address, port);
+    if (!connected) {
+      TraceLastSocketError();
+      platform::SleepMilliseconds(pauseMs);
+    }
+  }
+  if (!connected) return 0;  // the caller owns the socket and closes it
+  if (keepBlocking != 0) return 1;
+  if (!platform::SetNonBlocking(socket)) {
+    ERRORLOG(kErrorLogError, kErrorLogMessages[kErrUnixSocketFunction], "fcntl - F_GETFL");
+  }
+  return 1;
+}
+
+void TraceSocketError(uint32_t code) {
+  for (const ErrorText& entry : kErrorTexts) {
+    if (entry.code == code) {
+      QUORLOG(1, "%s", entry.text);
+      return;
+    }
+  }
+  QUORLOG(1, "An unknown socket error %d has been observed", static_cast<int32_t>(code));
+}
+
+int32_t StartSocketLibrary() {
+  const uint16_t granted = platform::StartSocketService(kSocketVersion2);
+  if (granted == 0) return 0;
+  if (granted == kSocketVersion2) return 1;
+  platform::StopSocketService();
+  return 0;
+}
