@@ -106,8 +106,12 @@ SocketHandle CreateIpv4Socket(int32_t type) {
   return Handle(::socket(AF_INET, hostType | SOCK_CLOEXEC, 0));
 }
 
-void CloseSocket(SocketHandle socket) {
-  if (socket != kInvalidSocket) ::close(Fd(socket));
+bool CloseSocket(SocketHandle socket) {
+  if (socket == kInvalidSocket) {
+    errno = EBADF;
+    return false;
+  }
+  return ::close(Fd(socket)) == 0;
 }
 
 bool ReceiveBufferSize(SocketHandle socket, int32_t& size) {
@@ -137,6 +141,20 @@ bool SetNonBlocking(SocketHandle socket) {
   const int flags = ::fcntl(Fd(socket), F_GETFL);
   return flags >= 0 && ::fcntl(Fd(socket), F_SETFL, flags | O_NONBLOCK) == 0;
 }
+
+int32_t SendToSocket(SocketHandle socket, const void* data, int32_t length) {
+  if (length < 0) {
+    errno = EINVAL;
+    return -1;
+  }
+  ssize_t sent;
+  do {
+    sent = ::send(Fd(socket), data, static_cast<size_t>(length), MSG_NOSIGNAL);
+  } while (sent < 0 && errno == EINTR);
+  return static_cast<int32_t>(sent);
+}
+
+bool ShutdownSocket(SocketHandle socket) { return ::shutdown(Fd(socket), SHUT_RDWR) == 0; }
 
 SocketHandle ListenOnLoopback(uint16_t& port, int32_t backlog) {
   const SocketHandle listener = CreateIpv4Socket(kStreamSocket);

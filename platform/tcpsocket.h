@@ -56,7 +56,8 @@ void StopSocketService();
 // An IPv4 socket of `type` (kStreamSocket, kDatagramSocket); kInvalidSocket
 // on failure. Not inherited by child processes.
 SocketHandle CreateIpv4Socket(int32_t type);
-void CloseSocket(SocketHandle socket);
+// False when the handle was no open socket.
+bool CloseSocket(SocketHandle socket);
 
 bool ReceiveBufferSize(SocketHandle socket, int32_t& size);
 bool SetReceiveBufferSize(SocketHandle socket, int32_t size);
@@ -65,6 +66,12 @@ bool SetReceiveBufferSize(SocketHandle socket, int32_t size);
 // order); `port` is in host order.
 bool ConnectIpv4(SocketHandle socket, uint32_t address, uint16_t port);
 bool SetNonBlocking(SocketHandle socket);
+
+// Sends `length` bytes in one call: the count sent, or -1 on failure. A
+// closed peer gives a failure, never a signal.
+int32_t SendToSocket(SocketHandle socket, const void* data, int32_t length);
+// Shuts both directions of a connection; false on failure.
+bool ShutdownSocket(SocketHandle socket);
 
 // A stream socket listening on 127.0.0.1:`port` (0: any free port, which is
 // then written back to `port`); kInvalidSocket on failure.

@@ -1,0 +1,64 @@
+// Windows and their messages. A window belongs to the thread that creates
+// it: messages posted to it (from any thread) wait in that thread's queue
+// until the thread takes them and dispatches them to the window's
+// WindowProc. A message for a window destroyed in the meantime is dropped.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/framework/resources.h"
+#include "platform/sharedapi.h"
+
+namespace platform {
+
+using WindowHandle = uint32_t;  // 0: no window
+
+struct WindowMessage {
+  WindowHandle window = 0;
+  uint32_t message = 0;
+  uintptr_t wParam = 0;
+  intptr_t lParam = 0;
+};
+
+class XSE_SHARED_API CWnd : public CObject {
+ public:
+  CWnd() = default;
+  CWnd(const CWnd&) = delete;
+  CWnd& operator=(const CWnd&) = delete;
+  // A window still there is taken away without OnDestroy: by now the derived
+  // part is gone. Owners destroy the window first (DestroyWindow).
+  ~CWnd() override;
+
+  // Makes the window, owned by the calling thread, and runs OnCreate; false
+  // (no window) when OnCreate returns -1 or there is a window already.
+  bool CreateOnThisThread();
+  // Runs OnDestroy and takes the window away; false when there is none.
+  virtual bool DestroyWindow();
+  WindowHandle GetSafeHwnd() const { return handle_; }
+
+  // The window's message handler; the default handles nothing and returns 0.
+  virtual intptr_t WindowProc(uint32_t message, uintptr_t wParam, intptr_t lParam);
+
+ protected:
+  virtual int32_t OnCreate() { return 0; }
+  virtual void OnDestroy() {}
+
+ private:
+  WindowHandle handle_ = 0;
+};
+
+// Queues a message for `window`'s thread; false when there is no such window.
+XSE_SHARED_API bool PostWindowMessage(WindowHandle window, uint32_t message, uintptr_t wParam,
+                                      intptr_t lParam);
+
+// Takes the calling thread's next message, if any, without waiting. Socket
+// events selected for the thread's windows (asyncselect.h) are collected
+// first when the queue is empty.
+XSE_SHARED_API bool PeekThreadMessage(WindowMessage& message);
+
+// Hands a message to its window's WindowProc, on the window's own thread.
+// Returns the handler's result; 0 when the window is gone or not this
+// thread's.
+XSE_SHARED_API intptr_t DispatchThreadMessage(const WindowMessage& message);
+
+}  // namespace platform
