@@ -4,79 +4,20 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "libsys/libsystestsupport.h"
-#include "libsys/ztracelogfile.h"
-#include "platform/messagebox.h"
-#include "support/tempdir.h"
+#include "quorsocket/sockettestsupport.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 constexpr uint32_t kLoopback = 0x0100007Fu;  // 127.0.0.1, first octet first
 constexpr char kRefused[] = "The attempt to connect was forcefully rejected. ";
 
-// Each test traces verbosely into its own folder, which is also QUORHOME for
-// the error log; message boxes are collected instead of shown.
-class QuorSocketTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    fs::create_directory(dir_.path() / "log");
-    fs::current_path(dir_.path());
-    ASSERT_TRUE(TraceStart(2, traceName_.c_str()));
-  }
-  void TearDown() override {
-    TraceReset();
-    fs::current_path(savedFolder_);
-    for (const platform::SocketHandle socket : sockets_) platform::CloseSocket(socket);
-  }
-
-  // Every trace line written so far.
-  std::vector<std::string> TraceLines() const {
-    std::vector<std::string> lines;
-    std::ifstream in(dir_.path() / "log" / traceName_);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-  }
-  size_t CountLinesEndingWith(const std::string& text) const {
-    const std::vector<std::string> lines = TraceLines();
-    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
-      return line.size() >= text.size() &&
-             line.compare(line.size() - text.size(), text.size(), text) == 0;
-    }));
-  }
-
-  platform::SocketHandle Keep(platform::SocketHandle socket) {
-    sockets_.push_back(socket);
-    return socket;
-  }
-  // A loopback port that nobody listens on.
-  uint16_t ClosedPort() {
-    uint16_t port = 0;
-    platform::CloseSocket(platform::ListenOnLoopback(port));
-    return port;
-  }
-
-  fs::path savedFolder_ = fs::current_path();
-  xsetest::TempDir dir_;
-  libsystest::ScopedEnvironment quorhome_{"QUORHOME", dir_.path().c_str()};
-  std::string traceName_ = "socket." + std::to_string(::getpid()) + ".log";
-  std::vector<std::pair<std::string, std::string>> boxes_;
-  platform::ScopedMessageBoxHandler boxHandler_{
-      [this](const std::string& caption, const std::string& text) {
-        boxes_.emplace_back(caption, text);
-      }};
-  std::vector<platform::SocketHandle> sockets_;
-};
+using QuorSocketTest = sockettest::SocketTest;
 
 TEST_F(QuorSocketTest, ConnectsOnTheFirstAttemptToTheGivenOrTheLocalAddress) {
   uint16_t port = 0;
@@ -158,8 +99,7 @@ TEST_F(QuorSocketTest, SocketThatCannotBeMadeGoesToTheErrorLog) {
       CountLinesEndingWith("The specified socket type is not supported in this address family."),
       1u);
   ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_THAT(libsystest::ReadFile(dir_.path() / "log" / "error"),
-              HasSubstr("Unix domain socket function error: socket"));
+  EXPECT_THAT(ErrorLog(), HasSubstr("Unix domain socket function error: socket"));
 }
 
 TEST_F(QuorSocketTest, ErrorTextsAreWrittenAsTheyStand) {

@@ -1,0 +1,75 @@
+// A test fixture for the socket layer: each test traces verbosely into its
+// own folder, which is also QUORHOME for the error log; message boxes are
+// collected instead of shown; sockets made by the test are closed after it.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "libsys/libsystestsupport.h"
+#include "libsys/ztracelogfile.h"
+#include "platform/messagebox.h"
+#include "platform/tcpsocket.h"
+#include "support/tempdir.h"
+
+namespace sockettest {
+
+class SocketTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::filesystem::create_directory(dir_.path() / "log");
+    std::filesystem::current_path(dir_.path());
+    ASSERT_TRUE(TraceStart(2, traceName_.c_str()));
+  }
+  void TearDown() override {
+    TraceReset();
+    std::filesystem::current_path(savedFolder_);
+    for (const platform::SocketHandle socket : sockets_) platform::CloseSocket(socket);
+  }
+
+  std::vector<std::string> TraceLines() const {
+    std::vector<std::string> lines;
+    std::ifstream in(dir_.path() / "log" / traceName_);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+  }
+  size_t CountLinesEndingWith(const std::string& text) const {
+    const std::vector<std::string> lines = TraceLines();
+    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
+      return line.size() >= text.size() &&
+             line.compare(line.size() - text.size(), text.size(), text) == 0;
+    }));
+  }
+  std::string ErrorLog() const { return libsystest::ReadFile(dir_.path() / "log" / "error"); }
+
+  platform::SocketHandle Keep(platform::SocketHandle socket) {
+    sockets_.push_back(socket);
+    return socket;
+  }
+  // A loopback port that nobody listens on.
+  static uint16_t ClosedPort() {
+    uint16_t port = 0;
+    platform::CloseSocket(platform::ListenOnLoopback(port));
+    return port;
+  }
+
+  std::filesystem::path savedFolder_ = std::filesystem::current_path();
+  xsetest::TempDir dir_;
+  libsystest::ScopedEnvironment quorhome_{"QUORHOME", dir_.path().c_str()};
+  std::string traceName_ = "socket." + std::to_string(::getpid()) + ".log";
+  std::vector<std::pair<std::string, std::string>> boxes_;
+  platform::ScopedMessageBoxHandler boxHandler_{
+      [this](const std::string& caption, const std::string& text) {
+        boxes_.emplace_back(caption, text);
+      }};
+  std::vector<platform::SocketHandle> sockets_;
+};
+
+}  // namespace sockettest
