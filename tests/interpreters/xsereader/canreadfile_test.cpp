@@ -19,14 +19,8 @@ std::vector<uint8_t> Frame(size_t junk = 0, bool damagedEnd = false) {
   return bytes;
 }
 
-// "$HSF", a big-endian length of 16, 16 bytes and `tail` more: without a
-// tail the frame's end marker would stand behind the file's end.
-std::vector<uint8_t> BareFrame(size_t tail) {
-  std::vector<uint8_t> bytes = {'$', 'H', 'S', 'F', 0, 0, 0, 16};
-  bytes.resize(bytes.size() + 16 + tail, 9);
-  return bytes;
-}
-
+// Empty files, frames whose end marker stands behind the file's end and the
+// extension switch are pinned through `xse check`.
 TEST(CanReadFileTest, AnswersFromTheExtensionAndTheFirstFrame) {
   const struct {
     const char* name;  // in the test folder
@@ -36,10 +30,6 @@ TEST(CanReadFileTest, AnswersFromTheExtensionAndTheFirstFrame) {
   } cases[] = {
       {"survey.XSE", Frame(), 1, 1},
       {"survey.xse.bak", Frame(), 1, 0},
-      {"survey.dat", Frame(), 0, 1},
-      {"empty.xse", {}, 1, 0},
-      {"bare.xse", BareFrame(0), 0, 0},
-      {"bare4.xse", BareFrame(4), 0, 1},
       {"junk8.xse", Frame(8), 0, 1},
       {"badend.xse", Frame(0, true), 1, 1},
       {"text.xse", std::vector<uint8_t>(100, 'a'), 0, 0},

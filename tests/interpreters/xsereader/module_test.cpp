@@ -1,24 +1,21 @@
 // The module as the host sees it: loaded from its file, driven through the
-// entry points it exports and the host's classes.
+// entry points it exports and the host's classes. Its file runs on the
+// reader thread are pinned through `xse run`, which loads it the same way.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <list>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
-#include "interpreters/xsereader/xsereadertestsupport.h"
 #include "platform/framework/propertypage.h"
 #include "platform/framework/resources.h"
 #include "platform/messagebox.h"
-#include "support/tempdir.h"
 
 namespace {
 
 using ::testing::ElementsAre;
-using xsetest::PositionFrames;
 
 // Objects made by the module, destroyed by it.
 template <typename T>
@@ -34,18 +31,8 @@ class ModuleTest : public ::testing::Test {
     ASSERT_NE(reader_, nullptr);
   }
 
-  // Runs `files` on the reader thread, as the host does.
-  int32_t RunFiles(std::list<std::string> files) {
-    reader_->fileList = std::move(files);
-    reader_->SetObserver(&recorder_);
-    EXPECT_EQ(reader_->StartReaderThread(CReader::ReaderRun::kFileList), 1);
-    return reader_->JoinReaderThread();
-  }
-
-  xsetest::TempDir dir_;
   XseReaderModule module_;
   std::unique_ptr<CReader, void (*)(CReader*)> reader_{nullptr, nullptr};
-  xsetest::EventRecorder recorder_;
 };
 
 TEST_F(ModuleTest, ResourcesAreFoundWhileTheModuleIsLoaded) {
@@ -75,37 +62,6 @@ TEST_F(ModuleTest, BoxesShownInsideTheModuleReachTheHostsHandler) {
   page->SetControlText(19007, "abc");
   EXPECT_FALSE(page->PressOK());
   EXPECT_THAT(boxes, ElementsAre("Please enter a number."));
-}
-
-// The first file's records fix the start time; a last frame cut short
-// still leaves its file read.
-TEST_F(ModuleTest, ThreeFilesWithTheMiddleOneMissing) {
-  const std::string first = dir_.Write("first.xse", PositionFrames(3, 1660867200, 250000));
-  auto cut = PositionFrames(3);
-  cut.resize(cut.size() - 10);
-  const std::string third = dir_.Write("third.xse", cut);
-  EXPECT_EQ(RunFiles({first, dir_.File("second.xse"), third}), 0);
-  EXPECT_THAT(recorder_.outcomes(), ElementsAre("fileAdded " + first, "fileAdded " + third));
-  EXPECT_EQ(reader_->startTimeSet, 1);
-  EXPECT_EQ(reader_->startTimeSec, 1660867200);
-  EXPECT_EQ(reader_->startTimeMs, 250);
-}
-
-TEST_F(ModuleTest, StopDuringAFileReportsHundredPercentAndNoOutcome) {
-  const std::string second = dir_.Write("second.xse", PositionFrames(3));
-  recorder_.onProgress = [this](const CReader&, const CReader::ProgressStat& stat) {
-    if (stat.percent > 0 && stat.percent < 100) reader_->StopReader();
-  };
-  EXPECT_EQ(RunFiles({dir_.Write("first.xse", PositionFrames(100)), second}), -1);
-  const auto events = recorder_.events();
-  ASSERT_EQ(events.size(), 3u);
-  EXPECT_THAT(events.back(), ::testing::StartsWith("progress 100 "));
-  EXPECT_THAT(reader_->fileList, ElementsAre(second));
-}
-
-TEST_F(ModuleTest, EmptyListReturnsAtOnce) {
-  EXPECT_EQ(RunFiles({}), 0);
-  EXPECT_TRUE(recorder_.events().empty());
 }
 
 TEST_F(ModuleTest, PropertiesAndTimeThroughTheEntryPoints) {

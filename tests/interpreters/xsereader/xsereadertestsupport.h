@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -32,15 +31,13 @@ inline std::vector<uint8_t> PositionFrames(int count, int64_t unixSeconds = 1660
   return bytes;
 }
 
-// Records every report as a line of text: "progress P D T",
-// "fileAdded NAME", "failedReading". `onProgress` runs on the reader thread
-// after a progress report is recorded.
+// Records every report as text: "progress P D T", "fileAdded NAME",
+// "failedReading", joined by "; ".
 class EventRecorder final : public IReaderObserver {
  public:
-  void OnProgress(const CReader& reader, const CReader::ProgressStat& stat) override {
+  void OnProgress(const CReader& /*reader*/, const CReader::ProgressStat& stat) override {
     Add("progress " + std::to_string(stat.percent) + " " + std::to_string(stat.done) + " " +
         std::to_string(stat.total));
-    if (onProgress) onProgress(reader, stat);
   }
   void OnFileAdded(const CReader& /*reader*/, const std::string& fileName) override {
     Add("fileAdded " + fileName);
@@ -49,28 +46,18 @@ class EventRecorder final : public IReaderObserver {
     Add(text == nullptr ? "failedReading" : std::string("failedReading ") + text);
   }
 
-  std::vector<std::string> events() const {
+  std::string events() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return events_;
   }
-  // The events that are not progress reports.
-  std::vector<std::string> outcomes() const {
-    std::vector<std::string> kept;
-    for (const std::string& event : events()) {
-      if (!event.starts_with("progress")) kept.push_back(event);
-    }
-    return kept;
-  }
-
-  std::function<void(const CReader&, const CReader::ProgressStat&)> onProgress;
 
  private:
-  void Add(std::string event) {
+  void Add(const std::string& event) {
     std::lock_guard<std::mutex> lock(mutex_);
-    events_.push_back(std::move(event));
+    events_ += (events_.empty() ? "" : "; ") + event;
   }
   mutable std::mutex mutex_;
-  std::vector<std::string> events_;
+  std::string events_;
 };
 
 }  // namespace xsetest

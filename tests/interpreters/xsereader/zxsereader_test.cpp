@@ -14,23 +14,15 @@
 
 namespace {
 
-// What a source went through; atomic, as the reader thread writes it while
-// the wait test reads it.
-struct SourceLog {
-  std::atomic<int> opens{0};
-  std::atomic<bool> destroyed{false};
-};
-
-// A source that hands out a fixed list of processed counts. One that is not
-// open never opens: a server that does not answer.
+// A source that hands out a fixed list of processed counts, counting its
+// open attempts. One that is not open never opens: a server that does not
+// answer.
 class ScriptedSource final : public IElacContainer {
  public:
-  ScriptedSource(SourceLog& log, std::vector<int32_t> counts, uint32_t size, bool open)
-      : log_(log), counts_(std::move(counts)), size_(size), open_(open) {}
-  ~ScriptedSource() override { log_.destroyed = true; }
-
+  ScriptedSource(std::atomic<int>& opens, std::vector<int32_t> counts, uint32_t size, bool open)
+      : opens_(opens), counts_(std::move(counts)), size_(size), open_(open) {}
   bool Open(const char* /*name*/) override {
-    ++log_.opens;
+    ++opens_;
     return open_;
   }
   bool receiveData(int32_t& processed, int32_t /*reserved*/) override {
@@ -42,45 +34,33 @@ class ScriptedSource final : public IElacContainer {
   bool IsOpen() override { return open_; }
 
  private:
-  SourceLog& log_;
+  std::atomic<int>& opens_;
   std::vector<int32_t> counts_;
   uint32_t size_;
   bool open_;
   size_t next_ = 0;
 };
 
-// A running reader whose reports are recorded, with its source's log.
-struct Harness {
-  explicit Harness(int32_t running = 1) {
+// A reader over a scripted source whose reports are recorded.
+struct ScriptedRun {
+  ScriptedRun(std::vector<int32_t> counts, uint32_t size, bool open = true, int32_t running = 1) {
     reader.SetObserver(&recorder);
     reader.running = running;
+    reader.SetContainer(std::make_unique<ScriptedSource>(opens, std::move(counts), size, open));
   }
-  void Prepare(std::vector<int32_t> counts, uint32_t size, bool open = true) {
-    reader.SetContainer(std::make_unique<ScriptedSource>(log, std::move(counts), size, open));
-  }
-  // The reports, one line each, joined by "; ".
-  std::string Events() const {
-    std::string text;
-    for (const std::string& event : recorder.events()) text += (text.empty() ? "" : "; ") + event;
-    return text;
-  }
-
-  SourceLog log;
+  std::atomic<int> opens{0};
   xsetest::EventRecorder recorder;
   ZXSEReader reader;
 };
 
-// Runs a reader over a source of `counts`: "<result>: <reports>". The
-// source is gone afterwards, whatever the outcome.
+// "<result>: <reports>"; the source is dropped whatever the outcome.
 std::string RunOver(std::vector<int32_t> counts, uint32_t size, const char* fileName,
                     int32_t running = 1) {
-  Harness run(running);
+  ScriptedRun run(std::move(counts), size, true, running);
   run.reader.currentFileName = fileName;
-  run.Prepare(std::move(counts), size);
   const int32_t result = run.reader.RunReader();
-  EXPECT_TRUE(run.log.destroyed);
   EXPECT_FALSE(run.reader.HasContainer());
-  return std::to_string(result) + ": " + run.Events();
+  return std::to_string(result) + ": " + run.recorder.events();
 }
 
 TEST(ZXSEReaderTest, RunReportsRisingProgressAndTheOutcomeThenDropsTheSource) {
@@ -96,18 +76,18 @@ TEST(ZXSEReaderTest, RunReportsRisingProgressAndTheOutcomeThenDropsTheSource) {
   EXPECT_EQ(RunOver({INT32_MAX, INT32_MAX, 5}, UINT32_MAX, "big.xse"),
             "1: progress 0 0 2147483647; progress 100 2147483647 2147483647; "
             "progress 100 2147483647 2147483647; fileAdded big.xse");
-  Harness noSource;
+  ScriptedRun noSource({}, 0);
+  noSource.reader.SetContainer(nullptr);
   EXPECT_EQ(noSource.reader.RunReader(), 0);
-  EXPECT_EQ(noSource.Events(), "");
+  EXPECT_EQ(noSource.recorder.events(), "");
 }
 
 TEST(ZXSEReaderTest, WaitForASourceThatNeverOpensEndsWithTheStopAndPauses) {
-  Harness run;
-  run.Prepare({10}, 10, false);
+  ScriptedRun run({10}, 10, false);
   std::atomic<int32_t> result{0};
   std::thread runner([&run, &result] { result = run.reader.RunReader(); });
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  const int attempts = run.log.opens;
+  const int attempts = run.opens;
   const auto stopped = std::chrono::steady_clock::now();
   run.reader.StopReader();
   runner.join();
@@ -116,8 +96,8 @@ TEST(ZXSEReaderTest, WaitForASourceThatNeverOpensEndsWithTheStopAndPauses) {
   // One attempt per pause, give or take the scheduler: not a spin.
   EXPECT_GE(attempts, 2);
   EXPECT_LE(attempts, 200 / static_cast<int>(ZXSEReader::kOpenRetryPauseMs) + 5);
-  EXPECT_EQ(run.Events(), "progress 0 0 10; progress 100 0 10");
-  EXPECT_TRUE(run.log.destroyed);
+  EXPECT_EQ(run.recorder.events(), "progress 0 0 10; progress 100 0 10");
+  EXPECT_FALSE(run.reader.HasContainer());
 }
 
 TEST(ZXSEReaderTest, StartTimeComesFromFrameStartsUntilTheFirstPositionHeadingsGoBySource) {
