@@ -53,29 +53,45 @@ Bytes Absurd(uint32_t micros) {
 }
 
 // Frames of many sizes with every kind of damage between them, ending in a
-// frame cut short.
-Bytes MixedStream() {
+// frame cut short. `decodedBytes` gets the bytes of the frames that decode.
+Bytes MixedStream(uint64_t* decodedBytes = nullptr) {
   Bytes all;
+  uint64_t good = 0;
+  const auto add = [&](const Bytes& frame, bool decodes) {
+    all = Concat({all, frame});
+    good += decodes ? frame.size() : 0;
+  };
   uint32_t micros = 1;
   for (int round = 0; round < 3; ++round) {
     Bytes damaged = Ping(true, micros + 3, 3);
     damaged.back() ^= 0xFF;  // wrong end marker
-    all = Concat({all, Heading(true, micros), Ping(false, micros + 1, 5 + 40 * round),
-                  Heading(false, micros + 2, round), Bytes(8, 0xAA), damaged,
-                  Ping(true, micros + 4, 3), Absurd(micros + 5), kHeaderless,
-                  Ping(round % 2 == 0, micros + 6, 40), Heading(true, micros + 7, 3)});
-    micros += 8;
+    for (const auto& frame : {Heading(true, micros), Ping(false, micros + 1, 5 + 40 * round),
+                              Heading(false, micros + 2, round)})
+      add(frame, true);
+    add(Bytes(8, 0xAA), false);
+    add(damaged, false);
+    add(Ping(true, micros + 4, 3), true);
+    add(Absurd(micros + 5), false);
+    add(kHeaderless, false);
+    for (const auto& frame : {Ping(round % 2 == 0, micros + 6, 40), Heading(true, micros + 7, 3),
+                              xsetest::WriteFrame(
+                                  false, 4000, [](FrameWriter&) {}, micros + 8)})
+      add(frame, true);
+    micros += 9;
   }
   Bytes cut = Ping(true, micros, 7);
   cut.resize(cut.size() / 2);
-  return Concat({all, cut});
+  add(cut, false);
+  if (decodedBytes != nullptr) *decodedBytes = good;
+  return all;
 }
 
 // What each ReadFrame call did: its result, where the stream stood after it
 // (while the stream is still good) and the records it delivered.
-std::vector<std::string> Trace(std::istream& stream) {
+std::vector<std::string> Trace(std::istream& stream, elac::ReadStatistics* statistics = nullptr) {
   xsetest::RecordingTarget target;
   ElacReader reader(&target, ElacReader::kAllBeams);
+  reader.SetStatistics(statistics);
   std::vector<std::string> steps;
   for (int calls = 0; calls < 1000 && stream.good(); ++calls) {
     const size_t before = target.calls.size();
@@ -93,9 +109,11 @@ std::vector<std::string> Trace(std::istream& stream) {
   return steps;
 }
 
-TEST(ReadFrame, ConsumptionIsPinnedForEachKindOfDamage) {
-  auto stream = xsetest::StreamOf(MixedStream());
-  const auto steps = Trace(stream);
+TEST(ReadFrame, ConsumptionAndStatisticsArePinnedForEachKindOfDamage) {
+  uint64_t decodedBytes = 0;
+  auto stream = xsetest::StreamOf(MixedStream(&decodedBytes));
+  elac::ReadStatistics statistics;
+  const auto steps = Trace(stream, &statistics);
   const size_t heading = Heading(true, 1).size(), small = Ping(true, 4, 3).size();
   size_t at = heading - 4;  // each read stops on the end marker, the next consumes it
   EXPECT_EQ(steps[0], "read at " + std::to_string(at) + " startTime1 gyro");
@@ -114,6 +132,17 @@ TEST(ReadFrame, ConsumptionIsPinnedForEachKindOfDamage) {
   EXPECT_EQ(steps[6], "none at " + std::to_string(at));
   EXPECT_EQ(steps[7].substr(0, 5), "read ") << "the search goes on after damage";
   EXPECT_EQ(steps.back(), "none") << "the cut frame ends the stream";
+  // Junk is no frame; a bad end marker, a lying size, a frame too short for
+  // its header and the cut frame are rejected starts. Types from 16 on
+  // share a slot.
+  EXPECT_EQ(statistics.FramesDecoded(), 21u);
+  EXPECT_EQ(statistics.framesRejected, 10u);
+  EXPECT_EQ(statistics.frameBytes, decodedBytes);
+  EXPECT_EQ(statistics.framesByType[elac::kNavigationFrame], 9u);
+  EXPECT_EQ(statistics.framesByType[elac::kBathymetryFrame], 9u);
+  EXPECT_EQ(statistics.framesByType[elac::ReadStatistics::kOtherFrameTypes], 3u);
+  EXPECT_EQ(statistics.bigEndianFrames, 11u);
+  EXPECT_EQ(statistics.littleEndianFrames, 10u);
 }
 
 TEST(ReadFrame, FileBuffersOfEverySizeGiveTheSameCallsAsAWholeBuffer) {
