@@ -11,28 +11,27 @@ using xsetool::ParseByteSize;
 using xsetool::ParsePositive;
 using xsetool::ParseUnsigned;
 
-struct SizeCase {
-  const char* text;
-  std::optional<uint64_t> bytes;
-};
-
-class ParseByteSizeTest : public ::testing::TestWithParam<SizeCase> {};
-
-TEST_P(ParseByteSizeTest, TakesBinaryUnitsOrNothing) {
-  EXPECT_EQ(ParseByteSize(GetParam().text), GetParam().bytes) << GetParam().text;
+TEST(ParseByteSize, TakesBinaryUnitsOrNothing) {
+  const std::pair<const char*, std::optional<uint64_t>> kCases[] = {
+      {"1048576", 1048576},
+      {"0", 0},
+      {"1G", 1ull << 30},
+      {"1GiB", 1ull << 30},
+      {"3m", 3ull << 20},
+      {"64KiB", 64ull << 10},
+      {"2T", 2ull << 40},
+      {"16777215T", 16777215ull << 40},
+      {"16777216T", std::nullopt},  // past 2^64
+      {"18446744073709551616", std::nullopt},
+      {"", std::nullopt},
+      {"G", std::nullopt},
+      {"1.5G", std::nullopt},
+      {"1GB", std::nullopt},
+      {"-1", std::nullopt},
+      {" 1", std::nullopt},
+      {"1 G", std::nullopt}};
+  for (const auto& [text, bytes] : kCases) EXPECT_EQ(ParseByteSize(text), bytes) << text;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, ParseByteSizeTest,
-    ::testing::Values(SizeCase{"1048576", 1048576}, SizeCase{"0", 0}, SizeCase{"1G", 1ull << 30},
-                      SizeCase{"1GiB", 1ull << 30}, SizeCase{"3m", 3ull << 20},
-                      SizeCase{"64KiB", 64ull << 10}, SizeCase{"2T", 2ull << 40},
-                      SizeCase{"16777215T", 16777215ull << 40},
-                      SizeCase{"16777216T", std::nullopt},  // past 2^64
-                      SizeCase{"18446744073709551616", std::nullopt}, SizeCase{"", std::nullopt},
-                      SizeCase{"G", std::nullopt}, SizeCase{"1.5G", std::nullopt},
-                      SizeCase{"1GB", std::nullopt}, SizeCase{"-1", std::nullopt},
-                      SizeCase{" 1", std::nullopt}, SizeCase{"1 G", std::nullopt}));
 
 TEST(ParseUnsigned, AcceptsDigitsOnly) {
   EXPECT_EQ(ParseUnsigned("0"), 0u);

@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdio>
 #include <string>
+
+#include "support/memorystream.h"
 
 namespace {
 
@@ -20,43 +21,25 @@ TEST(ProgressLine, ShowsBarPercentAndMebibytes) {
   EXPECT_EQ(RenderProgressLine("a", 0, 0, 4), "a [####] 100%  0.0 of 0.0 MiB");
 }
 
-std::string Contents(std::FILE* file) {
-  std::rewind(file);
-  std::string text;
-  for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) text += static_cast<char>(c);
-  return text;
-}
-
-TEST(ProgressBar, DrawsOnlyAfterTheDelayAndAtMostTenTimesASecond) {
-  std::FILE* out = std::tmpfile();
-  ASSERT_NE(out, nullptr);
+TEST(ProgressBar, DrawsOnlyWhenEnabledAfterTheDelayAndAtMostTenTimesASecond) {
+  xsetest::MemoryStream out, disabledOut;
   {
-    ProgressBar bar(out, true, "f", 100 << 20);
+    ProgressBar bar(out.file(), true, "f", 100 << 20),
+        disabled(disabledOut.file(), false, "f", 100);
     const auto start = ProgressBar::Clock::now();
     bar.Update(1 << 20, start + 100ms);
-    EXPECT_EQ(Contents(out), "") << "a quick file never shows a bar";
-    std::fseek(out, 0, SEEK_END);
+    EXPECT_EQ(out.Text(), "") << "a quick file never shows a bar";
     bar.Update(50 << 20, start + 400ms);
     bar.Update(60 << 20, start + 450ms);  // too soon after the last draw
     bar.Update(100 << 20, start + 600ms);
     bar.Finish();
+    disabled.Update(50, start + 10s);
   }
   const std::string line50 = RenderProgressLine("f", 50 << 20, 100 << 20, 30);
   const std::string line100 = RenderProgressLine("f", 100 << 20, 100 << 20, 30);
-  EXPECT_EQ(Contents(out),
+  EXPECT_EQ(out.Text(),
             "\r" + line50 + "\r" + line100 + "\r" + std::string(line100.size(), ' ') + "\r");
-  std::fclose(out);
-}
-
-TEST(ProgressBar, DisabledBarWritesNothing) {
-  std::FILE* out = std::tmpfile();
-  ASSERT_NE(out, nullptr);
-  {
-    ProgressBar bar(out, false, "f", 100);
-    bar.Update(50, ProgressBar::Clock::now() + 10s);
-  }
-  EXPECT_EQ(Contents(out), "");
-  std::fclose(out);
+  EXPECT_EQ(disabledOut.Text(), "");
 }
 
 }  // namespace

@@ -1,38 +1,44 @@
-// `xse dump` as users run it: exact output lines and exit codes.
+// `xse dump` as users run it: exact JSON lines and CSV tables, the record
+// selection options and exit codes.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
+#include "support/memorystream.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
 #include "tools/framewriter/framewriter.h"
 #include "tools/framewriter/xsegroups.h"
+#include "tools/xse/csvwriter.h"
 
 namespace {
 
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using xsetest::RunXse;
 using xsetest::TempDir;
 using xsewriter::FrameWriter;
 
-std::vector<uint8_t> Frame(FrameWriter& writer) {
+// Runs `xse dump` with `options` on a file of the frame `writer` holds.
+xsetest::ToolResult Dump(FrameWriter& writer, std::vector<std::string> options) {
+  TempDir dir;
   const auto frame = writer.EndFrame();
-  return {frame.begin(), frame.end()};
+  options.insert(options.begin(), "dump");
+  options.push_back(dir.Write("f.xse", {frame.begin(), frame.end()}));
+  return RunXse(options);
 }
 
 TEST(XseDump, NavigationFrameGivesExactLines) {
-  TempDir dir;
   FrameWriter writer(false);
   writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 5);
   xsewriter::PutPositionGroup(writer, "WGS84", 0.1, -1e-300, 42.0);
   xsewriter::PutAttitudeGroup(writer, 0.25, std::numeric_limits<double>::quiet_NaN(), 0.0);
-  const auto path = dir.Write("nav.xse", Frame(writer));
-  const auto result = RunXse({"dump", path});
+  const auto result = Dump(writer, {});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.out,
@@ -49,44 +55,108 @@ TEST(XseDump, MissingFileIsReportedAfterTheOthersAreDone) {
   FrameWriter writer(true);
   writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 0);
   xsewriter::PutHeadingGroup(writer, 0.0);
-  const auto good = dir.Write("good.xse", Frame(writer));
+  const auto frame = writer.EndFrame();
+  const auto good = dir.Write("good.xse", {frame.begin(), frame.end()});
   const auto result = RunXse({"dump", dir.File("missing.xse"), good});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err,
             "xse: cannot open " + dir.File("missing.xse") + ": No such file or directory\n");
-  EXPECT_THAT(result.out, HasSubstr("\"kind\":\"gyro\""));
+  EXPECT_THAT(result.out, ::testing::HasSubstr("\"kind\":\"gyro\""));
 }
 
-struct UsageCase {
-  std::vector<std::string> args;
-  int status;
-  const char* stderrStart;
-};
-
-class XseDumpUsageTest : public ::testing::TestWithParam<UsageCase> {};
-
-TEST_P(XseDumpUsageTest, WrongUsageExitsTwoWithAUsageLine) {
-  const auto result = RunXse(GetParam().args);
-  EXPECT_EQ(result.status, GetParam().status);
-  EXPECT_THAT(result.err, StartsWith(GetParam().stderrStart));
-  if (GetParam().status == 2) {
-    EXPECT_THAT(result.err, HasSubstr("usage: xse"));
+// Multibeam, sidescan and parameter headers are asserted with their rows.
+TEST(XseDumpCsv, EveryTableStartsWithItsHeaderRow) {
+  const std::pair<const char*, const char*> kHeaders[] = {
+      {"startTime", "time"},
+      {"position",
+       "time,valid,fieldMask,geographicFirst,geographicSecond,projectedFirst,projectedSecond,"
+       "thirdCoordinate"},
+      {"gyro", "time,valid,sensorIndex,heading"},
+      {"motion", "time,valid,fieldMask,roll,pitch,heave"}};
+  for (const auto& [kind, header] : kHeaders) {
+    FrameWriter writer(true);
+    writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 0);
+    xsewriter::PutHeadingGroup(writer, 0.0);
+    const auto result = Dump(writer, {"--format", "csv", "--kind", kind});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.out, StartsWith(std::string(header) + "\n")) << kind;
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, XseDumpUsageTest,
-    ::testing::Values(UsageCase{{"dump"}, 2, "xse dump: no input file"},
-                      UsageCase{{"dump", "--format", "xml", "f"}, 2, "xse dump: unknown format"},
-                      UsageCase{{"dump", "--head"}, 2, "xse dump: --head needs a value"},
-                      UsageCase{{"dump", "--bogus", "f"}, 2, "xse dump: unknown option"},
-                      UsageCase{{"frobnicate"}, 2, "xse: unknown command"},
-                      UsageCase{{}, 2, "usage: xse"}, UsageCase{{"dump", "--help"}, 0, ""}));
+TEST(XseDumpCsv, MultibeamGivesOneRowPerBeamWithEmptyCellsForMissingValues) {
+  FrameWriter writer(false);
+  writer.BeginFrame(elac::kBathymetryFrame, 3838320000u, 500000);
+  xsewriter::PutPingNumberGroup(writer, 41);
+  const double depths[] = {20.5, 21.0, 22.25}, across[] = {-3.0, 0.0, 3.5}, along[] = {.1, .2, .3};
+  xsewriter::PutBeamValuesGroup(writer, xsewriter::kDepthGroup, depths);
+  xsewriter::PutBeamValuesGroup(writer, xsewriter::kAcrossTrackGroup, across);
+  xsewriter::PutBeamValuesGroup(writer, xsewriter::kAlongTrackGroup, along);
+  const auto result = Dump(writer, {"--format", "csv", "--kind", "multibeam"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  // Beam 0 is the last beam on the wire; across-track values change sign.
+  EXPECT_EQ(result.out,
+            "ping,beam,time,soundVelocity,travelTime,acrossAngle,alongAngle,depth,acrossTrack,"
+            "alongTrack,quality\n"
+            "41,0,2022-08-19T00:00:00.500000Z,1500,,,,22.25,-3.5,0.3,\n"
+            "41,1,2022-08-19T00:00:00.500000Z,1500,,,,21,-0,0.2,\n"
+            "41,2,2022-08-19T00:00:00.500000Z,1500,,,,20.5,3,0.1,\n");
+}
 
-TEST(XseDump, HelpGoesToStdout) {
-  const auto result = RunXse({"dump", "--help"});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.out, StartsWith("usage: xse dump"));
+TEST(XseDumpCsv, SidescanGivesOneRowPerSample) {
+  FrameWriter writer(true);
+  writer.BeginFrame(elac::kSidescanFrame, 3838320000u, 0);
+  xsewriter::PutSidescanPingGroup(writer, 9);
+  const uint16_t samples[] = {10, 11, 12, 13};
+  xsewriter::PutSidescanSamplesGroup(writer, 100, 100, samples);
+  xsewriter::PutSidescanGainGroup(writer, 0, -1);
+  const auto result = Dump(writer, {"--format", "csv", "--kind", "sidescan"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  // Numbers take their shortest form (1e-04 is shorter than 0.0001).
+  // 2 x (2 + 1) samples: the second half of the group reversed, two zeros of
+  // delay, the first half reversed and doubled by its gain.
+  std::string expected = "ping,sample,time,slantRange,sampleInterval,amplitude\n";
+  const char* amplitudes[] = {"13", "12", "0", "0", "22", "20"};
+  for (int i = 0; i < 6; ++i) {
+    expected += "9," + std::to_string(i) + ",2022-08-19T00:00:00.000000Z,0.225,1e-04," +
+                amplitudes[i] + "\n";
+  }
+  EXPECT_EQ(result.out, expected);
+}
+
+TEST(XseDumpCsv, NamesWithCommasOrQuotesAreQuoted) {
+  xsetest::MemoryStream out;
+  {
+    xsetool::CsvRecordWriter csv(out.file(), xsetool::RecordKind::kParameter);
+    quor::ParameterRec record;
+    record.name.Assign("Port \"A\", aft");
+    csv.HandleParameter(record);
+    record.name.Assign("plain");
+    csv.HandleParameter(record);
+    csv.HandleGyro(quor::GyroRec{});  // another kind: no row
+    ASSERT_TRUE(csv.Flush());
+  }
+  EXPECT_EQ(out.Text(),
+            "time,valid,fieldMask,sensorKind,deviceType,deviceId,name,offsetX,offsetY,offsetZ,"
+            "mountAngle1,mountAngle2,mountAngle3,latencyMs,angleOffset1,angleOffset2,"
+            "angleOffset3\n"
+            "1970-01-01T00:00:00.000000Z,0,0,0,0,0,\"Port \"\"A\"\", aft\",0,0,0,0,0,0,0,0,0,0\n"
+            "1970-01-01T00:00:00.000000Z,0,0,0,0,0,plain,0,0,0,0,0,0,0,0,0,0\n");
+}
+
+TEST(XseDump, KindAndLimitSelectRecordsInJsonLinesAndCsv) {
+  TempDir dir;
+  const std::string path = dir.File("s.xse");
+  ASSERT_EQ(RunXse({"gen", "--duration", "1", "--beams", "2", path}).status, 0);
+  const auto result = RunXse({"dump", "--kind", "gyro", "--limit", "3", path});
+  EXPECT_EQ(result.status, 0) << result.err;
+  std::istringstream lines(result.out);
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count)
+    EXPECT_THAT(line, StartsWith("{\"kind\":\"gyro\","));
+  EXPECT_EQ(count, 3);
+  const auto csv = RunXse({"dump", "--format", "csv", "--kind", "multibeam", "--limit", "2", path});
+  EXPECT_EQ(csv.status, 0);
+  EXPECT_EQ(std::count(csv.out.begin(), csv.out.end(), '\n'), 1 + 2 * 4) << "two pings of 4 beams";
 }
 
 }  // namespace

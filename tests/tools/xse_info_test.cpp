@@ -15,7 +15,6 @@
 
 namespace {
 
-using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using xsetest::RunXse;
 using xsetest::TempDir;
@@ -38,7 +37,7 @@ std::string TinySurvey(const TempDir& dir) {
   return path;
 }
 
-TEST(XseInfo, SummarisesATinyGeneratedSurvey) {
+TEST(XseInfo, SummarisesATinyGeneratedSurveyInTextAndJson) {
   TempDir dir;
   const std::string path = TinySurvey(dir);
   const auto result = RunXse({"info", path});
@@ -72,14 +71,10 @@ TEST(XseInfo, SummarisesATinyGeneratedSurvey) {
                 "               (no name), kind 0: 1 (0 valid)\n"
                 "               (no name), kind 16: 1\n"
                 "  decode       RATE\n");
-}
 
-TEST(XseInfo, JsonCarriesTheSameSummaryAsOneObject) {
-  TempDir dir;
-  const std::string path = TinySurvey(dir);
-  const auto result = RunXse({"info", "--json", path});
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(WithoutDecodeRate(result.out),
+  const auto json = RunXse({"info", "--json", path});
+  EXPECT_EQ(json.status, 0) << json.err;
+  EXPECT_EQ(WithoutDecodeRate(json.out),
             "{\"file\":\"" + path +
                 "\",\"size\":2600,\"byteOrder\":{\"big\":6,\"little\":3},"
                 "\"frames\":{\"decoded\":9,\"parameter\":1,\"navigation\":4,\"bathymetry\":2,"
@@ -157,28 +152,22 @@ TEST(XseInfo, CountsRejectedFramesAndSkippedBytes) {
                 "  decode       RATE\n");
 }
 
-TEST(XseInfo, UnreadableFileIsReportedAndTheOthersAreStillSummarised) {
+TEST(XseInfo, UnreadableFilesAreReportedAndTheOthersSummarisedOneAfterAnother) {
   TempDir dir;
   const std::string path = TinySurvey(dir);
   const auto empty = dir.Write("empty.xse", {});
-  const auto result = RunXse({"info", "--json", dir.File("missing.xse"), path, empty});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "xse: cannot open " + dir.File("missing.xse") +
-                            ": No such file or directory\n"
-                            "xse: cannot open " +
-                            empty + ": file is empty\n");
-  EXPECT_THAT(result.out, MatchesRegex("\\{\"file\":\"[^\n]*\\}\n"));
-}
-
-TEST(XseInfo, SeveralFilesAreSeparatedByABlankLine) {
-  TempDir dir;
-  const std::string path = TinySurvey(dir);
-  const auto result = RunXse({"info", path, path});
-  EXPECT_EQ(result.status, 0);
-  const std::string out = WithoutDecodeRate(result.out);
-  const size_t second = out.find("\n\n" + path + "\n");
-  ASSERT_NE(second, std::string::npos);
-  EXPECT_EQ(out.substr(second + 2), out.substr(0, second + 1));
+  const std::string errors = "xse: cannot open " + dir.File("missing.xse") +
+                             ": No such file or directory\nxse: cannot open " + empty +
+                             ": file is empty\n";
+  const std::string one = WithoutDecodeRate(RunXse({"info", path}).out);
+  const auto text = RunXse({"info", dir.File("missing.xse"), path, empty, path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_EQ(text.err, errors);
+  EXPECT_EQ(WithoutDecodeRate(text.out), one + "\n" + one);
+  const auto json = RunXse({"info", "--json", dir.File("missing.xse"), path, empty, path});
+  EXPECT_EQ(json.status, 1);
+  EXPECT_EQ(json.err, errors);
+  EXPECT_THAT(json.out, MatchesRegex("(\\{\"file\":\"[^\n]*\\}\n){2}"));
 }
 
 }  // namespace

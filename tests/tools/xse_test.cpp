@@ -1,0 +1,89 @@
+// The xse command line: every wrong usage exits 2 with the reason and the
+// command's usage on stderr, and every command has help on stdout.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "support/runtool.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+using xsetest::RunXse;
+
+const std::map<std::string, std::string> kUsage = {
+    {"gen",
+     "usage: xse gen [--duration SECONDS] [--size BYTES] [--seed N] [--beams N]\n"
+     "               [--samples N] [--nav-rate HZ] [--ping-rate HZ]\n"
+     "               [--byte-order big|little|mixed] OUT.xse\n"},
+    {"dump",
+     "usage: xse dump [--format jsonl|csv] [--kind KIND] [--limit N]\n"
+     "                [--head all|first|second] FILE...\n"},
+    {"info", "usage: xse info [--json] FILE...\n"},
+    {"run", "usage: xse run [--events] [--no-ext-check] FILE...\n"},
+    {"check", "usage: xse check [--ext] FILE...\n"}};
+
+TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
+  const struct {
+    std::vector<std::string> args;
+    const char* message;
+  } cases[] = {{{"gen"}, "no output file"},
+               {{"gen", "a.xse", "b.xse"}, "more than one output file"},
+               {{"gen", "--seed"}, "--seed needs a value"},
+               {{"gen", "--duration", "0", "o"}, "invalid value '0' for --duration"},
+               {{"gen", "--size", "1.5G", "o"}, "invalid value '1.5G' for --size"},
+               {{"gen", "--size", "0", "o"}, "invalid value '0' for --size"},
+               {{"gen", "--beams", "0", "o"}, "invalid value '0' for --beams"},
+               {{"gen", "--beams", "8193", "o"}, "invalid value '8193' for --beams"},
+               {{"gen", "--samples", "65537", "o"}, "invalid value '65537' for --samples"},
+               {{"gen", "--nav-rate", "0.5", "o"}, "invalid value '0.5' for --nav-rate"},
+               {{"gen", "--ping-rate", "51", "o"}, "invalid value '51' for --ping-rate"},
+               {{"gen", "--byte-order", "middle", "o"}, "invalid value 'middle' for --byte-order"},
+               {{"gen", "--seed", "-3", "o"}, "invalid value '-3' for --seed"},
+               {{"gen", "--frobnicate", "1", "o"}, "unknown option '--frobnicate'"},
+               {{"dump"}, "no input file"},
+               {{"dump", "--format", "xml", "f"}, "unknown format 'xml'"},
+               {{"dump", "--format", "csv", "f"}, "--format csv needs --kind"},
+               {{"dump", "--kind", "ping", "f"}, "unknown kind 'ping'"},
+               {{"dump", "--limit", "-1", "f"}, "invalid limit '-1'"},
+               {{"dump", "--head"}, "--head needs a value"},
+               {{"dump", "--head", "third", "f"}, "unknown head 'third'"},
+               {{"dump", "--bogus", "f"}, "unknown option '--bogus'"},
+               {{"info", "--csv", "f"}, "unknown option '--csv'"},
+               {{"run"}, "no input file"},
+               {{"run", "--bogus", "a.xse"}, "unknown option '--bogus'"},
+               {{"check"}, "no input file"},
+               {{"check", "--nope", "a"}, "unknown option '--nope'"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::PrintToString(c.args));
+    const auto result = RunXse(c.args);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "xse " + c.args[0] + ": " + c.message + "\n" + kUsage.at(c.args[0]));
+    EXPECT_EQ(result.out, "");
+  }
+  for (const auto& args : {std::vector<std::string>{}, std::vector<std::string>{"frobnicate"}}) {
+    const auto result = RunXse(args);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.err, StartsWith(args.empty() ? "usage: xse COMMAND"
+                                                    : "xse: unknown command 'frobnicate'\n"
+                                                      "usage: xse COMMAND"));
+  }
+}
+
+TEST(XseTool, EveryCommandHasHelpOnStdout) {
+  const auto overview = RunXse({"--help"});
+  EXPECT_EQ(overview.status, 0);
+  for (const auto& [command, usage] : kUsage) {
+    EXPECT_THAT(overview.out, HasSubstr("\n  " + command + " "));
+    const auto result = RunXse({command, "--help"});
+    EXPECT_EQ(result.status, 0) << command;
+    EXPECT_THAT(result.out, StartsWith(usage)) << command;
+    EXPECT_EQ(result.err, "");
+  }
+}
+
+}  // namespace
