@@ -2,7 +2,9 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <netdb.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -154,7 +156,38 @@ int32_t SendToSocket(SocketHandle socket, const void* data, int32_t length) {
   return static_cast<int32_t>(sent);
 }
 
+bool WaitUntilReadable(SocketHandle socket, uint32_t milliseconds) {
+  pollfd entry{Fd(socket), POLLIN, 0};
+  return ::poll(&entry, 1, static_cast<int>(milliseconds)) == 1;
+}
+
+int32_t ReceiveSome(SocketHandle socket, void* into, int32_t length) {
+  if (length < 0) {
+    errno = EINVAL;
+    return -1;
+  }
+  ssize_t received;
+  do {
+    received = ::recv(Fd(socket), into, static_cast<size_t>(length), 0);
+  } while (received < 0 && errno == EINTR);
+  return static_cast<int32_t>(received);
+}
+
 bool ShutdownSocket(SocketHandle socket) { return ::shutdown(Fd(socket), SHUT_RDWR) == 0; }
+
+std::array<uint8_t, 4> LocalHostAddress() {
+  std::array<uint8_t, 4> octets{};
+  char name[100] = {};
+  if (::gethostname(name, sizeof name - 1) != 0) return octets;
+  addrinfo hints{};
+  hints.ai_family = AF_INET;
+  addrinfo* found = nullptr;
+  if (::getaddrinfo(name, nullptr, &hints, &found) != 0 || found == nullptr) return octets;
+  const auto* address = reinterpret_cast<const sockaddr_in*>(found->ai_addr);
+  std::memcpy(octets.data(), &address->sin_addr.s_addr, octets.size());
+  ::freeaddrinfo(found);
+  return octets;
+}
 
 SocketHandle ListenOnLoopback(uint16_t& port, int32_t backlog) {
   const SocketHandle listener = CreateIpv4Socket(kStreamSocket);

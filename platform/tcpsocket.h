@@ -3,6 +3,7 @@
 // refused connection, and so on) rather than as the host's errno values.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 namespace platform {
@@ -70,8 +71,18 @@ bool SetNonBlocking(SocketHandle socket);
 // Sends `length` bytes in one call: the count sent, or -1 on failure. A
 // closed peer gives a failure, never a signal.
 int32_t SendToSocket(SocketHandle socket, const void* data, int32_t length);
+// Waits up to `milliseconds` for the socket to have data, a connection to
+// accept, or an end; false on time-out or failure.
+bool WaitUntilReadable(SocketHandle socket, uint32_t milliseconds);
+// Reads up to `length` bytes, waiting while a blocking socket has none: the
+// count read, 0 at the peer's close, -1 on failure.
+int32_t ReceiveSome(SocketHandle socket, void* into, int32_t length);
 // Shuts both directions of a connection; false on failure.
 bool ShutdownSocket(SocketHandle socket);
+
+// The first IPv4 address of the local host's name, first octet first;
+// 0.0.0.0 when the name does not resolve.
+std::array<uint8_t, 4> LocalHostAddress();
 
 // A stream socket listening on 127.0.0.1:`port` (0: any free port, which is
 // then written back to `port`); kInvalidSocket on failure.

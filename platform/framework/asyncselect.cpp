@@ -40,17 +40,20 @@ bool ThreadQueue::Pop(WindowMessage& message) {
 
 void ThreadQueue::Select(SocketHandle socket, WindowHandle window, uint32_t message,
                          uint32_t events) {
+  const std::lock_guard lock(mutex_);
   std::erase_if(selections_, [&](const Selection& s) { return s.socket == socket; });
   if (events != 0) selections_.push_back({socket, window, message, events, false});
 }
 
 void ThreadQueue::Rearm(SocketHandle socket) {
+  const std::lock_guard lock(mutex_);
   for (Selection& selection : selections_) {
     if (selection.socket == socket) selection.readPending = false;
   }
 }
 
 void ThreadQueue::CollectSocketEvents() {
+  const std::lock_guard lock(mutex_);
   std::vector<pollfd> ready;
   for (const Selection& selection : selections_) {
     if (!selection.readPending) ready.push_back({Fd(selection.socket), POLLIN, 0});
@@ -68,8 +71,8 @@ void ThreadQueue::CollectSocketEvents() {
     if (peeked > 0) {
       if ((selection.events & kSocketReadEvent) == 0) continue;
       selection.readPending = true;
-      Push({selection.window, selection.message, selection.socket,
-            EventParameter(kSocketReadEvent, 0)});
+      messages_.push_back({selection.window, selection.message, selection.socket,
+                           EventParameter(kSocketReadEvent, 0)});
       continue;
     }
     if (peeked < 0 && (errno == EAGAIN || errno == EINTR)) continue;
@@ -77,7 +80,7 @@ void ThreadQueue::CollectSocketEvents() {
     const Selection closed = selection;
     selections_.erase(found);
     if ((closed.events & kSocketCloseEvent) != 0) {
-      Push(
+      messages_.push_back(
           {closed.window, closed.message, closed.socket, EventParameter(kSocketCloseEvent, error)});
     }
   }
@@ -85,8 +88,13 @@ void ThreadQueue::CollectSocketEvents() {
 
 bool SelectSocketEvents(SocketHandle socket, WindowHandle window, uint32_t message,
                         uint32_t events) {
-  if (events != 0 && !IsThisThreadsWindow(window)) return false;
-  ThisThreadQueue()->Select(socket, window, message, events);
+  const std::shared_ptr<ThreadQueue> owner = OwnerQueue(window);
+  if (events != 0) {
+    if (owner == nullptr || owner != ThisThreadQueue()) return false;
+    owner->Select(socket, window, message, events);
+    return true;
+  }
+  (owner != nullptr ? owner : ThisThreadQueue())->Select(socket, window, message, 0);
   return true;
 }
 

@@ -24,7 +24,7 @@ inline constexpr uint32_t kSocketCloseEvent = 32;
 
 // Selects `events` (kSocketReadEvent | kSocketCloseEvent) of `socket` for
 // `window`, which must belong to the calling thread; 0 events cancel the
-// selection. False when the window is not this thread's.
+// selection (from any thread). False when the window is not this thread's.
 XSE_SHARED_API bool SelectSocketEvents(SocketHandle socket, WindowHandle window, uint32_t message,
                                        uint32_t events);
 

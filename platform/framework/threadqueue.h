@@ -15,14 +15,15 @@ namespace platform {
 
 class ThreadQueue {
  public:
-  // Any thread.
+  // Any thread: a window's socket selection may be cancelled from a thread
+  // that destroys it.
   void Push(const WindowMessage& message);
-
-  // The owning thread only, from here on.
-  bool Pop(WindowMessage& message);
   void Select(SocketHandle socket, WindowHandle window, uint32_t message, uint32_t events);
   // Lets the socket's next read event come.
   void Rearm(SocketHandle socket);
+
+  // The owning thread only.
+  bool Pop(WindowMessage& message);
   // Queues the events of selected sockets that are ready now; never waits.
   void CollectSocketEvents();
 
@@ -44,6 +45,8 @@ class ThreadQueue {
 // window of the thread refers to it.
 std::shared_ptr<ThreadQueue> ThisThreadQueue();
 
-bool IsThisThreadsWindow(WindowHandle window);
+// The queue of the thread that owns `window`; null when there is no such
+// window.
+std::shared_ptr<ThreadQueue> OwnerQueue(WindowHandle window);
 
 }  // namespace platform

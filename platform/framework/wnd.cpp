@@ -100,11 +100,11 @@ intptr_t DispatchThreadMessage(const WindowMessage& message) {
   return window->WindowProc(message.message, message.wParam, message.lParam);
 }
 
-bool IsThisThreadsWindow(WindowHandle window) {
+std::shared_ptr<ThreadQueue> OwnerQueue(WindowHandle window) {
   WindowTable& table = Windows();
   const std::lock_guard lock(table.mutex);
   const auto found = table.windows.find(window);
-  return found != table.windows.end() && found->second.owner == ThisThreadQueue();
+  return found == table.windows.end() ? nullptr : found->second.owner;
 }
 
 }  // namespace platform
