@@ -1,6 +1,5 @@
 #include "interpreters/surveyreaderlib/elacreader/beamdecoder.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -11,7 +10,6 @@
 namespace {
 
 using quor::MultibeamRec;
-using ::testing::ElementsAre;
 using xsetest::Group;
 using xsetest::GroupWriter;
 using xsewriter::FrameWriter;
@@ -47,9 +45,9 @@ TEST_P(BeamFrameTest, ValuesAreConvertedAndReversedAndTheModeChoosesTheHalf) {
   const std::vector<double> values = {6, 5, 4, 3, 2, 1, 0};
   Groups groups = {[](FrameWriter& w) { xsewriter::PutPingNumberGroup(w, 77); },
                    Qualities({10, 11, 12, 13, 14, 15, 0})};  // qualities 6..0
-  for (auto type :
-       {xsewriter::kTravelTimeGroup, xsewriter::kAcrossAngleGroup, xsewriter::kAlongAngleGroup,
-        xsewriter::kAcrossTrackGroup, xsewriter::kAlongTrackGroup, xsewriter::kDepthGroup})
+  using enum xsewriter::BeamGroupType;
+  for (auto type : {kTravelTimeGroup, kAcrossAngleGroup, kAlongAngleGroup, kAcrossTrackGroup,
+                    kAlongTrackGroup, kDepthGroup})
     groups.push_back(Values(type, values));
   const auto target = PingsOf(groups, GetParam().mode, GetParam().bigEndian);
   ASSERT_EQ(target.Count<MultibeamRec>(), 1u);
@@ -77,20 +75,16 @@ INSTANTIATE_TEST_SUITE_P(Modes, BeamFrameTest,
                                            HeadCase{7, true, {0, 1, 2, 3, 4, 5, 6}}));
 
 TEST(BeamDecoder, APingIsDeliveredOnlyWithOneCompleteSetOfArrays) {
-  const auto kTimes = Values(xsewriter::kTravelTimeGroup, {1, 2});
-  const auto kAngles = Values(xsewriter::kAcrossAngleGroup, {1, 2});
-  const auto kAlongAngles = Values(xsewriter::kAlongAngleGroup, {1, 2});
-  const auto kAcross = Values(xsewriter::kAcrossTrackGroup, {1, 2});
-  const auto kAlong = Values(xsewriter::kAlongTrackGroup, {1, 2});
-  const auto kDepths = Values(xsewriter::kDepthGroup, {1, 2});
+  using enum xsewriter::BeamGroupType;
+  const auto v = [](xsewriter::BeamGroupType type) { return Values(type, {1, 2}); };
   const std::pair<Groups, size_t> kCases[] = {
-      {{kAcross, kAlong, kDepths}, 1},
-      {{kTimes, kAngles, Qualities({3, 4})}, 1},
-      {{kTimes, kAngles, kAlongAngles}, 0},
-      {{kDepths, kAcross}, 0},
+      {{v(kAcrossTrackGroup), v(kAlongTrackGroup), v(kDepthGroup)}, 1},
+      {{v(kTravelTimeGroup), v(kAcrossAngleGroup), Qualities({3, 4})}, 1},
+      {{v(kTravelTimeGroup), v(kAcrossAngleGroup), v(kAlongAngleGroup)}, 0},
+      {{v(kDepthGroup), v(kAcrossTrackGroup)}, 0},
       {{[](FrameWriter& w) { xsewriter::PutPingHeadingGroup(w, 0.5); }}, 0},
       // A damaged last group does not cost a complete ping.
-      {{kAcross, kAlong, kDepths, Group(9, {9}, 16)}, 1}};
+      {{v(kAcrossTrackGroup), v(kAlongTrackGroup), v(kDepthGroup), Group(9, {9}, 16)}, 1}};
   int row = 0;
   for (const auto& [groups, pings] : kCases)
     EXPECT_EQ(PingsOf(groups).Count<MultibeamRec>(), pings) << row++;
@@ -140,16 +134,6 @@ TEST(BeamDecoder, DamagedGroupIsDroppedWholeAndLeavesThePingAlone) {
   MultibeamRec ping;
   ASSERT_TRUE(Decode(Group(2, {elac::kMaxBeams}), ping)) << "a count at the limit is accepted";
   EXPECT_EQ(ping.beamCapacity, elac::kMaxBeams);
-}
-
-TEST(BeamDecoder, SecondHeadLeavesTheExtraArraysInPlace) {
-  MultibeamRec ping;
-  ping.Reallocate(elac::kBeamArrayMask, 4);
-  for (uint32_t i = 0; i < 4; ++i) ping.depth[i] = ping.extraFloats[i] = static_cast<float>(i);
-  elac::ApplyHeadSelection(ping, ElacReader::kSecondHead);
-  EXPECT_EQ(ping.beamCount, 2u);
-  EXPECT_THAT((std::vector<float>{ping.depth[0], ping.depth[1]}), ElementsAre(2, 3));
-  EXPECT_THAT((std::vector<float>{ping.extraFloats[0], ping.extraFloats[1]}), ElementsAre(0, 1));
 }
 
 }  // namespace

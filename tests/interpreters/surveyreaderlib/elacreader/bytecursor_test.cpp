@@ -4,6 +4,7 @@
 
 #include <array>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -30,7 +31,7 @@ TEST(ByteCursor, ReadsInItsByteOrderAndFailedStepsNeitherMoveNorWrite) {
   EXPECT_EQ(big.offset(), 6u);
 }
 
-TEST(ByteCursor, ArraysAndPeeksPastTheEndOrOverflowingAreRefused) {
+TEST(ByteCursor, ArraysSlicesAndPeeksPastTheEndOrOverflowingAreRefused) {
   ByteCursor cursor(kBytes, true);
   EXPECT_FALSE(cursor.TakeArray<double>(std::numeric_limits<uint64_t>::max() / 4).has_value());
   EXPECT_FALSE(cursor.TakeArray<double>(2).has_value());
@@ -39,6 +40,13 @@ TEST(ByteCursor, ArraysAndPeeksPastTheEndOrOverflowingAreRefused) {
   ASSERT_TRUE(array.has_value());
   EXPECT_EQ((*array)[3], 0x0708u);
   EXPECT_TRUE(cursor.empty());
+  // Slices cut inside the array only, without wrap-around.
+  const auto middle = array->Slice(1, 2);
+  ASSERT_EQ(middle.size(), 2u);
+  EXPECT_EQ(middle[1], 0x0506u);
+  for (const auto& [first, count] :
+       {std::pair<size_t, size_t>{4, 0}, {3, 2}, {5, 0}, {1, SIZE_MAX}})
+    EXPECT_EQ(array->Slice(first, count).size(), 0u) << first << " " << count;
   // Peeks go by absolute offset and check the whole width.
   EXPECT_EQ(cursor.PeekAt<uint32_t>(4), 0x05060708u);
   EXPECT_FALSE(cursor.PeekAt<uint32_t>(5).has_value());

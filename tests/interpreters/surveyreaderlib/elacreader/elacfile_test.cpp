@@ -22,7 +22,7 @@ TEST(ElacFile, StepsReportWhatTheyConsumedAndOpenFailsWithAReason) {
   EXPECT_EQ(file.openError(), "No such file or directory");
   EXPECT_FALSE(file.Open(dir.path().c_str()));
   EXPECT_EQ(file.openError(), "Is a directory");
-  const auto first = HeadingFrame(true), second = HeadingFrame(false, 1.0, 5);
+  const auto first = HeadingFrame(true), second = HeadingFrame(false, 0, 5);
   const auto path = dir.Write("two.xse", xsetest::Concat({Bytes(12, 0), first, second}));
   ASSERT_TRUE(file.Open(path.c_str()));
   EXPECT_EQ(file.GetSize(), 12 + first.size() + second.size());

@@ -44,12 +44,16 @@ inline Bytes FrameOf(bool bigEndian, uint32_t frameType, const std::vector<Group
   });
 }
 
-// A navigation frame of one heading group behind `extraWords` header words.
-inline Bytes HeadingFrame(bool bigEndian, double heading = 1.0, int extraWords = 0) {
-  return WriteFrame(bigEndian, elac::kNavigationFrame, [=](xsewriter::FrameWriter& w) {
-    for (int i = 0; i < extraWords; ++i) w.PutU32(0);
-    xsewriter::PutHeadingGroup(w, heading);
-  });
+// A navigation frame of one heading group behind `padWords` header words;
+// the microseconds tell frames apart.
+inline Bytes HeadingFrame(bool bigEndian, uint32_t micros = 0, int padWords = 0) {
+  return WriteFrame(
+      bigEndian, elac::kNavigationFrame,
+      [=](xsewriter::FrameWriter& w) {
+        for (int i = 0; i < padWords; ++i) w.PutU32(0);
+        xsewriter::PutHeadingGroup(w, 1.0);
+      },
+      micros);
 }
 
 // Runs `decode` on the body (type word onwards) of the one group that `put`

@@ -5,6 +5,7 @@
 // the path, the results, records and consumption must be the same.
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -16,19 +17,10 @@ namespace {
 
 using xsetest::Bytes;
 using xsetest::Concat;
+using xsetest::HeadingFrame;
 using xsewriter::FrameWriter;
 
-// Each frame carries its own microseconds, so records tell their frame.
-Bytes Heading(bool bigEndian, uint32_t micros, int padWords = 0) {
-  return xsetest::WriteFrame(
-      bigEndian, elac::kNavigationFrame,
-      [=](FrameWriter& w) {
-        for (int i = 0; i < padWords; ++i) w.PutU32(0);
-        xsewriter::PutHeadingGroup(w, 1.0);
-      },
-      micros);
-}
-
+// Depths 10, 11, ... on the wire: a record's depth[0] tells its beam count.
 Bytes Ping(bool bigEndian, uint32_t micros, int beams) {
   std::vector<double> values;
   for (int i = 0; i < beams; ++i) values.push_back(10.0 + i);
@@ -47,7 +39,7 @@ const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
                            0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
 
 Bytes Absurd(uint32_t micros) {
-  Bytes frame = Heading(true, micros);
+  Bytes frame = HeadingFrame(true, micros);
   frame[4] = 0x7F;  // size near 2 GiB
   return frame;
 }
@@ -57,31 +49,29 @@ Bytes Absurd(uint32_t micros) {
 Bytes MixedStream(uint64_t* decodedBytes = nullptr) {
   Bytes all;
   uint64_t good = 0;
-  const auto add = [&](const Bytes& frame, bool decodes) {
-    all = Concat({all, frame});
-    good += decodes ? frame.size() : 0;
+  const auto add = [&](bool decodes, std::initializer_list<Bytes> frames) {
+    for (const auto& frame : frames) {
+      all = Concat({all, frame});
+      good += decodes ? frame.size() : 0;
+    }
   };
   uint32_t micros = 1;
   for (int round = 0; round < 3; ++round) {
     Bytes damaged = Ping(true, micros + 3, 3);
     damaged.back() ^= 0xFF;  // wrong end marker
-    for (const auto& frame : {Heading(true, micros), Ping(false, micros + 1, 5 + 40 * round),
-                              Heading(false, micros + 2, round)})
-      add(frame, true);
-    add(Bytes(8, 0xAA), false);
-    add(damaged, false);
-    add(Ping(true, micros + 4, 3), true);
-    add(Absurd(micros + 5), false);
-    add(kHeaderless, false);
-    for (const auto& frame : {Ping(round % 2 == 0, micros + 6, 40), Heading(true, micros + 7, 3),
-                              xsetest::WriteFrame(
-                                  false, 4000, [](FrameWriter&) {}, micros + 8)})
-      add(frame, true);
+    add(true, {HeadingFrame(true, micros), Ping(false, micros + 1, 5 + 40 * round),
+               HeadingFrame(false, micros + 2, round)});
+    add(false, {Bytes(8, 0xAA), damaged});
+    add(true, {Ping(true, micros + 4, 3)});
+    add(false, {Absurd(micros + 5), kHeaderless});
+    add(true, {Ping(round % 2 == 0, micros + 6, 40), HeadingFrame(true, micros + 7, 3),
+               xsetest::WriteFrame(
+                   false, 4000, [](FrameWriter&) {}, micros + 8)});
     micros += 9;
   }
   Bytes cut = Ping(true, micros, 7);
   cut.resize(cut.size() / 2);
-  add(cut, false);
+  add(false, {cut});
   if (decodedBytes != nullptr) *decodedBytes = good;
   return all;
 }
@@ -114,12 +104,12 @@ TEST(ReadFrame, ConsumptionAndStatisticsArePinnedForEachKindOfDamage) {
   auto stream = xsetest::StreamOf(MixedStream(&decodedBytes));
   elac::ReadStatistics statistics;
   const auto steps = Trace(stream, &statistics);
-  const size_t heading = Heading(true, 1).size(), small = Ping(true, 4, 3).size();
+  const size_t heading = HeadingFrame(true, 1).size(), small = Ping(true, 4, 3).size();
   size_t at = heading - 4;  // each read stops on the end marker, the next consumes it
   EXPECT_EQ(steps[0], "read at " + std::to_string(at) + " startTime1 gyro");
   at += Ping(false, 2, 5).size();
   EXPECT_EQ(steps[1], "read at " + std::to_string(at) + " startTime2 multibeam/5/14.000000");
-  at += Heading(false, 3, 0).size();
+  at += HeadingFrame(false, 3, 0).size();
   EXPECT_EQ(steps[2], "read at " + std::to_string(at) + " startTime3 gyro");
   at += 4 + 8 + small;  // junk, then the whole damaged frame with its bad end marker
   EXPECT_EQ(steps[3], "none at " + std::to_string(at));
@@ -167,9 +157,9 @@ TEST(ReadFrame, FileBuffersOfEverySizeGiveTheSameCallsAsAWholeBuffer) {
 }
 
 TEST(ReadFrame, UnalignedJunkAbsurdSizeOrABadStreamReadNothing) {
-  auto unaligned = xsetest::StreamOf(Concat({Bytes(3, 0xAA), Heading(true, 0)}));
+  auto unaligned = xsetest::StreamOf(Concat({Bytes(3, 0xAA), HeadingFrame(true, 0)}));
   auto absurd = xsetest::StreamOf(Absurd(0));
-  auto bad = xsetest::StreamOf(Heading(true, 0));
+  auto bad = xsetest::StreamOf(HeadingFrame(true, 0));
   bad.setstate(std::ios_base::badbit);
   xsetest::RecordingTarget target;
   ElacReader reader(&target, 0);

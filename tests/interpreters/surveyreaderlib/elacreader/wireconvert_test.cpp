@@ -69,12 +69,6 @@ INSTANTIATE_TEST_SUITE_P(EverySet, WireConvert, testing::ValuesIn(UsableSets()),
   return name;
 });
 
-TEST(WireKernels, BestIsTheWidestUsable) {
-  const auto list = elac::UsableWireKernels();
-  ASSERT_GE(list.count, 1u);
-  EXPECT_EQ(&elac::BestWireKernels(), list.sets[list.count - 1]);
-}
-
 TEST_P(WireConvert, DoublesMatchConvertingOneByOne) {
   std::mt19937_64 random(11);
   for (size_t count = 0; count < 40; ++count) {
@@ -122,19 +116,6 @@ TEST_P(WireConvert, ScaleInPlaceTouchesOnlyTheCountedValues) {
     for (size_t i = 0; i < count; ++i) EXPECT_EQ(values[i], before[i] * 4.0f);
     EXPECT_EQ(values[count], before[count]);
   }
-}
-
-TEST(ScalarArraySlice, CutsInsideTheArrayOnly) {
-  const uint8_t bytes[] = {0, 1, 0, 2, 0, 3, 0, 4};
-  const ScalarArray<uint16_t> array(bytes, 4, true);
-  const auto middle = array.Slice(1, 2);
-  ASSERT_EQ(middle.size(), 2u);
-  EXPECT_EQ(middle[0], 2);
-  EXPECT_EQ(middle[1], 3);
-  EXPECT_EQ(array.Slice(4, 0).size(), 0u);
-  EXPECT_EQ(array.Slice(3, 2).size(), 0u);
-  EXPECT_EQ(array.Slice(5, 0).size(), 0u);
-  EXPECT_EQ(array.Slice(1, SIZE_MAX).size(), 0u) << "no wrap-around";
 }
 
 TEST_P(WireConvert, QualitiesMapEveryCodeAndReverse) {
