@@ -22,7 +22,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-TEST(ErrorLogFormatTest, EntryLayoutWithEachKindOfSystemErrorLine) {
+TEST(ErrorLogFormatTest, EntryLayoutWithEachKindOfSystemErrorLineAndCutPieces) {
   const int32_t count = platform::KnownErrorTextCount();
   // Three digits and one blank fill the number's four columns.
   ASSERT_GT(count, 100);
@@ -35,10 +35,13 @@ TEST(ErrorLogFormatTest, EntryLayoutWithEachKindOfSystemErrorLine) {
       {123456, "Win32 err.123456: Unknown\n"},
       {count, "Win32 err." + std::to_string(count) + " : Unknown\n"},
       {count - 1, "Win32 err." + last + " : " + platform::ErrorText(count - 1) + "\n"}};
-  const char *const text = "Unix domain socket function error: socket",
-                    *const source = "quorsocket/quorsocket.cpp",
-                    *const date = "Tue Feb  3 09:05:07 2004";
-  ErrorLogFields fields{kErrorLogWarning, text, 0, source, 42, date, "operator"};
+  ErrorLogFields fields{kErrorLogWarning,
+                        "Unix domain socket function error: socket",
+                        0,
+                        "quorsocket/quorsocket.cpp",
+                        42,
+                        "Tue Feb  3 09:05:07 2004",
+                        "operator"};
   for (const auto& [error, line] : kCases) {
     fields.systemError = error;
     EXPECT_EQ(ErrorLogFormatEntry(fields),
@@ -49,11 +52,8 @@ TEST(ErrorLogFormatTest, EntryLayoutWithEachKindOfSystemErrorLine) {
                   "Date         : Tue Feb  3 09:05:07 2004\n"
                   "User         : operator\n");
   }
-}
-
-TEST(ErrorLogFormatTest, LongPiecesAreCutToTheirLimits) {
   const std::string text(300, 't'), user(30, 'u'), longSource(600, 's');
-  ErrorLogFields fields{kErrorLogError, text, 0, nullptr, 42, "date", user};
+  fields = {kErrorLogError, text, 0, nullptr, 42, "date", user};
   EXPECT_EQ(ErrorLogFormatEntry(fields),
             "##QUOR - ERROR      : \nError message: " + std::string(255, 't') +
                 "\nSource file  : \"(null)\" at line 42\n"
@@ -89,11 +89,12 @@ class ErrorLogWriteTest : public ::testing::Test {
       }};
 };
 
-TEST_F(ErrorLogWriteTest, AppendsTheEntryOfTheCallersStateAndAnEmptyLine) {
+TEST_F(ErrorLogWriteTest, AppendsTheCallersEntryAndAnEmptyLineAndBoxesAllButPlainMessages) {
   errno = ENOENT;
   const int32_t line = __LINE__ + 1;
   ERRORLOG(kErrorLogMessage, kErrorLogMessages[kErrOpenFile], "a.ini");
   EXPECT_EQ(errno, 0);
+  EXPECT_TRUE(boxes_.empty());
   const std::string content = LogFile();
   const size_t dateAt = content.find("Date         : ") + 15;
   const std::string date = content.substr(dateAt, content.find('\n', dateAt) - dateAt);
@@ -103,17 +104,12 @@ TEST_F(ErrorLogWriteTest, AppendsTheEntryOfTheCallersStateAndAnEmptyLine) {
   const ErrorLogFields fields{
       kErrorLogMessage, "Could not open file: a.ini", ENOENT, __FILE__, line, date, user};
   EXPECT_EQ(content, ErrorLogFormatEntry(fields) + "\n");
-}
 
-TEST_F(ErrorLogWriteTest, EntriesFollowEachOtherAndAllButPlainMessagesShowInABox) {
-  ERRORLOG(kErrorLogMessage, "quiet");
-  EXPECT_TRUE(boxes_.empty());
   for (const int32_t severity : {kErrorLogWarning, kErrorLogError, -2}) ERRORLOG(severity, "loud");
   ASSERT_EQ(boxes_.size(), 3u);
   EXPECT_EQ(boxes_[1].first, "Error");
   EXPECT_THAT(boxes_[1].second, StartsWith("##QUOR - ERROR      : \nError message: loud\n"));
   EXPECT_THAT(boxes_[2].second, StartsWith("##QUOR - ?ERROR?    : \n"));
-  // Each entry is followed by an empty line; the box shows the entry.
   EXPECT_THAT(LogFile(), ::testing::EndsWith("\n\n" + boxes_[2].second + "\n"));
   // Without a log folder the box still shows.
   std::filesystem::remove_all(home_.path() / "log");

@@ -59,7 +59,7 @@ class TraceLogTest : public ::testing::Test {
   std::string fileName_ = "trace." + std::to_string(::getpid()) + ".log";
 };
 
-TEST_F(TraceLogTest, OnlySettingsOneAndTwoStartTheTraceAndOffWritesNothing) {
+TEST_F(TraceLogTest, OnlySettingsOneAndTwoStartTheTraceAndWithoutLogFolderLinesFollowAWarning) {
   EXPECT_FALSE(TraceStart(0, fileName_.c_str()));
   EXPECT_FALSE(TraceStart(3, fileName_.c_str()));
   int evaluated = 0;
@@ -67,6 +67,14 @@ TEST_F(TraceLogTest, OnlySettingsOneAndTwoStartTheTraceAndOffWritesNothing) {
   TraceWrite(1, "direct");
   EXPECT_EQ(evaluated, 0) << "arguments of a line that is not written are not evaluated";
   EXPECT_TRUE(fs::is_empty(here_));
+  // Without a log folder every line goes to the current one after a warning.
+  ASSERT_TRUE(TraceStart(1, fileName_.c_str()));
+  QUORLOG(2, "first");
+  QUORLOG(2, "second");
+  EXPECT_STREQ(TraceFullPath(), fileName_.c_str());
+  Lines lines = ReadLines(here_ / fileName_);
+  for (std::string& line : lines) line.erase(0, 9);  // the time column
+  EXPECT_EQ(lines, (Lines{kWarning, "first", kWarning, "second"}));
 }
 
 // The layouts themselves are pinned by the layout tests; what a line gets
@@ -93,69 +101,51 @@ TEST_F(TraceLogTest, LinesCarryTheWritersOwnSourceAndVerboseNeedsSettingTwo) {
   EXPECT_EQ(lines[5], std::string(1023, 'a'));
 }
 
-TEST_F(TraceLogTest, WithoutLogFolderEveryLineFollowsTheWarning) {
-  ASSERT_TRUE(TraceStart(1, fileName_.c_str()));
-  QUORLOG(2, "first");
-  QUORLOG(2, "second");
-  EXPECT_STREQ(TraceFullPath(), fileName_.c_str());
-  Lines lines = ReadLines(here_ / fileName_);
-  for (std::string& line : lines) line.erase(0, 9);  // the time column
-  EXPECT_EQ(lines, (Lines{kWarning, "first", kWarning, "second"}));
-}
-
-// Where TraceBuildPath puts the file. Folders are relative to the test's
-// temporary folder; "{}" in the home list and the path stands for it.
-struct PathCase {
-  const char* name;
-  const char* fileName;                 // null: no name set
-  std::vector<std::string> logEntries;  // folders that get an entry "log"
-  const char* homeList;                 // null: QUORHOME unset
-  int32_t result;
-  const char* expectedPath;
-};
-
-class TraceBuildPathTest : public TraceLogTest, public ::testing::WithParamInterface<PathCase> {};
-
-std::string Expand(std::string pattern, const std::string& folder) {
-  for (size_t at; (at = pattern.find("{}")) != std::string::npos;) pattern.replace(at, 2, folder);
-  return pattern;
-}
-
-TEST_P(TraceBuildPathTest, FindsTheLogFolder) {
-  const PathCase& c = GetParam();
-  // Plain files: an entry "log" of any kind counts.
-  for (const std::string& folder : c.logEntries) {
-    fs::create_directories(here_ / folder);
-    std::ofstream(here_ / folder / "log").put('x');
+// Where TraceBuildPath puts the file. 259 characters fit with the
+// terminator; 260 do not. A log folder too deep for the name counts as none:
+// the line still goes to the current folder.
+TEST_F(TraceLogTest, BuildPathFindsTheLogFolder) {
+  const std::string deep(250, 'd'), fits = "/" + std::string(258, 'f'),
+                                    tooLong = "/" + std::string(259, 'g'), longBare(260, 'h');
+  const std::string deepHome = "{}/" + deep, homes = "{}/missing;;{}/a;{}/b/;{}/c";
+  const struct {
+    const char* fileName;                 // null: no name set
+    std::vector<std::string> logEntries;  // folders that get an entry "log"
+    const char* homeList;                 // null: QUORHOME unset; "{}": the test's folder
+    int32_t result;
+    std::string expectedPath;
+  } kCases[] = {{"D:\\t\\x.log", {"."}, nullptr, 1, "D:\\t\\x.log"},
+                {"\\\\s\\x.log", {"."}, nullptr, 1, "\\\\s\\x.log"},
+                {"x.log", {".", "a"}, "{}/a", 1, "{}/log/x.log"},  // the current folder first
+                {"x.log", {"b", "c"}, homes.c_str(), 1, "{}/b/log/x.log"},
+                {nullptr, {"."}, nullptr, 1, "{}/log/quortrace.log"},
+                {"x.log", {deep}, deepHome.c_str(), -1, "x.log"},
+                {fits.c_str(), {}, nullptr, 1, fits},
+                {tooLong.c_str(), {}, nullptr, 0, ""},
+                {longBare.c_str(), {}, nullptr, 0, ""}};
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.expectedPath.substr(0, 20));
+    xsetest::TempDir caseDir;
+    fs::current_path(caseDir.path());
+    const std::string root = fs::canonical(caseDir.path()).string();
+    const auto expand = [&root](std::string pattern) {
+      for (size_t at; (at = pattern.find("{}")) != std::string::npos;) pattern.replace(at, 2, root);
+      return pattern;
+    };
+    // Plain files: an entry "log" of any kind counts.
+    for (const std::string& folder : c.logEntries) {
+      fs::create_directories(root + "/" + folder);
+      std::ofstream(root + "/" + folder + "/log").put('x');
+    }
+    const std::string home = c.homeList != nullptr ? expand(c.homeList) : "";
+    libsystest::ScopedEnvironment quorhome("QUORHOME", c.homeList ? home.c_str() : nullptr);
+    TraceReset();
+    ASSERT_TRUE(TraceStart(1, c.fileName));
+    EXPECT_EQ(TraceIsActive(), c.fileName != nullptr);
+    EXPECT_EQ(TraceBuildPath(), c.result);
+    EXPECT_EQ(std::string(TraceFullPath()), expand(c.expectedPath));
   }
-  const auto home = c.homeList != nullptr ? Expand(c.homeList, here_.string()) : std::string();
-  libsystest::ScopedEnvironment quorhome("QUORHOME",
-                                         c.homeList != nullptr ? home.c_str() : nullptr);
-  ASSERT_TRUE(TraceStart(1, c.fileName));
-  EXPECT_EQ(TraceIsActive(), c.fileName != nullptr);
-  EXPECT_EQ(TraceBuildPath(), c.result);
-  EXPECT_EQ(std::string(TraceFullPath()), Expand(c.expectedPath, here_.string()));
 }
-
-// 259 characters fit with the terminator; 260 do not. A log folder too deep
-// for the name counts as none: the line still goes to the current folder.
-const std::string kDeep(250, 'd'), kDeepHome = "{}/" + kDeep, kFits = "/" + std::string(258, 'f'),
-                                   kTooLong = "/" + std::string(259, 'g'), kLongBare(260, 'h');
-const char* const kHomes = "{}/missing;;{}/a;{}/b/;{}/c";
-
-INSTANTIATE_TEST_SUITE_P(
-    Locations, TraceBuildPathTest,
-    ::testing::Values(
-        PathCase{"drive_letter", "D:\\t\\x.log", {"."}, nullptr, 1, "D:\\t\\x.log"},
-        PathCase{"network_path", "\\\\s\\x.log", {"."}, nullptr, 1, "\\\\s\\x.log"},
-        PathCase{"current_folder_first", "x.log", {".", "a"}, "{}/a", 1, "{}/log/x.log"},
-        PathCase{"first_home_with_log", "x.log", {"b", "c"}, kHomes, 1, "{}/b/log/x.log"},
-        PathCase{"default_name", nullptr, {"."}, nullptr, 1, "{}/log/quortrace.log"},
-        PathCase{"log_folder_too_deep", "x.log", {kDeep}, kDeepHome.c_str(), -1, "x.log"},
-        PathCase{"absolute_259_fits", kFits.c_str(), {}, nullptr, 1, kFits.c_str()},
-        PathCase{"absolute_260_dropped", kTooLong.c_str(), {}, nullptr, 0, ""},
-        PathCase{"bare_260_dropped", kLongBare.c_str(), {}, nullptr, 0, ""}),
-    [](const ::testing::TestParamInfo<PathCase>& p) { return std::string(p.param.name); });
 
 // This thread holds the trace mutex through its own handle of the name while
 // another thread writes one line: the writer waits at most its level's time.
