@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "interpreters/xsereader/xsereadertestsupport.h"
+#include "support/tempdir.h"
 
 namespace {
 
@@ -100,7 +101,7 @@ TEST(ZXSEReaderTest, WaitForASourceThatNeverOpensEndsWithTheStopAndPauses) {
   EXPECT_FALSE(run.reader.HasContainer());
 }
 
-TEST(ZXSEReaderTest, StartTimeComesFromFrameStartsUntilTheFirstPositionHeadingsGoBySource) {
+TEST(ZXSEReaderTest, StartTimeComesFromFrameStartsUntilTheFirstPosition) {
   ZXSEReader reader;
   const auto start = [&reader] {
     return std::to_string(reader.startTimeSec) + " s " + std::to_string(reader.startTimeMs) +
@@ -117,15 +118,6 @@ TEST(ZXSEReaderTest, StartTimeComesFromFrameStartsUntilTheFirstPositionHeadingsG
   position.time = {7, 7000};
   reader.HandlePosition(position);
   EXPECT_EQ(start(), "-86400 s 500 ms fixed");
-  quor::GyroRec gyro;
-  gyro.sensorIndex = 1;
-  gyro.heading = 271.5;
-  reader.HandleGyro(gyro);
-  gyro.sensorIndex = 2;
-  gyro.heading = 12.0;
-  reader.HandleGyro(gyro);
-  EXPECT_EQ(reader.bathymetryHeading(), 271.5);
-  EXPECT_EQ(reader.primaryHeading(), 12.0);
 }
 
 TEST(ZXSEReaderTest, ConvertTimeGivesMillisecondsSinceTheStartTime) {
@@ -147,6 +139,43 @@ TEST(ZXSEReaderTest, ConvertTimeGivesMillisecondsSinceTheStartTime) {
     record.time = {c.recordSec, c.recordUsec};
     EXPECT_EQ(reader.ConvertTime(record), c.milliseconds) << c.recordSec << " " << c.recordUsec;
   }
+}
+
+// One navigation frame after `junk` bytes, its end marker damaged if asked.
+std::vector<uint8_t> Frame(size_t junk = 0, bool damagedEnd = false) {
+  std::vector<uint8_t> bytes(junk, 'z');
+  const std::vector<uint8_t> frame = xsetest::PositionFrames(1);
+  bytes.insert(bytes.end(), frame.begin(), frame.end());
+  if (damagedEnd) bytes.back() ^= 0xFF;
+  return bytes;
+}
+
+// Empty files, frames whose end marker stands behind the file's end and the
+// extension switch are pinned through `xse check`.
+TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
+  const struct {
+    const char* name;  // in the test folder
+    std::vector<uint8_t> bytes;
+    int32_t extensionCheck;
+    int32_t answer;
+  } cases[] = {
+      {"survey.XSE", Frame(), 1, 1},
+      {"survey.xse.bak", Frame(), 1, 0},
+      {"junk8.xse", Frame(8), 0, 1},
+      {"badend.xse", Frame(0, true), 1, 1},
+      {"text.xse", std::vector<uint8_t>(100, 'a'), 0, 0},
+  };
+  xsetest::TempDir dir;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::string path = dir.Write(c.name, c.bytes);
+    EXPECT_EQ(ZXSEReader::sCanReadFile(path, c.extensionCheck), c.answer);
+    ZXSEReader reader;
+    reader.extensionCheck = c.extensionCheck;
+    EXPECT_EQ(reader.CanReadFile(path), c.answer);
+  }
+  EXPECT_EQ(ZXSEReader::sCanReadFile(dir.File("missing.xse"), 0), 0);
+  EXPECT_EQ(ZXSEReader::sCanReadFile(dir.path().string(), 0), 0);  // a folder
 }
 
 }  // namespace
