@@ -38,18 +38,26 @@ inline std::string ReadWholeFile(const std::string& path) {
   return text.str();
 }
 
-// Runs `program` with `args`; stdin is empty.
-inline ToolResult RunTool(const std::string& program, const std::vector<std::string>& args) {
-  TempDir dir;
+// Runs a shell command line with stdin empty, capturing what it printed.
+inline ToolResult RunCaptured(std::string command) {
+  TempDir capture;
+  command +=
+      " </dev/null >" + ShellQuote(capture.File("out")) + " 2>" + ShellQuote(capture.File("err"));
+  const int raw = std::system(command.c_str());
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadWholeFile(capture.File("out")),
+          ReadWholeFile(capture.File("err"))};
+}
+
+// `program` and `args` as one quoted command line.
+inline std::string CommandLine(const std::string& program, const std::vector<std::string>& args) {
   std::string command = ShellQuote(program);
   for (const auto& arg : args) command += " " + ShellQuote(arg);
-  command += " </dev/null >" + ShellQuote(dir.File("out")) + " 2>" + ShellQuote(dir.File("err"));
-  ToolResult result;
-  const int raw = std::system(command.c_str());
-  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  result.out = ReadWholeFile(dir.File("out"));
-  result.err = ReadWholeFile(dir.File("err"));
-  return result;
+  return command;
+}
+
+// Runs `program` with `args`; stdin is empty.
+inline ToolResult RunTool(const std::string& program, const std::vector<std::string>& args) {
+  return RunCaptured(CommandLine(program, args));
 }
 
 inline ToolResult RunXse(const std::vector<std::string>& args) {
