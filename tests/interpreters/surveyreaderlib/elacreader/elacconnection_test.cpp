@@ -39,7 +39,9 @@ bool PumpUntil(const std::function<bool()>& done) {
 Bytes Survey(int frames) {
   Bytes survey;
   for (int i = 0; i < frames; ++i) {
-    const Bytes frame = xsetest::HeadingFrame(true, 0.01 * i);
+    const Bytes frame = xsetest::WriteFrame(true, elac::kNavigationFrame, [i](auto& writer) {
+      xsewriter::PutHeadingGroup(writer, 0.01 * i);
+    });
     survey.insert(survey.end(), frame.begin(), frame.end());
   }
   return survey;
