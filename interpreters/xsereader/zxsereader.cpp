@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 
+#include "interpreters/surveyreaderlib/elacreader/elacconnection.h"
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "libsys/ztracelogfile.h"
 #include "platform/messagebox.h"
@@ -163,9 +164,13 @@ int32_t ZXSEReader::StopReader() {
   return 1;
 }
 
-int32_t ZXSEReader::ConnectTo(uint8_t /*a*/, uint8_t /*b*/, uint8_t /*c*/, uint8_t /*d*/,
-                              int16_t /*port*/, int32_t /*last*/) {
-  return 0;
+int32_t ZXSEReader::ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_t port,
+                              int32_t /*last*/) {
+  auto connection = std::make_unique<ElacConnection>(this);
+  const uint8_t address[4] = {a, b, c, d};
+  if (!connection->Connect(0, port, address, "XSEReader")) return 0;
+  SetContainer(std::move(connection));
+  return StartReaderThread();
 }
 
 void ZXSEReader::Reset() { container_.reset(); }

@@ -63,7 +63,11 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   int32_t MultipleRunReader() override;
   // Clears the running flag; nothing else. Returns 1.
   int32_t StopReader() override;
-  // Live data is not served yet: connects nowhere and returns 0.
+  // Live data from the XSE server at a.b.c.d:port (`last` is not looked
+  // at): connects to it on this thread, makes the connection the source and
+  // starts the reader thread; its result, or 0 when the server cannot be
+  // reached. This thread must go on dispatching its window messages until
+  // the reader thread has opened the data connection.
   int32_t ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_t port,
                     int32_t last) override;
   // Drops the source, if any.
