@@ -17,5 +17,6 @@ int RunGenCommand(std::span<const std::string_view> args);
 int RunInfoCommand(std::span<const std::string_view> args);
 int RunRunCommand(std::span<const std::string_view> args);
 int RunCheckCommand(std::span<const std::string_view> args);
+int RunServeCommand(std::span<const std::string_view> args);
 
 }  // namespace xsetool

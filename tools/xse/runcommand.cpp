@@ -1,15 +1,19 @@
 // xse run: reads files through the reader plug-in exactly as the host
 // does: loads the module, asks it which files it can read, hands it the
 // list and runs it on its reader thread, showing what it reports.
+#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
+#include "platform/framework/wnd.h"
 #include "platform/interruptsignal.h"
 #include "platform/terminal.h"
+#include "tools/xse/argparse.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/jsontext.h"
 #include "tools/xse/progressbar.h"
@@ -17,7 +21,9 @@
 namespace xsetool {
 namespace {
 
-constexpr const char* kRunUsage = "usage: xse run [--events] [--no-ext-check] FILE...\n";
+constexpr const char* kRunUsage =
+    "usage: xse run [--events] [--no-ext-check] FILE...\n"
+    "       xse run [--events] [--duration SECONDS] --connect ADDRESS:PORT\n";
 
 constexpr const char* kRunHelp =
     "Loads the reader plug-in and reads the files with it as the host does:\n"
@@ -33,12 +39,20 @@ constexpr const char* kRunHelp =
     "  --no-ext-check  accept files whatever their extension (normally .xse)\n"
     "  --help          show this help\n"
     "\n"
+    "With --connect the plug-in reads live data from the XSE server at\n"
+    "ADDRESS:PORT (an IPv4 address) instead, until --duration SECONDS have\n"
+    "passed or Ctrl-C; then the bytes it decoded are shown. Exit status 0 when\n"
+    "the run lasted its time, 1 when the server could not be reached or the\n"
+    "exchange with it failed, 130 when stopped by Ctrl-C.\n"
+    "\n"
     "The plug-in is $XSE_READER_MODULE, else xsereader.so beside xse, else the\n"
     "one this build made.\n";
 
 // How often the waiting main thread looks for a Ctrl-C.
 constexpr uint32_t kInterruptPollMs = 50;
 constexpr int kExitStopped = 130;
+// How often a live run's main thread dispatches its messages.
+constexpr uint32_t kLivePumpMs = 5;
 
 int RunUsageError(const std::string& message) {
   std::fprintf(stderr, "xse run: %s\n%s", message.c_str(), kRunUsage);
@@ -61,6 +75,7 @@ class RunObserver final : public IReaderObserver {
                                            static_cast<uint64_t>(std::max(stat.total, 0)));
     }
     bar_->Update(static_cast<uint64_t>(std::max(stat.done, 0)));
+    done_ = stat.done;
     if (stat.percent >= 100) bar_.reset();
   }
 
@@ -77,6 +92,9 @@ class RunObserver final : public IReaderObserver {
     if (events_) Emit("{\"event\":\"failedReading\"}");
   }
 
+  // The bytes the last progress report counted as done.
+  int64_t done() const { return done_; }
+
   // The files reported read, in order.
   const std::vector<std::string>& filesAdded() const { return filesAdded_; }
 
@@ -92,9 +110,74 @@ class RunObserver final : public IReaderObserver {
   bool showProgress_;
   std::unique_ptr<ProgressBar> bar_;
   std::vector<std::string> filesAdded_;
+  int64_t done_ = 0;
 };
 
 enum class Outcome { kRead, kNotRead, kNotRecognised };
+
+struct ServerAddress {
+  uint8_t octets[4] = {};
+  uint16_t port = 0;
+};
+
+// "a.b.c.d:port", each part decimal.
+std::optional<ServerAddress> ParseServerAddress(std::string_view text) {
+  ServerAddress address;
+  for (int i = 0; i < 5; ++i) {
+    const char separator = i < 3 ? '.' : ':';
+    const size_t end = i < 4 ? text.find(separator) : text.size();
+    if (end == std::string_view::npos) return std::nullopt;
+    const auto value = ParseUnsigned(text.substr(0, end));
+    if (!value || *value > (i < 4 ? 255u : 65535u)) return std::nullopt;
+    if (i < 4) {
+      address.octets[i] = static_cast<uint8_t>(*value);
+      text.remove_prefix(end + 1);
+    } else {
+      address.port = static_cast<uint16_t>(*value);
+    }
+  }
+  return address;
+}
+
+// A live run: this thread connects, then keeps dispatching its window
+// messages (the server's acknowledge arrives through them) while the reader
+// thread reads, until the time is up or Ctrl-C.
+int RunLive(CReader& reader, RunObserver& observer, const ServerAddress& server,
+            uint64_t durationMs, bool events, const std::string& name) {
+  platform::InterruptCatcher interrupt;
+  const auto& o = server.octets;
+  if (reader.ConnectTo(o[0], o[1], o[2], o[3], static_cast<int16_t>(server.port), 0) == 0) {
+    std::fprintf(stderr, "xse run: cannot reach the XSE server at %s\n", name.c_str());
+    return kExitFailure;
+  }
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(durationMs);
+  bool interrupted = false;
+  bool stopRequested = false;
+  while (!reader.WaitReaderThread(kLivePumpMs)) {
+    platform::WindowMessage message;
+    while (platform::PeekThreadMessage(message)) platform::DispatchThreadMessage(message);
+    if (stopRequested) continue;
+    interrupted = interrupt.Caught();
+    if (interrupted || (durationMs > 0 && std::chrono::steady_clock::now() >= end)) {
+      reader.StopReader();
+      stopRequested = true;
+    }
+  }
+  const int32_t result = reader.JoinReaderThread();
+  if (events) {
+    RunObserver::Emit("{\"event\":\"finished\",\"result\":" + std::to_string(result) +
+                      ",\"bytes\":" + std::to_string(observer.done()) + "}");
+  } else {
+    std::printf("%s: %lld bytes processed\n", name.c_str(),
+                static_cast<long long>(observer.done()));
+  }
+  if (interrupted) return kExitStopped;
+  if (result >= 0) {
+    std::fprintf(stderr, "xse run: the exchange with the XSE server at %s failed\n", name.c_str());
+    return kExitFailure;
+  }
+  return kExitOk;
+}
 
 }  // namespace
 
@@ -102,7 +185,10 @@ int RunRunCommand(std::span<const std::string_view> args) {
   bool events = false;
   bool extensionCheck = true;
   std::vector<std::string> files;
-  for (const std::string_view arg : args) {
+  std::string connect;
+  uint64_t durationMs = 0;
+  for (size_t index = 0; index < args.size(); ++index) {
+    const std::string_view arg = args[index];
     if (arg == "--help" || arg == "-h") {
       std::fputs(kRunUsage, stdout);
       std::fputs(kRunHelp, stdout);
@@ -112,13 +198,32 @@ int RunRunCommand(std::span<const std::string_view> args) {
       events = true;
     } else if (arg == "--no-ext-check") {
       extensionCheck = false;
+    } else if (arg == "--connect" || arg == "--duration") {
+      if (index + 1 >= args.size()) return RunUsageError(std::string(arg) + " needs a value");
+      const std::string_view value = args[++index];
+      if (arg == "--connect") {
+        connect = value;
+      } else {
+        const auto seconds = ParsePositive(value);
+        if (!seconds || *seconds > 1e6) {
+          return RunUsageError("bad duration '" + std::string(value) + "'");
+        }
+        durationMs = static_cast<uint64_t>(*seconds * 1000.0);
+      }
     } else if (arg.size() > 1 && arg.front() == '-' && arg != "--") {
       return RunUsageError("unknown option '" + std::string(arg) + "'");
     } else if (arg != "--") {
       files.emplace_back(arg);
     }
   }
-  if (files.empty()) return RunUsageError("no input file");
+  std::optional<ServerAddress> server;
+  if (!connect.empty()) {
+    server = ParseServerAddress(connect);
+    if (!server) return RunUsageError("bad server address '" + connect + "' (ADDRESS:PORT)");
+    if (!files.empty()) return RunUsageError("--connect reads from the server, not from files");
+  } else if (files.empty()) {
+    return RunUsageError("no input file");
+  }
 
   XseReaderModule module;
   if (!module.Load(XseReaderModule::DefaultPath())) {
@@ -146,6 +251,12 @@ int RunRunCommand(std::span<const std::string_view> args) {
 
   RunObserver observer(events, platform::IsTerminal(platform::StandardStream::kError));
   reader->SetObserver(&observer);
+  if (server) {
+    const int status = RunLive(*reader, observer, *server, durationMs, events, connect);
+    reader.reset();
+    module.Unload();
+    return status;
+  }
   int32_t result = 0;
   {
     platform::InterruptCatcher interrupt;

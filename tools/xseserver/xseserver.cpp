@@ -88,6 +88,17 @@ bool XseServer::ReadRequest(SocketHandle socket, Session& session) const {
 }
 
 Session XseServer::ServeOne(std::span<const uint8_t> survey) {
+  const size_t chunk = std::max<size_t>(options_.chunkBytes, 1);
+  size_t sent = 0;
+  return ServeOne([&]() {
+    const size_t length = std::min(chunk, survey.size() - sent);
+    const std::span<const uint8_t> piece = survey.subspan(sent, length);
+    sent += length;
+    return piece;
+  });
+}
+
+Session XseServer::ServeOne(const ChunkSource& survey) {
   Session session;
   {
     ScopedSocket control;
@@ -124,19 +135,19 @@ Session XseServer::ServeOne(std::span<const uint8_t> survey) {
   return session;
 }
 
-void XseServer::SendSurvey(SocketHandle socket, std::span<const uint8_t> survey,
-                           Session& session) const {
-  const size_t chunk = std::max<size_t>(options_.chunkBytes, 1);
-  while (session.bytesSent < survey.size()) {
-    if (options_.beforeChunk && !options_.beforeChunk(session.bytesSent)) return;
-    const size_t length = std::min(chunk, survey.size() - session.bytesSent);
-    const int32_t sent = platform::SendToSocket(socket, survey.data() + session.bytesSent,
-                                                static_cast<int32_t>(length));
-    if (sent <= 0) {
-      session.error = "client stopped taking data";
-      return;
+void XseServer::SendSurvey(SocketHandle socket, const ChunkSource& survey, Session& session) const {
+  for (std::span<const uint8_t> piece = survey(); !piece.empty(); piece = survey()) {
+    while (!piece.empty()) {
+      const size_t length = std::min<size_t>(piece.size(), size_t{1} << 30);
+      const int32_t sent =
+          platform::SendToSocket(socket, piece.data(), static_cast<int32_t>(length));
+      if (sent <= 0) {
+        session.error = "client stopped taking data";
+        return;
+      }
+      session.bytesSent += static_cast<uint64_t>(sent);
+      piece = piece.subspan(static_cast<size_t>(sent));
     }
-    session.bytesSent += static_cast<uint64_t>(sent);
   }
 }
 

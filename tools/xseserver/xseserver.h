@@ -25,11 +25,12 @@ struct Options {
   // The port the acknowledge names; 0: the data port.
   uint16_t announcedPort = 0;
   uint32_t waitMs = 10000;    // the longest any wait for the client lasts
-  size_t chunkBytes = 65536;  // survey bytes per send
-  // Called before each chunk with the bytes sent so far; false stops the
-  // sending (the client is then left to release).
-  std::function<bool(uint64_t)> beforeChunk;
+  size_t chunkBytes = 65536;  // survey bytes per send, for a survey in memory
 };
+
+// The survey to send, a piece at a time: the next bytes to send, valid
+// until the next call; empty at the end (or to stop sending).
+using ChunkSource = std::function<std::span<const uint8_t>()>;
 
 // What the client sent, in its own (host) order.
 struct Session {
@@ -55,6 +56,8 @@ class XseServer {
   uint16_t dataPort() const { return dataPort_; }
 
   // Serves one client from its request to its release, sending `survey`.
+  Session ServeOne(const ChunkSource& survey);
+  // The same for a survey in memory, sent in pieces of chunkBytes.
   Session ServeOne(std::span<const uint8_t> survey);
 
  private:
@@ -63,8 +66,7 @@ class XseServer {
   bool AcceptFrom(platform::SocketHandle listener, platform::SocketHandle& accepted,
                   std::string& error) const;
   bool ReadRequest(platform::SocketHandle socket, Session& session) const;
-  void SendSurvey(platform::SocketHandle socket, std::span<const uint8_t> survey,
-                  Session& session) const;
+  void SendSurvey(platform::SocketHandle socket, const ChunkSource& survey, Session& session) const;
   void ReadReleases(platform::SocketHandle socket, Session& session) const;
 
   Options options_;
