@@ -93,7 +93,6 @@ TEST_P(InstallationFrameTest, InstallationGivesPositionMruAndHeadingAndADraftRew
   EXPECT_EQ(records[0].latencyMs, 13);
   EXPECT_THAT(LeverArm(records[0]), ElementsAre(-1, 2, 3));
   EXPECT_EQ(records[0].time, (quor::timeval{xsetest::kUnixSeconds, 0}));
-  EXPECT_EQ(records[0].relTime, 0);
   EXPECT_DOUBLE_EQ(records[1].angleOffset1, 0.1 * kDegrees);
   EXPECT_DOUBLE_EQ(records[1].angleOffset2, -0.2 * kDegrees);
   EXPECT_EQ(records[1].angleOffset3, 3.5);
