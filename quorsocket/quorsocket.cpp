@@ -7,19 +7,15 @@
 #include "libsys/ztracelogfile.h"
 #include "platform/processinfo.h"
 #include "platform/sleep.h"
+#include "quorsocket/socketerrortext.h"
 
 namespace {
 
 constexpr uint16_t kSocketVersion2 = 0x0002;  // major 2 in the low byte, minor 0
 constexpr int32_t kDefaultAttempts = 10;
 
-struct ErrorText {
-  uint32_t code;
-  const char* text;
-};
-
 // Several texts end in a blank; they are written as they stand.
-constexpr ErrorText kErrorTexts[] = {
+constexpr SocketErrorText kErrorTexts[] = {
     {10004, "The (blocking) call was canceled using WSACancelBlockingCall."},
     {10013,
      "Attempt to connect datagram socket to broadcast address failed because setsockopt option "
@@ -118,13 +114,11 @@ int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32
 }
 
 void TraceSocketError(uint32_t code) {
-  for (const ErrorText& entry : kErrorTexts) {
-    if (entry.code == code) {
-      QUORLOG(1, "%s", entry.text);
-      return;
-    }
+  if (const char* text = FindSocketErrorText(kErrorTexts, code)) {
+    QUORLOG(1, "%s", text);
+  } else {
+    QUORLOG(1, "An unknown socket error %d has been observed", static_cast<int32_t>(code));
   }
-  QUORLOG(1, "An unknown socket error %d has been observed", static_cast<int32_t>(code));
 }
 
 int32_t StartSocketLibrary() {

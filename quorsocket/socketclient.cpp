@@ -9,6 +9,7 @@
 #include "platform/framework/asyncselect.h"
 #include "platform/messagebox.h"
 #include "quorsocket/quorsocket.h"
+#include "quorsocket/socketerrortext.h"
 
 namespace {
 
@@ -16,13 +17,8 @@ constexpr uint16_t kSocketVersion2 = 0x0002;
 constexpr uint32_t kConnectionAborted = 10053;
 constexpr uint32_t kConnectionReset = 10054;
 
-struct ErrorText {
-  uint32_t code;
-  const char* text;
-};
-
 // Texts as they stand, most with a leading blank.
-constexpr ErrorText kErrorTexts[] = {
+constexpr SocketErrorText kErrorTexts[] = {
     {183, "Socket failure: cannot create a file when that file already exists!?"},
     {10004, " The (blocking) call was canceled using WSACancelBlockingCall."},
     {10014, " The namelen argument is incorrect."},
@@ -242,11 +238,7 @@ void CSocketClient::PumpMessages() {
 int CSocketClient::ReportSocketError() { return ReportSocketError(platform::LastSocketError()); }
 
 int CSocketClient::ReportSocketError(uint32_t code) {
-  const char* text = nullptr;
-  for (const ErrorText& entry : kErrorTexts) {
-    if (entry.code == code) text = entry.text;
-  }
-  if (text != nullptr) {
+  if (const char* text = FindSocketErrorText(kErrorTexts, code)) {
     QUORLOG(1, "%s", text);
   } else {
     QUORLOG(1, " The socket connection has failed due to a not known error - %d.",

@@ -7,6 +7,7 @@
 #include "libsys/errorlog.h"
 #include "libsys/ztracelogfile.h"
 #include "platform/framework/asyncselect.h"
+#include "quorsocket/socketerrortext.h"
 
 namespace {
 
@@ -19,13 +20,8 @@ constexpr uint16_t kSocketVersion2 = 0x0002;
 // leaves in the stream.
 constexpr int32_t kEndMarkerRest = 5;
 
-struct ErrorText {
-  uint32_t code;
-  const char* text;
-};
-
 // Texts as they stand, with their leading and trailing blanks.
-constexpr ErrorText kReceiveErrorTexts[] = {
+constexpr SocketErrorText kReceiveErrorTexts[] = {
     {10004, " The (blocking) call was canceled through WSACancelBlockingCall. "},
     {10014,
      " The buf parameter is not completely contained in a valid part of the user address "
@@ -382,12 +378,10 @@ void ElacConnection::Close() {
 }
 
 void ElacConnection::ReportReceiveError(uint32_t code) {
-  for (const ErrorText& entry : kReceiveErrorTexts) {
-    if (entry.code == code) {
-      QUORLOG(1, "%s", entry.text);
-      return;
-    }
+  if (const char* text = FindSocketErrorText(kReceiveErrorTexts, code)) {
+    QUORLOG(1, "%s", text);
+  } else {
+    QUORLOG(1, " The socket connection has failed due to a not known error. %d",
+            static_cast<int32_t>(code));
   }
-  QUORLOG(1, " The socket connection has failed due to a not known error. %d",
-          static_cast<int32_t>(code));
 }

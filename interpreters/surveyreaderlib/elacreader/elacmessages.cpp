@@ -36,26 +36,6 @@ uint32_t XseNow(int64_t unixSeconds) {
 }
 
 template <size_t N>
-uint32_t CommFrame<N>::Word(size_t offset) const {
-  return LoadScalar<uint32_t>(bytes_.data() + offset, !kHostIsLittleEndian);
-}
-
-template <size_t N>
-void CommFrame<N>::SetWord(size_t offset, uint32_t value) {
-  std::memcpy(bytes_.data() + offset, &value, sizeof value);
-}
-
-template <size_t N>
-uint16_t CommFrame<N>::HalfWord(size_t offset) const {
-  return LoadScalar<uint16_t>(bytes_.data() + offset, !kHostIsLittleEndian);
-}
-
-template <size_t N>
-void CommFrame<N>::SetHalfWord(size_t offset, uint16_t value) {
-  std::memcpy(bytes_.data() + offset, &value, sizeof value);
-}
-
-template <size_t N>
 Ipv4Address CommFrame<N>::SenderAddress() const {
   Ipv4Address address;
   std::memcpy(address.data(), bytes_.data() + 28, address.size());

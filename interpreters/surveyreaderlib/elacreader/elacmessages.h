@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -33,10 +34,10 @@ class CommFrame {
   std::span<const uint8_t, N> Bytes() const { return bytes_; }
   std::span<uint8_t, N> Bytes() { return bytes_; }
 
-  uint32_t Word(size_t offset) const;
-  void SetWord(size_t offset, uint32_t value);
-  uint16_t HalfWord(size_t offset) const;
-  void SetHalfWord(size_t offset, uint16_t value);
+  uint32_t Word(size_t offset) const { return Load<uint32_t>(offset); }
+  void SetWord(size_t offset, uint32_t value) { Store(offset, value); }
+  uint16_t HalfWord(size_t offset) const { return Load<uint16_t>(offset); }
+  void SetHalfWord(size_t offset, uint16_t value) { Store(offset, value); }
 
   uint32_t SequenceNumber() const { return Word(24); }
   void SetSequenceNumber(uint32_t value) { SetWord(24, value); }
@@ -54,6 +55,19 @@ class CommFrame {
   void Swap(std::span<const uint8_t> wordOffsets, std::span<const uint8_t> halfWordOffsets);
 
   std::array<uint8_t, N> bytes_{};
+
+ private:
+  // In host order: the record is converted as a whole before and after a send.
+  template <typename T>
+  T Load(size_t offset) const {
+    T value;
+    std::memcpy(&value, bytes_.data() + offset, sizeof value);
+    return value;
+  }
+  template <typename T>
+  void Store(size_t offset, T value) {
+    std::memcpy(bytes_.data() + offset, &value, sizeof value);
+  }
 };
 
 // Client to server on the server's port, once to ask (link code 1) and
