@@ -29,7 +29,7 @@ uint32_t BigEndianWord(const uint8_t* bytes) { return elac::LoadScalar<uint32_t>
 
 }  // namespace
 
-XseServer::XseServer(Options options) : options_(std::move(options)) {}
+XseServer::XseServer(Options options) : options_(options) {}
 
 XseServer::~XseServer() {
   platform::CloseSocket(listener_);
