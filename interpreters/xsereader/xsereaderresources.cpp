@@ -2,7 +2,9 @@
 
 #include <array>
 
+#include "interpreters/surveyreaderlib/elacreader/elacconnection.h"
 #include "interpreters/xsereader/zelacsettingsdlg.h"
+#include "quorsocket/socketclient.h"
 
 namespace xsereader {
 namespace {
@@ -42,9 +44,15 @@ constexpr std::array<platform::StringResource, 3> kStrings = {{
 }};
 
 platform::CObject* NewElacSettingsDlg() { return new ZElacSettingsDlg(nullptr); }
+// Created by name, a client assembles no packets and a connection has no
+// record target.
+platform::CObject* NewSocketClient() { return new CSocketClient(false); }
+platform::CObject* NewElacConnection() { return new ElacConnection(); }
 
-const std::array<platform::RuntimeClass, 1> kClasses = {{
+const std::array<platform::RuntimeClass, 3> kClasses = {{
     {"ZElacSettingsDlg", &NewElacSettingsDlg},
+    {"CSocketClient", &NewSocketClient},
+    {"ElacConnection", &NewElacConnection},
 }};
 
 const platform::ModuleResources kResources = {kDialogs, kStrings, kClasses};

@@ -11,6 +11,7 @@
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "platform/framework/propertypage.h"
 #include "platform/framework/resources.h"
+#include "platform/framework/wnd.h"
 #include "platform/messagebox.h"
 
 namespace {
@@ -43,6 +44,10 @@ TEST_F(ModuleTest, ResourcesAreFoundWhileTheModuleIsLoaded) {
   {
     const auto page = platform::CreateObjectByName("ZElacSettingsDlg");
     ASSERT_NE(dynamic_cast<platform::CPropertyPage*>(page.get()), nullptr);
+    EXPECT_NE(dynamic_cast<platform::CWnd*>(platform::CreateObjectByName("ElacConnection").get()),
+              nullptr);
+    EXPECT_NE(dynamic_cast<platform::CWnd*>(platform::CreateObjectByName("CSocketClient").get()),
+              nullptr);
   }
   reader_.reset();
   module_.Unload();
