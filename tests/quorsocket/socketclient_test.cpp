@@ -152,21 +152,6 @@ TEST_F(SocketClientTest, WithoutAssemblyEveryReadIsDeliveredAndTheServersCloseEn
   EXPECT_EQ(CountLinesEndingWith("CloseConnection(): closed " + number), 1u);
 }
 
-TEST_F(SocketClientTest, SendReachesTheServer) {
-  TestClient client;
-  Connect(client, 16);
-  const Bytes message = {'$', 'H', 'S', 'F'};
-  EXPECT_EQ(client.Send(message.data(), 4), 1);
-  Bytes received(4);
-  int32_t got = 0;
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-  while (got < 4 && std::chrono::steady_clock::now() < end) {
-    const int32_t n = platform::ReceiveFromSocket(server_, received.data() + got, 4 - got);
-    if (n > 0) got += n;
-  }
-  EXPECT_EQ(received, message);
-}
-
 TEST_F(SocketClientTest, ErrorNotifications) {
   TestClient client;
   Connect(client, 16);
