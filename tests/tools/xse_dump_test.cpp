@@ -50,37 +50,17 @@ TEST(XseDump, NavigationFrameGivesExactLines) {
             "\"relTime\":0,\"sensorIndex\":0,\"roll\":null,\"pitch\":0,\"heave\":0.25}\n");
 }
 
-TEST(XseDump, MissingFileIsReportedAfterTheOthersAreDone) {
-  TempDir dir;
-  FrameWriter writer(true);
-  writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 0);
-  xsewriter::PutHeadingGroup(writer, 0.0);
-  const auto frame = writer.EndFrame();
-  const auto good = dir.Write("good.xse", {frame.begin(), frame.end()});
-  const auto result = RunXse({"dump", dir.File("missing.xse"), good});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err,
-            "xse: cannot open " + dir.File("missing.xse") + ": No such file or directory\n");
-  EXPECT_THAT(result.out, ::testing::HasSubstr("\"kind\":\"gyro\""));
-}
-
 // Multibeam, sidescan and parameter headers are asserted with their rows.
 TEST(XseDumpCsv, EveryTableStartsWithItsHeaderRow) {
-  const std::pair<const char*, const char*> kHeaders[] = {
-      {"startTime", "time"},
-      {"position",
+  using enum xsetool::RecordKind;
+  const std::pair<xsetool::RecordKind, const char*> kHeaders[] = {
+      {kStartTime, "time"},
+      {kPosition,
        "time,valid,fieldMask,geographicFirst,geographicSecond,projectedFirst,projectedSecond,"
        "thirdCoordinate"},
-      {"gyro", "time,valid,sensorIndex,heading"},
-      {"motion", "time,valid,fieldMask,roll,pitch,heave"}};
-  for (const auto& [kind, header] : kHeaders) {
-    FrameWriter writer(true);
-    writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 0);
-    xsewriter::PutHeadingGroup(writer, 0.0);
-    const auto result = Dump(writer, {"--format", "csv", "--kind", kind});
-    EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_THAT(result.out, StartsWith(std::string(header) + "\n")) << kind;
-  }
+      {kGyro, "time,valid,sensorIndex,heading"},
+      {kMotion, "time,valid,fieldMask,roll,pitch,heave"}};
+  for (const auto& [kind, header] : kHeaders) EXPECT_EQ(xsetool::CsvHeader(kind), header);
 }
 
 TEST(XseDumpCsv, MultibeamGivesOneRowPerBeamWithEmptyCellsForMissingValues) {
@@ -92,7 +72,6 @@ TEST(XseDumpCsv, MultibeamGivesOneRowPerBeamWithEmptyCellsForMissingValues) {
   xsewriter::PutBeamValuesGroup(writer, xsewriter::kAcrossTrackGroup, across);
   xsewriter::PutBeamValuesGroup(writer, xsewriter::kAlongTrackGroup, along);
   const auto result = Dump(writer, {"--format", "csv", "--kind", "multibeam"});
-  EXPECT_EQ(result.status, 0) << result.err;
   // Beam 0 is the last beam on the wire; across-track values change sign.
   EXPECT_EQ(result.out,
             "ping,beam,time,soundVelocity,travelTime,acrossAngle,alongAngle,depth,acrossTrack,"
@@ -110,7 +89,6 @@ TEST(XseDumpCsv, SidescanGivesOneRowPerSample) {
   xsewriter::PutSidescanSamplesGroup(writer, 100, 100, samples);
   xsewriter::PutSidescanGainGroup(writer, 0, -1);
   const auto result = Dump(writer, {"--format", "csv", "--kind", "sidescan"});
-  EXPECT_EQ(result.status, 0) << result.err;
   // Numbers take their shortest form (1e-04 is shorter than 0.0001).
   // 2 x (2 + 1) samples: the second half of the group reversed, two zeros of
   // delay, the first half reversed and doubled by its gain.
@@ -143,12 +121,14 @@ TEST(XseDumpCsv, NamesWithCommasOrQuotesAreQuoted) {
             "1970-01-01T00:00:00.000000Z,0,0,0,0,0,plain,0,0,0,0,0,0,0,0,0,0\n");
 }
 
+// A missing file is reported and the others are still dumped.
 TEST(XseDump, KindAndLimitSelectRecordsInJsonLinesAndCsv) {
   TempDir dir;
-  const std::string path = dir.File("s.xse");
+  const std::string path = dir.File("s.xse"), missing = dir.File("missing.xse");
   ASSERT_EQ(RunXse({"gen", "--duration", "1", "--beams", "2", path}).status, 0);
-  const auto result = RunXse({"dump", "--kind", "gyro", "--limit", "3", path});
-  EXPECT_EQ(result.status, 0) << result.err;
+  const auto result = RunXse({"dump", "--kind", "gyro", "--limit", "3", missing, path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "xse: cannot open " + missing + ": No such file or directory\n");
   std::istringstream lines(result.out);
   int count = 0;
   for (std::string line; std::getline(lines, line); ++count)
