@@ -28,18 +28,13 @@ std::string WithoutDecodeRate(const std::string& text) {
                             "\"decode\":RATE");
 }
 
-std::string TinySurvey(const TempDir& dir) {
+TEST(XseInfo, SummarisesATinyGeneratedSurveyInTextAndJson) {
+  TempDir dir;
   const std::string path = dir.File("tiny.xse");
   const auto made = RunXse({"gen", "--duration", "0.2", "--beams", "2", "--samples", "3",
                             "--byte-order", "mixed", "--seed", "5", path});
   EXPECT_EQ(made.status, 0) << made.err;
   EXPECT_EQ(made.out, path + ": 9 frames, 2600 bytes, 0.17 s of survey\n");
-  return path;
-}
-
-TEST(XseInfo, SummarisesATinyGeneratedSurveyInTextAndJson) {
-  TempDir dir;
-  const std::string path = TinySurvey(dir);
   const auto result = RunXse({"info", path});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "") << "no progress bar when stderr is no terminal";
@@ -105,68 +100,53 @@ TEST(XseInfo, SummarisesATinyGeneratedSurveyInTextAndJson) {
                 "\"decode\":RATE}\n");
 }
 
-std::vector<uint8_t> Frame(xsewriter::FrameWriter& writer) {
-  const auto frame = writer.EndFrame();
-  return {frame.begin(), frame.end()};
-}
-
-TEST(XseInfo, CountsRejectedFramesAndSkippedBytes) {
-  // Junk, a navigation frame, one with a damaged end marker, a projected fix
-  // of another frame type, and a frame cut short by the end of the file.
+// Junk, a navigation frame with a projected fix, the same with a damaged end
+// marker, a frame of another type and a frame cut short by the end of the
+// file; given between files that cannot be opened, which are reported while
+// the others are still summarised.
+TEST(XseInfo, CountsRejectedFramesAndReportsUnreadableFilesBetweenTheOthers) {
   xsewriter::FrameWriter writer(true);
   writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 250000);
   xsewriter::PutPositionGroup(writer, "ED50", 3500000.5, 6000000.25, 0.0);
-  const std::vector<uint8_t> navigation = Frame(writer);
-  std::vector<uint8_t> damaged = navigation;
+  const auto frame = writer.EndFrame();
+  const std::vector<uint8_t> navigation(frame.begin(), frame.end());
+  std::vector<uint8_t> damaged = navigation, cut = navigation, data(8, 0xEE);
   damaged.back() = 0;
+  cut.resize(cut.size() - 5);
   writer.SetBigEndian(false);
   writer.BeginFrame(7, 3838320010u, 0);
-  const std::vector<uint8_t> other = Frame(writer);
-  std::vector<uint8_t> cut = navigation;
-  cut.resize(cut.size() - 5);
-
-  std::vector<uint8_t> data(8, 0xEE);
-  for (const auto& part : {navigation, damaged, other, cut})
+  const auto other = writer.EndFrame();
+  for (const auto& part :
+       {navigation, damaged, std::vector<uint8_t>(other.begin(), other.end()), cut})
     data.insert(data.end(), part.begin(), part.end());
   TempDir dir;
-  const auto path = dir.Write("damaged.xse", data);
-  const auto result = RunXse({"info", path});
-  EXPECT_EQ(result.status, 0) << result.err;
+  const auto path = dir.Write("damaged.xse", data), empty = dir.Write("empty.xse", {});
+  const std::string missing = dir.File("missing.xse");
+  const auto result = RunXse({"info", missing, path, empty, path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "xse: cannot open " + missing + ": No such file or directory\n" +
+                            "xse: cannot open " + empty + ": file is empty\n");
   const size_t skipped = 8 + damaged.size() + cut.size();
-  EXPECT_EQ(WithoutDecodeRate(result.out),
-            path + "\n" + "  size         " + std::to_string(data.size()) + " bytes\n" +
-                "  byte order   big-endian 1, little-endian 1\n"
-                "  frames       2 decoded: 1 navigation, 1 type 7\n"
-                "  rejected     2 frames, " +
-                std::to_string(skipped) +
-                " bytes skipped\n"
-                "  records      2 startTime, 0 parameter, 1 position, 0 gyro, 0 motion, "
-                "0 multibeam, 0 sidescan\n"
-                "  multibeam    none\n"
-                "  sidescan     none\n"
-                "  time         2022-08-19T00:00:00.250000Z to 2022-08-19T00:00:10.000000Z "
-                "(9.750 s)\n"
-                "  position     1 projected fixes: first 3500000.5 to 3500000.5, "
-                "second 6000000.25 to 6000000.25\n"
-                "  parameters   none\n"
-                "  decode       RATE\n");
-}
-
-TEST(XseInfo, UnreadableFilesAreReportedAndTheOthersSummarisedOneAfterAnother) {
-  TempDir dir;
-  const std::string path = TinySurvey(dir);
-  const auto empty = dir.Write("empty.xse", {});
-  const std::string errors = "xse: cannot open " + dir.File("missing.xse") +
-                             ": No such file or directory\nxse: cannot open " + empty +
-                             ": file is empty\n";
-  const std::string one = WithoutDecodeRate(RunXse({"info", path}).out);
-  const auto text = RunXse({"info", dir.File("missing.xse"), path, empty, path});
-  EXPECT_EQ(text.status, 1);
-  EXPECT_EQ(text.err, errors);
-  EXPECT_EQ(WithoutDecodeRate(text.out), one + "\n" + one);
-  const auto json = RunXse({"info", "--json", dir.File("missing.xse"), path, empty, path});
+  const std::string summary =
+      path + "\n" + "  size         " + std::to_string(data.size()) + " bytes\n" +
+      "  byte order   big-endian 1, little-endian 1\n"
+      "  frames       2 decoded: 1 navigation, 1 type 7\n"
+      "  rejected     2 frames, " +
+      std::to_string(skipped) +
+      " bytes skipped\n"
+      "  records      2 startTime, 0 parameter, 1 position, 0 gyro, 0 motion, "
+      "0 multibeam, 0 sidescan\n"
+      "  multibeam    none\n"
+      "  sidescan     none\n"
+      "  time         2022-08-19T00:00:00.250000Z to 2022-08-19T00:00:10.000000Z (9.750 s)\n"
+      "  position     1 projected fixes: first 3500000.5 to 3500000.5, "
+      "second 6000000.25 to 6000000.25\n"
+      "  parameters   none\n"
+      "  decode       RATE\n";
+  EXPECT_EQ(WithoutDecodeRate(result.out), summary + "\n" + summary);
+  const auto json = RunXse({"info", "--json", missing, path, empty, path});
   EXPECT_EQ(json.status, 1);
-  EXPECT_EQ(json.err, errors);
+  EXPECT_EQ(json.err, result.err);
   EXPECT_THAT(json.out, MatchesRegex("(\\{\"file\":\"[^\n]*\\}\n){2}"));
 }
 
