@@ -37,16 +37,11 @@ const Bytes kLittleEndianHeadingFrame = FromHex(
     "46 53 48 24 28 00 00 00 01 00 00 00 00 00 00 00 80 1D C8 E4 00 00 00 00 47 53 48 24 "
     "0C 00 00 00 0B 00 00 00 18 2D 44 54 FB 21 F9 3F 47 53 48 23 46 53 48 23");
 
-TEST(ElacReader, HeadingFrameGivesStartTimeThenHeadingAndIsReadUpToItsEndMarker) {
-  for (const bool bigEndian : {true, false}) {
-    const auto& frame = bigEndian ? kBigEndianHeadingFrame : kLittleEndianHeadingFrame;
-    ASSERT_EQ(frame.size(), 52u);
-    RecordingTarget target;
-    ElacReader reader(&target, 0);
-    auto stream = xsetest::StreamOf(frame);
-    ASSERT_TRUE(reader.ReadFrame(stream));
-    EXPECT_EQ(stream.tellg(), 48);
-    EXPECT_EQ(reader.bigEndian(), bigEndian);
+// Bytes written by hand, so that the frame writer and the reader cannot
+// share a mistake. Where ReadFrame stops is pinned by the ReadFrame tests.
+TEST(ElacReader, HeadingFrameGivesStartTimeThenHeading) {
+  for (const auto* frame : {&kBigEndianHeadingFrame, &kLittleEndianHeadingFrame}) {
+    const auto target = xsetest::DecodeFrames({*frame});
     ASSERT_THAT(target.Kinds(), ElementsAre("startTime", "gyro"));
     EXPECT_EQ(std::get<quor::timeval>(target.calls[0]), (quor::timeval{kUnixSeconds, 0}));
     EXPECT_EQ(target.Nth<quor::GyroRec>()->heading, 90.0);
@@ -68,7 +63,8 @@ GroupWriter Position(std::string datum) {
 }
 
 // Each row's frame holds a position in its datum, a heading and an attitude;
-// the rows alternate the byte order.
+// the rows alternate the byte order. Validity, time, heave and the motion
+// mask are pinned by the exact lines of `xse dump`.
 TEST(ElacReader, NavigationFrameGivesPositionByDatumAndHeadingAndAttitudeInDegrees) {
   const std::pair<std::string, bool> kDatums[] = {
       {"WGS84", true}, {"wgs84", true},   {"", true},     {std::string("wgs84\0\0\0", 8), true},
@@ -82,26 +78,22 @@ TEST(ElacReader, NavigationFrameGivesPositionByDatumAndHeadingAndAttitudeInDegre
     ASSERT_THAT(target.Kinds(), ElementsAre("startTime", "position", "gyro", "motion")) << datum;
     const auto* position = target.Nth<quor::NavigationRec>();
     EXPECT_EQ(position->fieldMask, geographic ? 0x3u : 0x0u) << datum;
-    EXPECT_EQ(position->valid, 1);
-    EXPECT_EQ(geographic ? position->geographicFirst : position->projectedFirst, 0.97);
-    EXPECT_EQ(geographic ? position->geographicSecond : position->projectedSecond, 0.17);
-    EXPECT_EQ(geographic ? position->projectedFirst : position->geographicFirst, 0.0);
-    EXPECT_EQ(position->thirdCoordinate, 42.0);
-    EXPECT_EQ(position->time, (quor::timeval{kUnixSeconds + 5, 250000}));
+    EXPECT_THAT(
+        (std::array{position->geographicFirst, position->geographicSecond, position->projectedFirst,
+                    position->projectedSecond, position->thirdCoordinate}),
+        geographic ? ElementsAre(0.97, 0.17, 0.0, 0.0, 42.0)
+                   : ElementsAre(0.0, 0.0, 0.97, 0.17, 42.0));
     EXPECT_NEAR(target.Nth<quor::GyroRec>()->heading, -28.6479, 1e-4);
-    const auto* motion = target.Nth<quor::MotionRec>();
-    EXPECT_EQ(motion->heave, 0.25);
-    EXPECT_NEAR(motion->roll, -5.7296, 1e-4);
-    EXPECT_NEAR(motion->pitch, 2.8648, 1e-4);
-    EXPECT_EQ(motion->fieldMask, 0x7u);
+    EXPECT_NEAR(target.Nth<quor::MotionRec>()->roll, -5.7296, 1e-4);
+    EXPECT_NEAR(target.Nth<quor::MotionRec>()->pitch, 2.8648, 1e-4);
   }
 }
 
 TEST(ElacReader, StartTimeAndDecodingFollowTheFrameType) {
   // Frame type, start time delivered, heading group decoded.
   const std::tuple<uint32_t, bool, bool> kCases[] = {
-      {1u, true, true},  {2u, false, false}, {3u, false, false},  {4u, false, false},
-      {5u, true, false}, {6u, true, false},  {10u, false, false}, {0xFFFFFFFFu, true, false}};
+      {1u, true, true},  {3u, false, false},  {5u, true, false},
+      {6u, true, false}, {10u, false, false}, {0xFFFFFFFFu, true, false}};
   for (const auto& [frameType, startTime, headingDecoded] : kCases) {
     const auto target = xsetest::DecodeFrames({xsetest::WriteFrame(
         true, frameType, [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 1.0); })});
@@ -118,22 +110,12 @@ TEST(ElacReader, TimeBaseIs1901AndPre1970TimesAreMarkedInvalid) {
 }
 
 TEST(ElacReader, ShortPositionGroupKeepsWgs84BitsForTheRestOfTheFrame) {
-  // L = 5 and G = 30: the name fits, the coordinates do not (G >= 37 needed).
-  auto shortPosition = [](std::string datum) {
-    return [=](FrameWriter& w) {
-      w.BeginGroup(2);
-      w.PutU32(5);
-      w.PutText(datum);
-      for (int i = 0; i < 17; ++i) w.PutU8(0);
-      w.EndGroup();
-    };
-  };
-  const auto target = xsetest::DecodeFrames(
-      {NavigationFrame(true, {shortPosition("ED50X"), shortPosition("wgs84"), Position("ED50")})});
+  // L = 5, "wgs84" and G = 30: the name fits, the coordinates do not.
+  const auto target = xsetest::DecodeFrames({NavigationFrame(
+      true, {xsetest::Group(2, {5, 0x77677338, 0x34000000}, 14), Position("ED50")})});
   ASSERT_EQ(target.Count<quor::NavigationRec>(), 1u);
-  const auto* position = target.Nth<quor::NavigationRec>();
-  EXPECT_EQ(position->fieldMask, 0x3u);
-  EXPECT_EQ(position->geographicFirst, 0.97) << "the bits of the short group choose the pair";
+  EXPECT_EQ(target.Nth<quor::NavigationRec>()->geographicFirst, 0.97)
+      << "the bits of the short group choose the pair";
 }
 
 TEST(ElacReader, PingHeadingIsMarkedAsSecondSensorOnlyDuringTheCall) {
@@ -195,11 +177,11 @@ TEST(ElacReader, OddSizesNeverReadPastTheFrame) {
   // the group search; every cut of the frame must decode without reaching
   // outside the bytes it was given (checked by the sanitizers).
   const auto frame = NavigationFrame(true, {Position("WGS84")});
+  ElacReader reader(nullptr, 0);
   for (size_t cut = 0; cut <= frame.size(); ++cut) {
     Bytes bytes(frame.begin(), frame.begin() + static_cast<ptrdiff_t>(cut));
     for (const uint8_t sizeLow : std::vector<uint8_t>{0x00, 0x01, 0x02, 0x03, 0x7F, 0xFF}) {
       if (bytes.size() >= 8) bytes[7] = sizeLow;
-      ElacReader reader(nullptr, 0);
       reader.DecodeFrameBytes(bytes);
     }
   }
