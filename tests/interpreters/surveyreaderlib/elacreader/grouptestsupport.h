@@ -56,6 +56,25 @@ inline Bytes HeadingFrame(bool bigEndian, uint32_t micros = 0, int padWords = 0)
       micros);
 }
 
+// A bathymetry frame with every beam group, the wire values 10, 11, ... in
+// each (so a decoded depth[0] tells the beam count), and sound velocities.
+inline Bytes PingFrame(bool bigEndian, uint32_t micros, int beams) {
+  std::vector<double> values;
+  for (int i = 0; i < beams; ++i) values.push_back(10.0 + i);
+  const auto put = [&values](xsewriter::FrameWriter& w) {
+    using enum xsewriter::BeamGroupType;
+    xsewriter::PutPingNumberGroup(w, static_cast<uint32_t>(values.size()));
+    xsewriter::PutBeamCountGroup(w, static_cast<int32_t>(values.size()));
+    for (auto type : {kTravelTimeGroup, kAcrossTrackGroup, kAlongTrackGroup, kDepthGroup,
+                      kAcrossAngleGroup, kAlongAngleGroup})
+      xsewriter::PutBeamValuesGroup(w, type, values);
+    xsewriter::PutQualityGroup(w, std::vector<uint8_t>(values.size(), 3));
+    const xsewriter::SoundVelocityEntry velocities[] = {{0, 1490.0}, {1, 1495.0}};
+    xsewriter::PutSoundVelocityGroup(w, velocities);
+  };
+  return WriteFrame(bigEndian, elac::kBathymetryFrame, put, micros);
+}
+
 // Runs `decode` on the body (type word onwards) of the one group that `put`
 // writes.
 template <typename Record>

@@ -6,6 +6,7 @@
 // keep their own operator new (it carries their checks), and the test skips.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -47,6 +48,7 @@ void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
+using xsetest::PingFrame;
 using xsewriter::FrameWriter;
 
 // Counts the allocations made by `work` on this thread.
@@ -69,21 +71,6 @@ class CountingTarget final : public quor::ISurveyTarget {
   size_t parameters = 0, positions = 0, pings = 0, sidescans = 0;
 };
 
-xsetest::Bytes Bathymetry(bool bigEndian, uint32_t beams) {
-  return xsetest::WriteFrame(bigEndian, elac::kBathymetryFrame, [beams](FrameWriter& w) {
-    xsewriter::PutPingNumberGroup(w, beams);
-    xsewriter::PutBeamCountGroup(w, static_cast<int32_t>(beams));
-    for (auto type :
-         {xsewriter::kTravelTimeGroup, xsewriter::kAcrossTrackGroup, xsewriter::kAlongTrackGroup,
-          xsewriter::kDepthGroup, xsewriter::kAcrossAngleGroup, xsewriter::kAlongAngleGroup})
-      xsewriter::PutBeamValuesGroup(w, type, std::vector<double>(beams, 0.25));
-    xsewriter::PutQualityGroup(w, std::vector<uint8_t>(beams, 3));
-    const xsewriter::SoundVelocityEntry velocities[] = {{0, 1490.0}, {1, 1495.0}};
-    xsewriter::PutSoundVelocityGroup(w, velocities);
-    xsewriter::PutPingHeadingGroup(w, 1.0);
-  });
-}
-
 xsetest::Bytes Sidescan(bool bigEndian, uint32_t samples, uint32_t delayUs) {
   return xsetest::WriteFrame(bigEndian, elac::kSidescanFrame, [=](FrameWriter& w) {
     xsewriter::PutSidescanPingGroup(w, samples);
@@ -103,8 +90,8 @@ xsetest::Bytes Navigation(bool bigEndian) {
 xsetest::Bytes Parameters(bool bigEndian, bool withTransducers) {
   return xsetest::WriteFrame(bigEndian, elac::kParameterFrame, [=](FrameWriter& w) {
     xsewriter::PutDraftGroup(w, 3.5, 4);
-    if (withTransducers) xsewriter::PutTransducerInstallationGroup(w, {});
-    if (!withTransducers) xsewriter::PutInstallationGroup(w, {});
+    withTransducers ? xsewriter::PutTransducerInstallationGroup(w, {})
+                    : xsewriter::PutInstallationGroup(w, {});
     const uint32_t ids[] = {1, 2, 3, 4, 5, 6}, codes[] = {1000, 2000, 4000, 3000, 2001, 77};
     xsewriter::PutDeviceListGroup(w, ids, codes);
     const xsewriter::MountingEntry entries[] = {
@@ -124,11 +111,11 @@ TEST(SteadyAllocation, DecodingAllocatesNothingAfterTheFirstFrameOfEachKind) {
       << "the counting itself works";
   // The largest ping and sidescan come first; the later ones vary below
   // them and switch byte order.
-  const std::vector<xsetest::Bytes> firsts = {Bathymetry(true, 500), Sidescan(true, 2000, 10000),
+  const std::vector<xsetest::Bytes> firsts = {PingFrame(true, 0, 500), Sidescan(true, 2000, 10000),
                                               Navigation(true), Parameters(true, true)};
   const std::vector<xsetest::Bytes> steady = {
-      Bathymetry(false, 400),       Bathymetry(true, 500),  Bathymetry(true, 7),
-      Sidescan(false, 1999, 10000), Sidescan(true, 64, 0),  Navigation(false),
+      PingFrame(false, 0, 400),     PingFrame(true, 0, 500), PingFrame(true, 0, 7),
+      Sidescan(false, 1999, 10000), Sidescan(true, 64, 0),   Navigation(false),
       Parameters(false, false),     Parameters(true, true),
   };
   CountingTarget target;
@@ -145,9 +132,8 @@ TEST(SteadyAllocation, DecodingAllocatesNothingAfterTheFirstFrameOfEachKind) {
             0u);
   EXPECT_TRUE(decoded);
   // Every frame delivered its records, so the loop did decode.
-  EXPECT_EQ(target.pings, 1 + 3 * kRounds);
-  EXPECT_EQ(target.sidescans, 1 + 2 * kRounds);
-  EXPECT_EQ(target.positions, 1 + kRounds);
+  EXPECT_EQ((std::array{target.pings, target.sidescans, target.positions}),
+            (std::array{1 + 3 * kRounds, 1 + 2 * kRounds, 1 + kRounds}));
   EXPECT_GE(target.parameters, 3 * kRounds * 8);
 }
 
