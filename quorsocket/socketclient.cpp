@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr uint16_t kSocketVersion2 = 0x0002;
 constexpr uint32_t kConnectionAborted = 10053;
 constexpr uint32_t kConnectionReset = 10054;
 
@@ -61,8 +60,7 @@ bool CSocketClient::DestroyWindow() { return CWnd::DestroyWindow(); }
 int32_t CSocketClient::OnCreate() {
   // Each window holds one start of the socket service, given back when it
   // is destroyed.
-  const uint16_t granted = platform::StartSocketService(kSocketVersion2);
-  if (granted != 0 && granted != kSocketVersion2) platform::StopSocketService();
+  StartSocketLibrary();
   return 0;
 }
 
@@ -230,10 +228,7 @@ void CSocketClient::SetReceiveCallback(ReceiveCallback callback, uint32_t user) 
   callbackUser_ = user;
 }
 
-void CSocketClient::PumpMessages() {
-  platform::WindowMessage message;
-  while (platform::PeekThreadMessage(message)) platform::DispatchThreadMessage(message);
-}
+void CSocketClient::PumpMessages() { platform::DispatchThreadMessages(); }
 
 int CSocketClient::ReportSocketError() { return ReportSocketError(platform::LastSocketError()); }
 

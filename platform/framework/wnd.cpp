@@ -87,6 +87,11 @@ bool PeekThreadMessage(WindowMessage& message) {
   return queue.Pop(message);
 }
 
+void DispatchThreadMessages() {
+  WindowMessage message;
+  while (PeekThreadMessage(message)) DispatchThreadMessage(message);
+}
+
 intptr_t DispatchThreadMessage(const WindowMessage& message) {
   CWnd* window = nullptr;
   {

@@ -56,6 +56,10 @@ XSE_SHARED_API bool PostWindowMessage(WindowHandle window, uint32_t message, uin
 // first when the queue is empty.
 XSE_SHARED_API bool PeekThreadMessage(WindowMessage& message);
 
+// Dispatches every message waiting for the calling thread (socket events
+// included), then returns; never waits.
+XSE_SHARED_API void DispatchThreadMessages();
+
 // Hands a message to its window's WindowProc, on the window's own thread.
 // Returns the handler's result; 0 when the window is gone or not this
 // thread's.

@@ -154,8 +154,7 @@ int RunLive(CReader& reader, RunObserver& observer, const ServerAddress& server,
   bool interrupted = false;
   bool stopRequested = false;
   while (!reader.WaitReaderThread(kLivePumpMs)) {
-    platform::WindowMessage message;
-    while (platform::PeekThreadMessage(message)) platform::DispatchThreadMessage(message);
+    platform::DispatchThreadMessages();
     if (stopRequested) continue;
     interrupted = interrupt.Caught();
     if (interrupted || (durationMs > 0 && std::chrono::steady_clock::now() >= end)) {

@@ -7,6 +7,7 @@
 #include "libsys/errorlog.h"
 #include "libsys/ztracelogfile.h"
 #include "platform/framework/asyncselect.h"
+#include "quorsocket/quorsocket.h"
 #include "quorsocket/socketerrortext.h"
 
 namespace {
@@ -15,7 +16,6 @@ constexpr uint32_t kReceiveBufferSize = 8192;
 constexpr int32_t kConnectAttempts = 3;
 constexpr int32_t kRequestPacketLength = 92;
 constexpr uint32_t kPendingDataWaitMs = 100;
-constexpr uint16_t kSocketVersion2 = 0x0002;
 // Four or fewer bytes left after a frame are its end marker, which ReadFrame
 // leaves in the stream.
 constexpr int32_t kEndMarkerRest = 5;
@@ -188,8 +188,7 @@ int32_t ElacConnection::ReceiveAcknowledge() {
   }
   Close();  // releases the request on this connection; NOTCONNECTED
   // The socket service stays started while no window holds it.
-  const uint16_t granted = platform::StartSocketService(kSocketVersion2);
-  if (granted != 0 && granted != kSocketVersion2) platform::StopSocketService();
+  StartSocketLibrary();
   // The acknowledge is stored and the state set before the window goes:
   // the reader thread's Open proceeds as soon as it sees the window gone.
   acknowledgeFrame_->Receive(std::span<const uint8_t>(dataBuffer_.data(), kDataBufferSize));

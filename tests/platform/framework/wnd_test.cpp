@@ -30,11 +30,6 @@ class RecordingWindow : public CWnd {
   int32_t createResult_;
 };
 
-void DispatchAll() {
-  WindowMessage message;
-  while (PeekThreadMessage(message)) DispatchThreadMessage(message);
-}
-
 TEST(WindowTest, MessagesPostedFromAnyThreadAreHandledOnTheOwningThreadInOrder) {
   RecordingWindow window;
   ASSERT_TRUE(window.CreateOnThisThread());
@@ -49,7 +44,7 @@ TEST(WindowTest, MessagesPostedFromAnyThreadAreHandledOnTheOwningThreadInOrder) 
   });
   poster.join();
   EXPECT_TRUE(window.handled.empty());  // nothing happens until the owner looks
-  DispatchAll();
+  DispatchThreadMessages();
   const auto here = std::this_thread::get_id();
   EXPECT_EQ(window.handled, (std::vector<RecordingWindow::Handled>{{1, here}, {2, here}}));
   EXPECT_EQ(DispatchThreadMessage({handle, 3, 42, 0}), 42);
@@ -67,7 +62,7 @@ TEST(WindowTest, DestroyedOrRefusedWindowsTakeNoMessages) {
   EXPECT_TRUE(window.DestroyWindow());
   EXPECT_FALSE(window.DestroyWindow());
   EXPECT_FALSE(PostWindowMessage(handle, 2, 0, 0));
-  DispatchAll();  // the message queued before the window went is dropped
+  DispatchThreadMessages();  // the message queued before the window went is dropped
   EXPECT_TRUE(window.handled.empty());
 }
 

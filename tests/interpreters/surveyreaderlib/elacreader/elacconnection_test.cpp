@@ -28,8 +28,7 @@ constexpr uint8_t kLoopback[4] = {127, 0, 0, 1};
 bool PumpUntil(const std::function<bool()>& done) {
   const auto end = std::chrono::steady_clock::now() + 5s;
   while (std::chrono::steady_clock::now() < end) {
-    platform::WindowMessage message;
-    while (platform::PeekThreadMessage(message)) platform::DispatchThreadMessage(message);
+    platform::DispatchThreadMessages();
     if (done()) return true;
     std::this_thread::sleep_for(1ms);
   }
