@@ -220,6 +220,14 @@ int32_t ReceiveSome(SocketHandle socket, void* into, int32_t length) {
 
 bool ShutdownSocket(SocketHandle socket) { return ::shutdown(Fd(socket), SHUT_RDWR) == 0; }
 
+bool ShutdownSending(SocketHandle socket) { return ::shutdown(Fd(socket), SHUT_WR) == 0; }
+
+bool AbortConnection(SocketHandle socket) {
+  const linger immediately{1, 0};
+  ::setsockopt(Fd(socket), SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
+  return CloseSocket(socket);
+}
+
 std::array<uint8_t, 4> LocalHostAddress() {
   std::array<uint8_t, 4> octets{};
   char name[100] = {};

@@ -87,6 +87,12 @@ bool WaitUntilReadable(SocketHandle socket, uint32_t milliseconds);
 int32_t ReceiveSome(SocketHandle socket, void* into, int32_t length);
 // Shuts both directions of a connection; false on failure.
 bool ShutdownSocket(SocketHandle socket);
+// Ends the sending direction only: the peer reads the end of the data and
+// can still send. False on failure.
+bool ShutdownSending(SocketHandle socket);
+// Closes the socket with a reset instead of an orderly end; false when it
+// was no open socket.
+bool AbortConnection(SocketHandle socket);
 
 // The first IPv4 address of the local host's name, first octet first;
 // 0.0.0.0 when the name does not resolve.

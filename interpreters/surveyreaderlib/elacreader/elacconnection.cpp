@@ -378,9 +378,8 @@ bool ElacConnection::receiveData(int32_t& processed, int32_t /*reserved*/) {
     consumed += decoder_.Decode(*this);
     if (!Running() || ended_) break;
     if (read == 0) {
-      if (consumed > 0 || waited || decoder_.capacity() < decoder_.wanted()) {
-        if (decoder_.held() < decoder_.capacity() || consumed > 0 || waited) break;
-      }
+      if (consumed > 0 || waited || !IsConnected()) break;
+      // Nothing was waiting: wait for data, but no longer than that.
       waited = true;
       if (!platform::WaitUntilReadable(socket_, kPendingDataWaitMs)) break;
       continue;
