@@ -119,15 +119,30 @@ int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32
   if (attempts == 0) attempts = kDefaultAttempts;
   bool connected = false;
   const std::atomic<int32_t>* running = control != nullptr ? control->running : nullptr;
+  platform::SocketHandle current = socket;
   for (int32_t attempt = 0; attempt < attempts && !connected; ++attempt) {
+    if (attempt > 0) {
+      // A socket whose connect failed may not connect again: each further
+      // attempt takes a fresh one, sized as the first.
+      const platform::SocketHandle fresh = platform::CreateIpv4Socket(socketType);
+      if (fresh == platform::kInvalidSocket) {
+        const uint32_t error = TraceLastSocketError();
+        if (lastError != nullptr) *lastError = error;
+        break;
+      }
+      platform::CloseSocket(current);
+      current = fresh;
+      *socketOut = current;
+      if (bufferSize < receiveBuffer) platform::SetReceiveBufferSize(current, receiveBuffer);
+    }
     if (running != nullptr && running->load() == 0) {
       if (lastError != nullptr) *lastError = platform::kSocketInterrupted;
       break;
     }
     connected = control != nullptr ? platform::ConnectIpv4Within(
-                                         socket, address, port, control->attemptMs,
+                                         current, address, port, control->attemptMs,
                                          running != nullptr ? StillRunning : nullptr, running)
-                                   : platform::ConnectIpv4(socket, address, port);
+                                   : platform::ConnectIpv4(current, address, port);
     if (!connected) {
       const uint32_t error = TraceLastSocketError();
       if (lastError != nullptr) *lastError = error;
@@ -137,7 +152,7 @@ int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32
   }
   if (!connected) return 0;  // the caller owns the socket and closes it
   if (keepBlocking != 0) return 1;
-  if (!platform::SetNonBlocking(socket)) {
+  if (!platform::SetNonBlocking(current)) {
     ERRORLOG(kErrorLogError, kErrorLogMessages[kErrUnixSocketFunction], "fcntl - F_GETFL");
   }
   return 1;
