@@ -96,8 +96,12 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
       {"close right after set-up", [](auto&) {}, false, 1, "xse: the exchange"},
       {"reset mid-stream", [&](auto& o) { o.resetAfterBytes = survey.size() / 2; }, true, 1,
        "xse: the XSE server at ADDR broke off the data connection"},
-      {"silent after set-up", [](auto& o) { o.closeAfterSurvey = false; }, false, 1,
-       "xse: no data from the XSE server at ADDR before the idle time ran out"},
+      {"silent after set-up",
+       [](auto& o) {
+         o.closeAfterSurvey = false;
+         o.waitMs = 3000;
+       },
+       false, 1, "xse: no data from the XSE server at ADDR before the idle time ran out"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
