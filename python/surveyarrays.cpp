@@ -15,11 +15,7 @@ RowHeader Header(const quor::SensorRec& record) {
 // fill values, so every ping of a field has as many entries as beams.
 template <typename T>
 void AppendRun(Runs<T>& runs, const T* values, uint32_t count, T fill) {
-  if (values != nullptr) {
-    runs.values.insert(runs.values.end(), values, values + count);
-  } else {
-    runs.values.insert(runs.values.end(), count, fill);
-  }
+  runs.values.Append(values, count, fill);
   runs.counts.push_back(count);
   runs.widest = std::max(runs.widest, count);
 }

@@ -5,11 +5,14 @@
 // object per record. Nothing here knows Python.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "platform/pagebuffer.h"
 
 namespace xsepython {
 
@@ -57,11 +60,42 @@ struct SidescanRow {
   float slantRange, soundVelocity, sampleInterval;
 };
 
+// A growing array of plain values on a PageBuffer: the per-beam and
+// per-sample runs reach hundreds of MiB, and a vector would copy them on
+// every doubling and fault them in page by page.
+template <typename T>
+class PagedArray {
+ public:
+  size_t size() const { return size_; }
+  const T* data() const { return static_cast<const T*>(buffer_.data()); }
+  // Appends `count` values from `values`, or `count` times `fill` when
+  // `values` is null. Throws std::bad_alloc when memory runs out.
+  void Append(const T* values, size_t count, T fill) {
+    if (!buffer_.Reserve((size_ + count) * sizeof(T))) throw std::bad_alloc();
+    T* at = static_cast<T*>(buffer_.data()) + size_;
+    if (values != nullptr) {
+      std::copy(values, values + count, at);
+    } else {
+      std::fill(at, at + count, fill);
+    }
+    size_ += count;
+  }
+  // The memory, for the caller to free with platform::PageBuffer::Free.
+  platform::PageBuffer::Block Release() {
+    size_ = 0;
+    return buffer_.Release();
+  }
+
+ private:
+  platform::PageBuffer buffer_;
+  size_t size_ = 0;
+};
+
 // Values of one kind for every ping, ping after ping: `values` holds
 // `counts[i]` values for ping i (NaN for a ping that does not carry them).
 template <typename T>
 struct Runs {
-  std::vector<T> values;
+  PagedArray<T> values;
   std::vector<uint32_t> counts;
   uint32_t widest = 0;
   // Whether every ping has `widest` values, so `values` is already the

@@ -90,6 +90,18 @@ py::array Adopt(std::vector<T>&& values, const py::dtype& dtype, std::vector<py:
   return py::array(dtype, std::move(shape), owner->data(), free);
 }
 
+// The same for a PagedArray, as a pings x width table.
+template <typename T>
+py::array Adopt(PagedArray<T>&& values, std::vector<py::ssize_t> shape) {
+  auto* block = new platform::PageBuffer::Block(values.Release());
+  py::capsule free(block, [](void* p) {
+    auto* owned = static_cast<platform::PageBuffer::Block*>(p);
+    platform::PageBuffer::Free(*owned);
+    delete owned;
+  });
+  return py::array(py::dtype::of<T>(), std::move(shape), static_cast<const T*>(block->data), free);
+}
+
 template <typename Row>
 py::array Rows(std::vector<Row>&& rows, const py::dtype& dtype) {
   const auto count = static_cast<py::ssize_t>(rows.size());
@@ -102,7 +114,7 @@ template <typename T>
 py::array Table(Runs<T>&& runs, T fill) {
   const auto pings = static_cast<py::ssize_t>(runs.counts.size());
   const auto width = static_cast<py::ssize_t>(runs.widest);
-  if (runs.Rectangular()) return Adopt(std::move(runs.values), py::dtype::of<T>(), {pings, width});
+  if (runs.Rectangular()) return Adopt(std::move(runs.values), {pings, width});
   py::array_t<T> table({pings, width});
   T* out = table.mutable_data();
   std::fill(out, out + pings * width, fill);
@@ -112,7 +124,7 @@ py::array Table(Runs<T>&& runs, T fill) {
     std::copy(in, in + count, out + ping * width);
     in += count;
   }
-  runs = {};
+  platform::PageBuffer::Free(runs.values.Release());
   return table;
 }
 
