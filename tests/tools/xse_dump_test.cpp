@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
-#include "support/memorystream.h"
+#include "support/capturedoutput.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
 #include "tools/framewriter/framewriter.h"
@@ -105,7 +105,7 @@ TEST(XseDumpCsv, SidescanGivesOneRowPerSample) {
 }
 
 TEST(XseDumpCsv, NamesWithCommasOrQuotesAreQuoted) {
-  xsetest::MemoryStream out;
+  xsetest::CapturedOutput out;
   {
     xsetool::CsvRecordWriter csv(out.file(), xsetool::RecordKind::kParameter);
     quor::ParameterRec record;
