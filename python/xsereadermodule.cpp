@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "interpreters/surveyreaderlib/soundings/soundings.h"
 #include "python/recorddicts.h"
 #include "python/surveyarrays.h"
 #include "xsereader/xsereader.h"
@@ -204,6 +205,48 @@ py::dict Read(const py::object& pathObject, const std::string& head) {
   return survey;
 }
 
+// soundings(): one row per georeferenced beam.
+struct SoundingRow {
+  double time;
+  int32_t pingNumber;
+  uint32_t beam;
+  double latitude;
+  double longitude;
+  float depth;
+  int16_t quality;
+};
+
+class SoundingRows final : public soundings::ISoundingSink {
+ public:
+  void HandleSounding(const soundings::Sounding& s) override {
+    rows.push_back({s.time.tv_sec + s.time.tv_usec * 1e-6, s.pingNumber, s.beam, s.latitude,
+                    s.longitude, s.depth, s.quality});
+  }
+  std::vector<SoundingRow> rows;
+};
+
+py::array Soundings(const py::object& pathObject, const std::string& head) {
+  const std::string path = PathArgument(pathObject);
+  auto reader = Open(path, HeadsArgument(head));
+  SoundingRows sink;
+  {
+    py::gil_scoped_release unlocked;
+    soundings::SoundingTarget target(sink);
+    reader->ReadAll(target);
+    target.Finish();
+  }
+  return Rows(std::move(sink.rows),
+              DtypeBuilder()
+                  .Field<double>("time", offsetof(SoundingRow, time))
+                  .Field<int32_t>("pingNumber", offsetof(SoundingRow, pingNumber))
+                  .Field<uint32_t>("beam", offsetof(SoundingRow, beam))
+                  .Field<double>("latitude", offsetof(SoundingRow, latitude))
+                  .Field<double>("longitude", offsetof(SoundingRow, longitude))
+                  .Field<float>("depth", offsetof(SoundingRow, depth))
+                  .Field<int16_t>("quality", offsetof(SoundingRow, quality))
+                  .Build(sizeof(SoundingRow)));
+}
+
 // records(): an iterator over one file's records.
 class RecordIterator {
  public:
@@ -241,6 +284,15 @@ arrays, NaN where a ping has fewer values or does not carry them; quality
 1970. head is "all", "first" or "second". Raises OSError when the file
 cannot be opened and ValueError for an unknown head; damaged data is
 skipped as `xse` skips it.)");
+
+  module.def("soundings", &Soundings, py::arg("path"), py::arg("head") = "all",
+             R"(Georeferences every beam of every ping of an XSE file, as `xse soundings`.
+
+Returns a structured array, one row per sounding: time (float64 seconds
+since 1970), pingNumber, beam, latitude and longitude (degrees, WGS84),
+depth (as recorded) and quality (-1 where the ping carries none). Pings
+outside the navigation, beams of quality 0 or without depth or distances,
+and positions not in WGS84 are left out. Raises as read() does.)");
 
   py::class_<RecordIterator>(module, "RecordIterator")
       .def("__iter__", [](RecordIterator& self) -> RecordIterator& { return self; })

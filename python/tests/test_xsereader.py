@@ -130,7 +130,7 @@ def test_pings_of_different_widths_are_padded(surveys):
     assert set(widths) == {16, 32} and depth.shape[1] == 32
 
 
-@pytest.mark.parametrize("call", [xsereader.read, xsereader.records])
+@pytest.mark.parametrize("call", [xsereader.read, xsereader.records, xsereader.soundings])
 def test_errors(tmp_path, surveys, call):
     with pytest.raises(FileNotFoundError, match="No such file or directory"):
         call(tmp_path / "missing.xse")
@@ -142,3 +142,15 @@ def test_errors(tmp_path, surveys, call):
         call(empty)
     with pytest.raises(ValueError, match="unknown head 'both'"):
         call(surveys["mixed"], head="both")
+
+
+@pytest.mark.parametrize("head", ["all", "second"])
+def test_soundings_are_the_tool(surveys, head):
+    points = xsereader.soundings(surveys["damaged"], head=head)
+    rows = xse("soundings", "--head", head, surveys["damaged"]).decode().splitlines()[1:]
+    assert len(points) == len(rows) > 0
+    for point, row in zip(points[:: max(1, len(points) // 50)], rows[:: max(1, len(rows) // 50)]):
+        _, ping, beam, lat, lon, depth, quality = row.split(",")
+        assert (point["pingNumber"], point["beam"], point["quality"]) == (int(ping), int(beam), int(quality))
+        assert abs(point["latitude"] - float(lat)) < 1e-9 and abs(point["longitude"] - float(lon)) < 1e-9
+        assert point["depth"] == np.float32(depth)
