@@ -18,5 +18,6 @@ int RunInfoCommand(std::span<const std::string_view> args);
 int RunRunCommand(std::span<const std::string_view> args);
 int RunCheckCommand(std::span<const std::string_view> args);
 int RunServeCommand(std::span<const std::string_view> args);
+int RunSoundingsCommand(std::span<const std::string_view> args);
 
 }  // namespace xsetool
