@@ -9,7 +9,6 @@
 #include <span>
 #include <vector>
 
-#include "fuzz/checkingtarget.h"
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 #include "interpreters/surveyreaderlib/elacreader/livedecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/memorystream.h"
