@@ -135,7 +135,7 @@ bool ElacConnection::Connect(int32_t type, int16_t port, const uint8_t* address,
   QUORLOG(1, "Socket to XSE Port %d -> soc %d ret %d", port_, static_cast<int32_t>(socket_),
           connected);
   if (connected == 0) {
-    ReportReceiveError(lastError());
+    TraceSocketError(lastError());  // a connect error: the connect texts
     return false;
   }
   SetPacketLength(kRequestPacketLength);
@@ -275,7 +275,7 @@ bool ElacConnection::Open(const char* /*name*/) {
   if (connected == 0) {
     QUORLOG(1, "Couldn't connect finally to server port %d!?", acknowledgeFrame_->SignedDataPort());
     state_ = NOTCONNECTED;
-    ReportReceiveError(lastError());
+    TraceSocketError(lastError());  // a connect error: the connect texts
     failed_ = true;
     return false;
   }
