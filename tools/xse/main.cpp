@@ -17,6 +17,8 @@ constexpr const char* kUsage =
     "  run FILE...      read the files through the reader plug-in, as the host does\n"
     "  check FILE...    ask the reader plug-in whether it can read each file\n"
     "  serve FILE       play a file as a live XSE data server on 127.0.0.1\n"
+    "  settings         show the reader's settings page\n"
+    "  plot FILE        draw a survey's track, swath or sidescan into a PNG\n"
     "\n"
     "Run 'xse COMMAND --help' for the options of a command.\n";
 
@@ -40,6 +42,8 @@ int main(int argc, char** argv) {
   if (command == "run") return xsetool::RunRunCommand(rest);
   if (command == "check") return xsetool::RunCheckCommand(rest);
   if (command == "serve") return xsetool::RunServeCommand(rest);
+  if (command == "settings") return xsetool::RunSettingsCommand(rest);
+  if (command == "plot") return xsetool::RunPlotCommand(rest);
   std::fprintf(stderr, "xse: unknown command '%.*s'\n%s", static_cast<int>(command.size()),
                command.data(), kUsage);
   return xsetool::kExitUsage;

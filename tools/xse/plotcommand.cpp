@@ -1,0 +1,169 @@
+// xse plot: a picture of a survey (track, swath depths or sidescan) as PNG.
+// The file is decoded twice, streaming: first to learn the extent of what
+// is drawn, then to draw each record into an image-sized accumulator.
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "interpreters/surveyreaderlib/elacreader/elacfile.h"
+#include "platform/terminal.h"
+#include "tools/plot/pngfile.h"
+#include "tools/plot/surveyextent.h"
+#include "tools/plot/surveyplots.h"
+#include "tools/xse/argparse.h"
+#include "tools/xse/commands.h"
+#include "tools/xse/progressbar.h"
+
+namespace xsetool {
+namespace {
+
+constexpr const char* kPlotUsage =
+    "usage: xse plot --kind track|swath|waterfall [--head all|first|second]\n"
+    "                [--width N] [--height N] FILE -o OUT.png\n";
+
+constexpr const char* kPlotHelp =
+    "Draws a survey into a PNG:\n"
+    "  track      the vessel's positions seen from above, north up, in metres\n"
+    "             from the first fix, each bathymetry ping marked, with a scale\n"
+    "  swath      depth along the track: a column per ping, a row per beam\n"
+    "             (port at the top), coloured shallow red to deep blue\n"
+    "  waterfall  sidescan: a row per ping (first at the top), port to\n"
+    "             starboard, grey by amplitude as recorded (gains applied)\n"
+    "A large survey is averaged down to the picture's size as it streams.\n"
+    "\n"
+    "  --kind KIND     track, swath or waterfall\n"
+    "  --head MODE     bathymetry head selection: all (default), first, second\n"
+    "  --width N       picture width in pixels (default 800, 100 to 8000)\n"
+    "  --height N      picture height in pixels (default 600, 100 to 8000)\n"
+    "  -o, --output F  the PNG to write\n"
+    "  --help          show this help\n";
+
+int PlotUsageError(const std::string& message) {
+  std::fprintf(stderr, "xse plot: %s\n%s", message.c_str(), kPlotUsage);
+  return kExitUsage;
+}
+
+enum class PlotKind { kTrack, kSwath, kWaterfall };
+
+// Decodes `path` into `target`, advancing `progress` from `base`. False,
+// with `error` set, when the file cannot be opened or is empty.
+bool Decode(const std::string& path, int32_t mode, quor::ISurveyTarget& target,
+            ProgressBar& progress, uint64_t base, std::string& error) {
+  ElacFile source(&target);
+  source.SetMode(mode);
+  if (!source.Open(path.c_str())) {
+    error = source.IsOpen() ? "file is empty" : source.openError();
+    return false;
+  }
+  uint64_t done = base;
+  int32_t processed = 0;
+  while (source.receiveData(processed, 0)) {
+    if (processed > 0) done += static_cast<uint64_t>(processed);
+    progress.Update(done);
+  }
+  return true;
+}
+
+template <typename Plot>
+xseplot::Raster Draw(const std::string& path, int32_t mode, const xseplot::SurveyExtent& extent,
+                     int width, int height, ProgressBar& progress, uint64_t base,
+                     std::string& error, bool& ok) {
+  Plot plot(extent, width, height);
+  ok = Decode(path, mode, plot, progress, base, error);
+  return plot.Render();
+}
+
+}  // namespace
+
+int RunPlotCommand(std::span<const std::string_view> args) {
+  std::optional<PlotKind> kind;
+  int32_t mode = ElacReader::kAllBeams;
+  int width = 800, height = 600;
+  std::optional<std::string> output;
+  std::optional<std::string> input;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string_view arg = args[i];
+    if (arg == "--help" || arg == "-h") {
+      std::fputs(kPlotUsage, stdout);
+      std::fputs(kPlotHelp, stdout);
+      return kExitOk;
+    }
+    if (arg == "--kind" || arg == "--head" || arg == "--width" || arg == "--height" ||
+        arg == "-o" || arg == "--output") {
+      if (i + 1 >= args.size()) return PlotUsageError(std::string(arg) + " needs a value");
+      const std::string_view value = args[++i];
+      const std::string quoted = "'" + std::string(value) + "'";
+      if (arg == "--kind") {
+        if (value == "track") {
+          kind = PlotKind::kTrack;
+        } else if (value == "swath") {
+          kind = PlotKind::kSwath;
+        } else if (value == "waterfall") {
+          kind = PlotKind::kWaterfall;
+        } else {
+          return PlotUsageError("unknown kind " + quoted);
+        }
+      } else if (arg == "--head") {
+        if (value == "all") {
+          mode = ElacReader::kAllBeams;
+        } else if (value == "first") {
+          mode = ElacReader::kFirstHead;
+        } else if (value == "second") {
+          mode = ElacReader::kSecondHead;
+        } else {
+          return PlotUsageError("unknown head " + quoted);
+        }
+      } else if (arg == "--width" || arg == "--height") {
+        const auto pixels = ParseUnsigned(value);
+        if (!pixels || *pixels < xseplot::kMinPlotSize || *pixels > xseplot::kMaxPlotSize)
+          return PlotUsageError("invalid " + std::string(arg.substr(2)) + " " + quoted +
+                                " (100 to 8000)");
+        (arg == "--width" ? width : height) = static_cast<int>(*pixels);
+      } else {
+        if (value.empty()) return PlotUsageError("empty output name");
+        output = std::string(value);
+      }
+      continue;
+    }
+    if (arg.size() > 1 && arg.front() == '-')
+      return PlotUsageError("unknown option '" + std::string(arg) + "'");
+    if (input) return PlotUsageError("one input file only");
+    input = std::string(arg);
+  }
+  if (!kind) return PlotUsageError("--kind is needed");
+  if (!input) return PlotUsageError("no input file");
+  if (!output) return PlotUsageError("-o OUT.png is needed");
+
+  ElacFile sizer;
+  const uint64_t size = sizer.Open(input->c_str()) ? sizer.size64() : 0;
+  sizer.Close();
+  ProgressBar progress(stderr, platform::IsTerminal(platform::StandardStream::kError), *input,
+                       2 * size);
+  std::string error;
+  xseplot::SurveyExtent extent;
+  if (!Decode(*input, mode, extent, progress, 0, error)) {
+    progress.Finish();
+    std::fprintf(stderr, "xse: cannot open %s: %s\n", input->c_str(), error.c_str());
+    return kExitFailure;
+  }
+  bool ok = false;
+  const xseplot::Raster picture =
+      *kind == PlotKind::kTrack
+          ? Draw<xseplot::TrackPlot>(*input, mode, extent, width, height, progress, size, error, ok)
+      : *kind == PlotKind::kSwath
+          ? Draw<xseplot::SwathPlot>(*input, mode, extent, width, height, progress, size, error, ok)
+          : Draw<xseplot::WaterfallPlot>(*input, mode, extent, width, height, progress, size, error,
+                                         ok);
+  progress.Finish();
+  if (!ok) {
+    std::fprintf(stderr, "xse: cannot open %s: %s\n", input->c_str(), error.c_str());
+    return kExitFailure;
+  }
+  if (!xseplot::WritePngFile(*output, picture, error)) {
+    std::fprintf(stderr, "xse: cannot write %s: %s\n", output->c_str(), error.c_str());
+    return kExitFailure;
+  }
+  return kExitOk;
+}
+
+}  // namespace xsetool
