@@ -72,7 +72,7 @@ void Raster::Disc(int x, int y, int radius, Rgb colour) {
 void Raster::Text(int x, int y, std::string_view text, Rgb colour, int scale) {
   for (const char c : text) {
     const Glyph& glyph = GlyphOf(c);
-    for (int row = 0; row < 7; ++row)
+    for (int row = 0; row < 9; ++row)
       for (int column = 0; column < 5; ++column)
         if ((glyph.rows[row] >> (4 - column)) & 1)
           FillRect(x + column * scale, y + row * scale, scale, scale, colour);

@@ -70,9 +70,9 @@ class SwathPlot final : public quor::ISurveyTarget {
 };
 
 // Sidescan: one row per ping (pings averaged when there are more than rows),
-// first ping at the top, port to starboard, grey on a logarithmic scale of
-// the amplitudes as recorded (gains applied), from their 1st to their 99.5th
-// percentile.
+// first ping at the top, port to starboard, grey in proportion to the
+// amplitude as recorded (gains applied), white from the 99.5th percentile
+// of all amplitudes up.
 class WaterfallPlot final : public quor::ISurveyTarget {
  public:
   WaterfallPlot(const SurveyExtent& extent, int width, int height);

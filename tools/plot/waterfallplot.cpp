@@ -59,9 +59,9 @@ Raster WaterfallPlot::Render() const {
   picture.Text(area_.x + area_.width - Raster::TextWidth("stbd", scale), area_.y - text - 4, "stbd",
                kBlack, scale);
   picture.StrokeRect(area_.x - 1, area_.y - 1, area_.width + 2, area_.height + 2, kBlack);
-  const double low = extent_.amplitudes.Log2Quantile(0.01);
-  double high = extent_.amplitudes.Log2Quantile(0.995);
-  if (high <= low) high = low + 1;
+  // Linear in the amplitude, which the recorded gains have already levelled
+  // across the range; the brightest half percent saturates.
+  const double white = std::exp2(extent_.amplitudes.Log2Quantile(0.995));
   for (int row = 0; row < area_.height; ++row) {
     for (int column = 0; column < area_.width; ++column) {
       const size_t at =
@@ -69,7 +69,7 @@ Raster WaterfallPlot::Render() const {
       Rgb colour = kNoData;
       if (count_[at] != 0) {
         const double mean = static_cast<double>(sum_[at]) / count_[at];
-        colour = mean > 0 ? Grey((std::log2(mean) - low) / (high - low)) : kBlack;
+        colour = Grey(mean / white);
       }
       picture.Set(area_.x + column, area_.y + row, colour);
     }
