@@ -15,6 +15,7 @@ constexpr Rgb kPing = {245, 150, 30};
 constexpr Rgb kStart = {30, 160, 60};
 constexpr Rgb kEnd = {200, 30, 30};
 constexpr Rgb kOn = {1, 1, 1};
+constexpr int kInset = 6;
 
 int TextScale(int width) { return width >= 400 ? 2 : 1; }
 
@@ -28,7 +29,10 @@ TrackPlot::TrackPlot(const SurveyExtent& extent, int width, int height)
       marks_(width_, height_, {}) {
   const int scale = TextScale(width_);
   const int top = 12 + Raster::TextHeight(scale), bottom = 24 + 2 * Raster::TextHeight(scale);
-  area_ = {16, top, width_ - 32, height_ - top - bottom};
+  // The frame keeps kInset pixels clear around the track, so the start and
+  // end marks are never cut.
+  area_ = {16 + kInset, top + kInset, width_ - 32 - 2 * kInset,
+           height_ - top - bottom - 2 * kInset};
   if (!extent.east.empty()) {
     const double spanEast = extent.east.max - extent.east.min;
     const double spanNorth = extent.north.max - extent.north.min;
@@ -73,7 +77,8 @@ void TrackPlot::HandleMultibeam(const quor::MultibeamRec& /*record*/) {
 Raster TrackPlot::Render() const {
   Raster picture(width_, height_, kWhite);
   const int scale = TextScale(width_);
-  picture.StrokeRect(area_.x - 1, area_.y - 1, area_.width + 2, area_.height + 2, kFrame);
+  picture.StrokeRect(area_.x - kInset, area_.y - kInset, area_.width + 2 * kInset,
+                     area_.height + 2 * kInset, kFrame);
   picture.Text(area_.x, 6,
                "track: " + std::to_string(extent_.fixes) + " fixes, " +
                    std::to_string(extent_.pings) + " pings",
