@@ -31,7 +31,7 @@ void OnError(png_structp png, png_const_charp message) {
 
 void OnWarning(png_structp /*png*/, png_const_charp /*message*/) {}
 
-bool Encode(const Raster& raster, png_bytep* rows, PngSink& sink) {
+bool Encode(const Raster& raster, bool grey, png_bytep* rows, PngSink& sink) {
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &sink, &OnError, &OnWarning);
   if (png == nullptr) {
     *sink.error = "libpng could not start";
@@ -45,8 +45,10 @@ bool Encode(const Raster& raster, png_bytep* rows, PngSink& sink) {
   }
   png_set_write_fn(png, &sink, &AppendBytes, &NoFlush);
   png_set_IHDR(png, info, static_cast<png_uint_32>(raster.width()),
-               static_cast<png_uint_32>(raster.height()), 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+               static_cast<png_uint_32>(raster.height()), 8,
+               grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_set_compression_level(png, 9);
   png_set_rows(png, info, rows);
   png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
   png_destroy_write_struct(&png, &info);
@@ -56,16 +58,27 @@ bool Encode(const Raster& raster, png_bytep* rows, PngSink& sink) {
 }  // namespace
 
 std::vector<uint8_t> EncodePng(const Raster& raster, std::string& error) {
-  std::vector<uint8_t> bytes;
+  // A picture without colour (a sidescan waterfall) is written as grey:
+  // a third of the bytes to compress.
+  const std::vector<uint8_t>& rgb = raster.pixels();
+  bool grey = true;
+  for (size_t i = 0; grey && i < rgb.size(); i += 3)
+    grey = rgb[i] == rgb[i + 1] && rgb[i] == rgb[i + 2];
+  std::vector<uint8_t> levels;
+  if (grey) {
+    levels.resize(rgb.size() / 3);
+    for (size_t i = 0; i < levels.size(); ++i) levels[i] = rgb[3 * i];
+  }
+  const size_t stride = static_cast<size_t>(raster.width()) * (grey ? 1 : 3);
+  auto* pixels = grey ? levels.data() : const_cast<uint8_t*>(rgb.data());
   std::vector<png_bytep> rows(static_cast<size_t>(raster.height()));
-  auto* pixels = const_cast<uint8_t*>(raster.pixels().data());
-  for (size_t row = 0; row < rows.size(); ++row)
-    rows[row] = pixels + row * static_cast<size_t>(raster.width()) * 3;
+  for (size_t row = 0; row < rows.size(); ++row) rows[row] = pixels + row * stride;
+  std::vector<uint8_t> bytes;
   // Room for the whole picture up front: a bad_alloc cannot be thrown from
   // inside libpng's callback then, short of a picture that does not compress.
-  bytes.reserve(raster.pixels().size() / 2 + 1024);
+  bytes.reserve(stride * rows.size() + 1024);
   PngSink sink{&bytes, &error};
-  if (!Encode(raster, rows.data(), sink)) return {};
+  if (!Encode(raster, grey, rows.data(), sink)) return {};
   return bytes;
 }
 

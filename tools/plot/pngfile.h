@@ -1,4 +1,5 @@
-// Writes a Raster as an 8-bit RGB PNG with libpng.
+// Writes a Raster as an 8-bit PNG with libpng: RGB, or grey when no pixel
+// has colour.
 #pragma once
 
 #include <cstdint>

@@ -45,17 +45,20 @@ int PlotUsageError(const std::string& message) {
 
 enum class PlotKind { kTrack, kSwath, kWaterfall };
 
-// Decodes `path` into `target`, advancing `progress` from `base`. False,
-// with `error` set, when the file cannot be opened or is empty.
-bool Decode(const std::string& path, int32_t mode, quor::ISurveyTarget& target,
-            ProgressBar& progress, uint64_t base, std::string& error) {
+// Decodes `path` into `target`, with a progress bar labelled `pass` for a
+// person watching stderr. False, with `error` set, when the file cannot be
+// opened or is empty.
+bool Decode(const std::string& path, int32_t mode, quor::ISurveyTarget& target, const char* pass,
+            std::string& error) {
   ElacFile source(&target);
   source.SetMode(mode);
   if (!source.Open(path.c_str())) {
     error = source.IsOpen() ? "file is empty" : source.openError();
     return false;
   }
-  uint64_t done = base;
+  ProgressBar progress(stderr, platform::IsTerminal(platform::StandardStream::kError),
+                       std::string(pass) + " " + path, source.size64());
+  uint64_t done = 0;
   int32_t processed = 0;
   while (source.receiveData(processed, 0)) {
     if (processed > 0) done += static_cast<uint64_t>(processed);
@@ -66,10 +69,9 @@ bool Decode(const std::string& path, int32_t mode, quor::ISurveyTarget& target,
 
 template <typename Plot>
 xseplot::Raster Draw(const std::string& path, int32_t mode, const xseplot::SurveyExtent& extent,
-                     int width, int height, ProgressBar& progress, uint64_t base,
-                     std::string& error, bool& ok) {
+                     int width, int height, std::string& error, bool& ok) {
   Plot plot(extent, width, height);
-  ok = Decode(path, mode, plot, progress, base, error);
+  ok = Decode(path, mode, plot, "drawing", error);
   return plot.Render();
 }
 
@@ -134,27 +136,19 @@ int RunPlotCommand(std::span<const std::string_view> args) {
   if (!input) return PlotUsageError("no input file");
   if (!output) return PlotUsageError("-o OUT.png is needed");
 
-  ElacFile sizer;
-  const uint64_t size = sizer.Open(input->c_str()) ? sizer.size64() : 0;
-  sizer.Close();
-  ProgressBar progress(stderr, platform::IsTerminal(platform::StandardStream::kError), *input,
-                       2 * size);
   std::string error;
   xseplot::SurveyExtent extent;
-  if (!Decode(*input, mode, extent, progress, 0, error)) {
-    progress.Finish();
+  if (!Decode(*input, mode, extent, "measuring", error)) {
     std::fprintf(stderr, "xse: cannot open %s: %s\n", input->c_str(), error.c_str());
     return kExitFailure;
   }
   bool ok = false;
   const xseplot::Raster picture =
       *kind == PlotKind::kTrack
-          ? Draw<xseplot::TrackPlot>(*input, mode, extent, width, height, progress, size, error, ok)
+          ? Draw<xseplot::TrackPlot>(*input, mode, extent, width, height, error, ok)
       : *kind == PlotKind::kSwath
-          ? Draw<xseplot::SwathPlot>(*input, mode, extent, width, height, progress, size, error, ok)
-          : Draw<xseplot::WaterfallPlot>(*input, mode, extent, width, height, progress, size, error,
-                                         ok);
-  progress.Finish();
+          ? Draw<xseplot::SwathPlot>(*input, mode, extent, width, height, error, ok)
+          : Draw<xseplot::WaterfallPlot>(*input, mode, extent, width, height, error, ok);
   if (!ok) {
     std::fprintf(stderr, "xse: cannot open %s: %s\n", input->c_str(), error.c_str());
     return kExitFailure;
