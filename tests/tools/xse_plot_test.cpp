@@ -67,10 +67,12 @@ TEST(XsePlotTest, UsageAndFileErrors) {
     std::string err;
   } cases[] = {
       {{"plot", "some.xse", "-o", out}, 2, "xse plot: --kind is needed\n"},
-      {{"plot", "--kind", "depth", "some.xse", "-o", out}, 2, "xse plot: unknown kind 'depth'\n"},
+      {{"plot", "--kind", "depth", "some.xse", "-o", out},
+       2,
+       "xse plot: invalid value 'depth' for --kind\n"},
       {{"plot", "--kind", "track", "--width", "99", "some.xse", "-o", out},
        2,
-       "xse plot: invalid width '99' (100 to 8000)\n"},
+       "xse plot: invalid value '99' for --width\n"},
       {{"plot", "--kind", "track", "some.xse"}, 2, "xse plot: -o OUT.png is needed\n"},
       {{"plot", "--kind", "track", dir.File("missing.xse"), "-o", out},
        1,

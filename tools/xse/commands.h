@@ -20,5 +20,6 @@ int RunCheckCommand(std::span<const std::string_view> args);
 int RunServeCommand(std::span<const std::string_view> args);
 int RunSettingsCommand(std::span<const std::string_view> args);
 int RunPlotCommand(std::span<const std::string_view> args);
+int RunSoundingsCommand(std::span<const std::string_view> args);
 
 }  // namespace xsetool

@@ -19,6 +19,7 @@ constexpr const char* kUsage =
     "  serve FILE       play a file as a live XSE data server on 127.0.0.1\n"
     "  settings         show the reader's settings page\n"
     "  plot FILE        draw a survey's track, swath or sidescan into a PNG\n"
+    "  soundings FILE...  every beam as a point on the earth (CSV or xyz)\n"
     "\n"
     "Run 'xse COMMAND --help' for the options of a command.\n";
 
@@ -44,6 +45,7 @@ int main(int argc, char** argv) {
   if (command == "serve") return xsetool::RunServeCommand(rest);
   if (command == "settings") return xsetool::RunSettingsCommand(rest);
   if (command == "plot") return xsetool::RunPlotCommand(rest);
+  if (command == "soundings") return xsetool::RunSoundingsCommand(rest);
   std::fprintf(stderr, "xse: unknown command '%.*s'\n%s", static_cast<int>(command.size()),
                command.data(), kUsage);
   return xsetool::kExitUsage;

@@ -11,6 +11,7 @@
 #include "tools/plot/surveyextent.h"
 #include "tools/plot/surveyplots.h"
 #include "tools/xse/argparse.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/progressbar.h"
 
@@ -37,11 +38,6 @@ constexpr const char* kPlotHelp =
     "  --height N      picture height in pixels (default 600, 100 to 8000)\n"
     "  -o, --output F  the PNG to write\n"
     "  --help          show this help\n";
-
-int PlotUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse plot: %s\n%s", message.c_str(), kPlotUsage);
-  return kExitUsage;
-}
 
 enum class PlotKind { kTrack, kSwath, kWaterfall };
 
@@ -82,59 +78,42 @@ int RunPlotCommand(std::span<const std::string_view> args) {
   int32_t mode = ElacReader::kAllBeams;
   int width = 800, height = 600;
   std::optional<std::string> output;
-  std::optional<std::string> input;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string_view arg = args[i];
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kPlotUsage, stdout);
-      std::fputs(kPlotHelp, stdout);
-      return kExitOk;
-    }
-    if (arg == "--kind" || arg == "--head" || arg == "--width" || arg == "--height" ||
-        arg == "-o" || arg == "--output") {
-      if (i + 1 >= args.size()) return PlotUsageError(std::string(arg) + " needs a value");
-      const std::string_view value = args[++i];
-      const std::string quoted = "'" + std::string(value) + "'";
-      if (arg == "--kind") {
-        if (value == "track") {
-          kind = PlotKind::kTrack;
-        } else if (value == "swath") {
-          kind = PlotKind::kSwath;
-        } else if (value == "waterfall") {
-          kind = PlotKind::kWaterfall;
-        } else {
-          return PlotUsageError("unknown kind " + quoted);
-        }
-      } else if (arg == "--head") {
-        if (value == "all") {
-          mode = ElacReader::kAllBeams;
-        } else if (value == "first") {
-          mode = ElacReader::kFirstHead;
-        } else if (value == "second") {
-          mode = ElacReader::kSecondHead;
-        } else {
-          return PlotUsageError("unknown head " + quoted);
-        }
-      } else if (arg == "--width" || arg == "--height") {
-        const auto pixels = ParseUnsigned(value);
-        if (!pixels || *pixels < xseplot::kMinPlotSize || *pixels > xseplot::kMaxPlotSize)
-          return PlotUsageError("invalid " + std::string(arg.substr(2)) + " " + quoted +
-                                " (100 to 8000)");
-        (arg == "--width" ? width : height) = static_cast<int>(*pixels);
-      } else {
-        if (value.empty()) return PlotUsageError("empty output name");
-        output = std::string(value);
-      }
-      continue;
-    }
-    if (arg.size() > 1 && arg.front() == '-')
-      return PlotUsageError("unknown option '" + std::string(arg) + "'");
-    if (input) return PlotUsageError("one input file only");
-    input = std::string(arg);
-  }
-  if (!kind) return PlotUsageError("--kind is needed");
-  if (!input) return PlotUsageError("no input file");
-  if (!output) return PlotUsageError("-o OUT.png is needed");
+  CommandLine line("plot", kPlotUsage, kPlotHelp);
+  line.Value("--kind", [&](std::string_view value) {
+    if (value == "track") kind = PlotKind::kTrack;
+    if (value == "swath") kind = PlotKind::kSwath;
+    if (value == "waterfall") kind = PlotKind::kWaterfall;
+    return value == "track" || value == "swath" || value == "waterfall";
+  });
+  line.Value("--head", [&](std::string_view value) {
+    if (value == "all") mode = ElacReader::kAllBeams;
+    if (value == "first") mode = ElacReader::kFirstHead;
+    if (value == "second") mode = ElacReader::kSecondHead;
+    return value == "all" || value == "first" || value == "second";
+  });
+  const auto pixelsInto = [](int& target) {
+    return [&target](std::string_view value) {
+      const auto pixels = ParseUnsigned(value);
+      if (!pixels || *pixels < xseplot::kMinPlotSize || *pixels > xseplot::kMaxPlotSize)
+        return false;
+      target = static_cast<int>(*pixels);
+      return true;
+    };
+  };
+  line.Value("--width", pixelsInto(width));
+  line.Value("--height", pixelsInto(height));
+  const auto outputInto = [&](std::string_view value) {
+    output = std::string(value);
+    return !value.empty();
+  };
+  line.Value("-o", outputInto);
+  line.Value("--output", outputInto);
+  if (const auto exit = line.Parse(args)) return *exit;
+  if (!kind) return line.UsageError("--kind is needed");
+  if (line.operands().size() != 1)
+    return line.UsageError(line.operands().empty() ? "no input file" : "one input file only");
+  if (!output) return line.UsageError("-o OUT.png is needed");
+  const std::string* input = &line.operands().front();
 
   std::string error;
   xseplot::SurveyExtent extent;

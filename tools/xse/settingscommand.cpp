@@ -20,6 +20,7 @@
 #include "platform/qtframework/qtmessagebox.h"
 #include "platform/qtframework/qtpropertysheet.h"
 #include "tools/xse/argparse.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/jsontext.h"
 
@@ -46,11 +47,6 @@ constexpr const char* kSettingsHelp =
     "  --help               show this help\n"
     "\n"
     "Without a display, the page needs --screenshot or --press.\n";
-
-int SettingsUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse settings: %s\n%s", message.c_str(), kSettingsUsage);
-  return kExitUsage;
-}
 
 bool HasDisplay() {
   if (const auto qpa = platform::GetEnvironmentVariable("QT_QPA_PLATFORM")) {
@@ -95,40 +91,32 @@ int RunSettingsCommand(std::span<const std::string_view> args) {
   int32_t mean = 0;
   std::optional<std::string> screenshot;
   std::optional<bool> pressOk;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string_view arg = args[i];
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kSettingsUsage, stdout);
-      std::fputs(kSettingsHelp, stdout);
-      return kExitOk;
-    }
-    if (arg != "--intensity" && arg != "--gain" && arg != "--mean" && arg != "--screenshot" &&
-        arg != "--press") {
-      return SettingsUsageError("unknown argument '" + std::string(arg) + "'");
-    }
-    if (i + 1 >= args.size()) return SettingsUsageError(std::string(arg) + " needs a value");
-    const std::string_view value = args[++i];
-    const auto invalid = [&] {
-      return SettingsUsageError("invalid " + std::string(arg.substr(2)) + " '" +
-                                std::string(value) + "'");
-    };
-    if (arg == "--intensity" || arg == "--mean") {
+  CommandLine line("settings", kSettingsUsage, kSettingsHelp);
+  const auto int32Into = [](int32_t& target) {
+    return [&target](std::string_view value) {
       const auto number = ParseInt32(value);
-      if (!number) return invalid();
-      (arg == "--intensity" ? intensity : mean) = *number;
-    } else if (arg == "--gain") {
-      const auto number = ParseFinite(value);
-      if (!number || std::fabs(*number) > static_cast<double>(FLT_MAX)) return invalid();
-      gain = static_cast<float>(*number);
-    } else if (arg == "--screenshot") {
-      if (value.empty()) return invalid();
-      screenshot = std::string(value);
-    } else if (value == "ok" || value == "cancel") {
-      pressOk = value == "ok";
-    } else {
-      return invalid();
-    }
-  }
+      target = number.value_or(0);
+      return number.has_value();
+    };
+  };
+  line.Value("--intensity", int32Into(intensity));
+  line.Value("--mean", int32Into(mean));
+  line.Value("--gain", [&](std::string_view value) {
+    const auto number = ParseFinite(value);
+    if (!number || std::fabs(*number) > static_cast<double>(FLT_MAX)) return false;
+    gain = static_cast<float>(*number);
+    return true;
+  });
+  line.Value("--screenshot", [&](std::string_view value) {
+    screenshot = std::string(value);
+    return !value.empty();
+  });
+  line.Value("--press", [&](std::string_view value) {
+    pressOk = value == "ok";
+    return value == "ok" || value == "cancel";
+  });
+  if (const auto exit = line.Parse(args)) return *exit;
+  if (!line.operands().empty()) return line.UsageError("takes no operands");
 
   // Without a display the page can only be drawn offscreen, which suits a
   // screenshot or a script, not a person.
