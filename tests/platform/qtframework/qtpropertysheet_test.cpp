@@ -26,6 +26,12 @@
 // fontconfig, under Qt's font database, keeps allocations for the life of
 // the process that LeakSanitizer reports; nothing else is excused.
 extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
+// Qt hands work to its own thread pool (painting, the message box); Qt is
+// not built for ThreadSanitizer, which then sees races inside it. Only
+// reports with a frame in a Qt library are excused.
+extern "C" const char* __tsan_default_suppressions() {
+  return "race:libQt6Core.so\nrace:libQt6Gui.so\nrace:libQt6Widgets.so\n";
+}
 
 namespace {
 
