@@ -23,8 +23,9 @@ class QtPropertySheet : public QDialog {
  public:
   // Shows `page` in a new sheet: runs the page's Create (and so its
   // OnInitDialog) and then puts the controls' state into the widgets. Null
-  // when the page's template is not in the resource chain. `page` must
-  // outlive the sheet. Needs a QApplication.
+  // when the page's template is not in the resource chain. `page` and
+  // `parent` must outlive the sheet, which is the caller's to destroy.
+  // Needs a QApplication.
   static std::unique_ptr<QtPropertySheet> Open(CPropertyPage& page, QWidget* parent = nullptr);
   ~QtPropertySheet() override;
 
