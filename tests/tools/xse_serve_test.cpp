@@ -143,14 +143,12 @@ TEST(XseServeTest, UsageAndUnreachableServers) {
   const std::string closed = "127.0.0.1:" + std::to_string(FreePort());
   const Case cases[] = {
       {{"serve"}, 2, "xse serve: no input file\n"},
-      {{"serve", "--port", "70000", "a.xse"}, 2, "xse serve: bad port '70000'\n"},
-      {{"serve", "--rate", "0", "a.xse"}, 2, "xse serve: bad rate '0'\n"},
+      {{"serve", "--port", "70000", "a.xse"}, 2, "xse serve: invalid value '70000' for --port\n"},
+      {{"serve", "--rate", "0", "a.xse"}, 2, "xse serve: invalid value '0' for --rate\n"},
       {{"serve", "/nonexistent/a.xse"},
        1,
        "xse serve: /nonexistent/a.xse: No such file or directory\n"},
-      {{"run", "--connect", "1.2.3:4"},
-       2,
-       "xse run: bad server address '1.2.3:4' (ADDRESS:PORT)\n"},
+      {{"run", "--connect", "1.2.3:4"}, 2, "xse run: invalid value '1.2.3:4' for --connect\n"},
       {{"dump", "--idle-exit", "1", "a.xse"}, 2, "xse dump: --idle-exit needs --connect\n"},
       {{"run", "--connect", closed, "--duration", "1"},
        1,

@@ -75,4 +75,10 @@ std::optional<double> ParseFinite(std::string_view text) {
   return value;
 }
 
+std::optional<uint64_t> ParseSecondsAsMilliseconds(std::string_view text) {
+  const auto seconds = ParsePositive(text);
+  if (!seconds || *seconds > 1e6) return std::nullopt;
+  return static_cast<uint64_t>(*seconds * 1000.0);
+}
+
 }  // namespace xsetool

@@ -9,8 +9,10 @@
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "tools/xse/argparse.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/csvwriter.h"
+#include "tools/xse/headoption.h"
 #include "tools/xse/livehost.h"
 #include "tools/xse/recordfilter.h"
 #include "tools/xse/recordjsonwriter.h"
@@ -44,16 +46,9 @@ constexpr const char* kDumpHelp =
     "status 0 when data arrived and the exchange held, 1 with the reason on\n"
     "stderr when it failed or no data came, 130 when stopped by Ctrl-C.\n";
 
-int DumpUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse dump: %s\n%s", message.c_str(), kDumpUsage);
-  return kExitUsage;
-}
-
 // The records of a live server, through the reader plug-in.
-int DumpLive(const std::string& connect, const LiveLimits& limits, int32_t mode,
-             RecordFilter& filter) {
-  const std::optional<ServerAddress> server = ParseServerAddress(connect);
-  if (!server) return DumpUsageError("bad server address '" + connect + "' (ADDRESS:PORT)");
+int DumpLive(const ServerAddress& server, const std::string& connect, const LiveLimits& limits,
+             int32_t mode, RecordFilter& filter) {
   XseReaderModule module;
   if (!module.Load(XseReaderModule::DefaultPath())) {
     std::fprintf(stderr, "xse: cannot load the reader plug-in: %s\n", module.error().c_str());
@@ -72,7 +67,7 @@ int DumpLive(const std::string& connect, const LiveLimits& limits, int32_t mode,
   entry.setRecordTap(reader.get(), &tap, mode);
   int32_t result = 0;
   const int status =
-      RunLiveSession(*reader, *server, connect, limits, tap, observer.reports(), result);
+      RunLiveSession(*reader, server, connect, limits, tap, observer.reports(), result);
   reader.reset();
   module.Unload();
   return status;
@@ -81,67 +76,43 @@ int DumpLive(const std::string& connect, const LiveLimits& limits, int32_t mode,
 }  // namespace
 
 int RunDumpCommand(std::span<const std::string_view> args) {
-  std::vector<std::string> files;
   int32_t mode = ElacReader::kAllBeams;
   bool csv = false;
   std::optional<RecordKind> kind;
   std::optional<uint64_t> limit;
   std::string connect;
   LiveLimits liveLimits;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string_view arg = args[i];
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kDumpUsage, stdout);
-      std::fputs(kDumpHelp, stdout);
-      return kExitOk;
-    }
-    if (arg == "--connect" || arg == "--idle-exit") {
-      if (i + 1 >= args.size()) return DumpUsageError(std::string(arg) + " needs a value");
-      const std::string_view value = args[++i];
-      if (arg == "--connect") {
-        connect = value;
-      } else {
-        const auto seconds = ParsePositive(value);
-        if (!seconds || *seconds > 1e6)
-          return DumpUsageError("bad idle time '" + std::string(value) + "'");
-        liveLimits.idleExitMs = static_cast<uint64_t>(*seconds * 1000.0);
-      }
-      continue;
-    }
-    if (arg == "--format" || arg == "--head" || arg == "--kind" || arg == "--limit") {
-      if (i + 1 >= args.size()) return DumpUsageError(std::string(arg) + " needs a value");
-      const std::string_view value = args[++i];
-      if (arg == "--format") {
-        if (value != "jsonl" && value != "csv")
-          return DumpUsageError("unknown format '" + std::string(value) + "'");
-        csv = value == "csv";
-      } else if (arg == "--kind") {
-        kind = ParseRecordKind(value);
-        if (!kind) return DumpUsageError("unknown kind '" + std::string(value) + "'");
-      } else if (arg == "--limit") {
-        limit = ParseUnsigned(value);
-        if (!limit) return DumpUsageError("invalid limit '" + std::string(value) + "'");
-      } else if (value == "all") {
-        mode = ElacReader::kAllBeams;
-      } else if (value == "first") {
-        mode = ElacReader::kFirstHead;
-      } else if (value == "second") {
-        mode = ElacReader::kSecondHead;
-      } else {
-        return DumpUsageError("unknown head '" + std::string(value) + "'");
-      }
-      continue;
-    }
-    if (arg.size() > 1 && arg.front() == '-' && arg != "--")
-      return DumpUsageError("unknown option '" + std::string(arg) + "'");
-    if (arg != "--") files.emplace_back(arg);
-  }
-  if (csv && !kind) return DumpUsageError("--format csv needs --kind");
-  if (!connect.empty() && !files.empty())
-    return DumpUsageError("--connect reads from the server, not from files");
-  if (connect.empty() && liveLimits.idleExitMs > 0)
-    return DumpUsageError("--idle-exit needs --connect");
-  if (files.empty() && connect.empty()) return DumpUsageError("no input file");
+  CommandLine line("dump", kDumpUsage, kDumpHelp);
+  line.Value("--format", [&csv](std::string_view value) {
+    csv = value == "csv";
+    return value == "csv" || value == "jsonl";
+  });
+  line.Value("--kind", [&kind](std::string_view value) {
+    kind = ParseRecordKind(value);
+    return kind.has_value();
+  });
+  line.Value("--limit", [&limit](std::string_view value) {
+    limit = ParseUnsigned(value);
+    return limit.has_value();
+  });
+  line.Value("--head", [&mode](std::string_view value) { return ParseHeadMode(value, mode); });
+  std::optional<ServerAddress> server;
+  line.Value("--connect", [&connect, &server](std::string_view value) {
+    connect = value;
+    server = ParseServerAddress(connect);
+    return server.has_value();
+  });
+  line.Value("--idle-exit", [&liveLimits](std::string_view value) {
+    liveLimits.idleExitMs = ParseSecondsAsMilliseconds(value).value_or(0);
+    return liveLimits.idleExitMs > 0;
+  });
+  if (const auto exit = line.Parse(args)) return *exit;
+  const std::vector<std::string>& files = line.operands();
+  if (csv && !kind) return line.UsageError("--format csv needs --kind");
+  if (server && !files.empty())
+    return line.UsageError("--connect reads from the server, not from files");
+  if (!server && liveLimits.idleExitMs > 0) return line.UsageError("--idle-exit needs --connect");
+  if (files.empty() && !server) return line.UsageError("no input file");
 
   std::optional<RecordJsonWriter> jsonWriter;
   std::optional<CsvRecordWriter> csvWriter;
@@ -155,8 +126,7 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   RecordFilter filter(*writer, kind, limit);
 
   int status = kExitOk;
-  if (!connect.empty()) status = DumpLive(connect, liveLimits, mode, filter);
-  if (status == kExitUsage) return status;
+  if (server) status = DumpLive(*server, connect, liveLimits, mode, filter);
   for (const auto& file : files) {
     if (filter.done()) break;
     ElacFile source(&filter);

@@ -13,6 +13,7 @@
 #include "platform/interruptsignal.h"
 #include "platform/terminal.h"
 #include "tools/xse/argparse.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/jsontext.h"
 #include "tools/xse/livehost.h"
@@ -55,11 +56,6 @@ constexpr const char* kRunHelp =
 // How often the waiting main thread looks for a Ctrl-C.
 constexpr uint32_t kInterruptPollMs = 50;
 constexpr int kExitStopped = 130;
-
-int RunUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse run: %s\n%s", message.c_str(), kRunUsage);
-  return kExitUsage;
-}
 
 // What the host shows of a run. Reports arrive on the reader thread; the
 // main thread reads the outcomes only after that thread has ended.
@@ -152,50 +148,32 @@ int RunLive(CReader& reader, const XseReaderEntryPoints& entry, RunObserver& obs
 
 int RunRunCommand(std::span<const std::string_view> args) {
   bool events = false;
-  bool extensionCheck = true;
-  std::vector<std::string> files;
+  bool noExtensionCheck = false;
   std::string connect;
-  LiveLimits limits;
-  for (size_t index = 0; index < args.size(); ++index) {
-    const std::string_view arg = args[index];
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kRunUsage, stdout);
-      std::fputs(kRunHelp, stdout);
-      return kExitOk;
-    }
-    if (arg == "--events") {
-      events = true;
-    } else if (arg == "--no-ext-check") {
-      extensionCheck = false;
-    } else if (arg == "--connect" || arg == "--duration" || arg == "--idle-exit") {
-      if (index + 1 >= args.size()) return RunUsageError(std::string(arg) + " needs a value");
-      const std::string_view value = args[++index];
-      if (arg == "--connect") {
-        connect = value;
-      } else {
-        const auto seconds = ParsePositive(value);
-        if (!seconds || *seconds > 1e6) {
-          return RunUsageError("bad " +
-                               std::string(arg == "--duration" ? "duration" : "idle time") + " '" +
-                               std::string(value) + "'");
-        }
-        (arg == "--duration" ? limits.durationMs : limits.idleExitMs) =
-            static_cast<uint64_t>(*seconds * 1000.0);
-      }
-    } else if (arg.size() > 1 && arg.front() == '-' && arg != "--") {
-      return RunUsageError("unknown option '" + std::string(arg) + "'");
-    } else if (arg != "--") {
-      files.emplace_back(arg);
-    }
-  }
   std::optional<ServerAddress> server;
-  if (!connect.empty()) {
+  LiveLimits limits;
+  CommandLine line("run", kRunUsage, kRunHelp);
+  line.Flag("--events", events);
+  line.Flag("--no-ext-check", noExtensionCheck);
+  line.Value("--connect", [&connect, &server](std::string_view value) {
+    connect = value;
     server = ParseServerAddress(connect);
-    if (!server) return RunUsageError("bad server address '" + connect + "' (ADDRESS:PORT)");
-    if (!files.empty()) return RunUsageError("--connect reads from the server, not from files");
-  } else if (files.empty()) {
-    return RunUsageError("no input file");
-  }
+    return server.has_value();
+  });
+  const auto millisecondsIn = [](uint64_t& target) {
+    return [&target](std::string_view value) {
+      target = ParseSecondsAsMilliseconds(value).value_or(0);
+      return target > 0;
+    };
+  };
+  line.Value("--duration", millisecondsIn(limits.durationMs));
+  line.Value("--idle-exit", millisecondsIn(limits.idleExitMs));
+  if (const auto exit = line.Parse(args)) return *exit;
+  const bool extensionCheck = !noExtensionCheck;
+  const std::vector<std::string>& files = line.operands();
+  if (server && !files.empty())
+    return line.UsageError("--connect reads from the server, not from files");
+  if (!server && files.empty()) return line.UsageError("no input file");
 
   XseReaderModule module;
   if (!module.Load(XseReaderModule::DefaultPath())) {

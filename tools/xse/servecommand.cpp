@@ -11,6 +11,7 @@
 #include "platform/file.h"
 #include "platform/sleep.h"
 #include "tools/xse/argparse.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xseserver/xseserver.h"
 
@@ -40,17 +41,6 @@ constexpr const char* kServeHelp =
     "  --wait SECONDS   how long to wait for the client at each step (default 60)\n"
     "  --help           show this help\n";
 
-int ServeUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse serve: %s\n%s", message.c_str(), kServeUsage);
-  return kExitUsage;
-}
-
-std::optional<uint16_t> ParsePort(std::string_view text) {
-  const auto value = ParseUnsigned(text);
-  if (!value || *value > 65535) return std::nullopt;
-  return static_cast<uint16_t>(*value);
-}
-
 }  // namespace
 
 int RunServeCommand(std::span<const std::string_view> args) {
@@ -60,58 +50,46 @@ int RunServeCommand(std::span<const std::string_view> args) {
   uint64_t intervalMs = 0;
   uint64_t rate = 0;  // bytes per second; 0: as fast as the client takes them
   uint64_t loops = 1;
-  std::string file;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string_view arg = args[i];
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kServeUsage, stdout);
-      std::fputs(kServeHelp, stdout);
-      return kExitOk;
-    }
-    const bool takesValue = arg == "--port" || arg == "--data-port" || arg == "--chunk" ||
-                            arg == "--interval-ms" || arg == "--wait" || arg == "--rate" ||
-                            arg == "--loop";
-    if (takesValue) {
-      if (i + 1 >= args.size()) return ServeUsageError(std::string(arg) + " needs a value");
-      const std::string_view value = args[++i];
-      if (arg == "--port" || arg == "--data-port") {
-        const auto port = ParsePort(value);
-        if (!port) return ServeUsageError("bad port '" + std::string(value) + "'");
-        (arg == "--port" ? options.port : options.dataPort) = *port;
-      } else if (arg == "--chunk") {
-        const auto bytes = ParseByteSize(value);
-        if (!bytes || *bytes == 0 || *bytes > (64u << 20)) {
-          return ServeUsageError("bad chunk size '" + std::string(value) + "' (1 to 64M)");
-        }
-        options.chunkBytes = static_cast<size_t>(*bytes);
-      } else if (arg == "--rate") {
-        const auto bytes = ParseByteSize(value);
-        if (!bytes || *bytes == 0) return ServeUsageError("bad rate '" + std::string(value) + "'");
-        rate = *bytes;
-      } else if (arg == "--loop") {
-        const auto count = ParseUnsigned(value);
-        if (!count || *count == 0 || *count > 1000000)
-          return ServeUsageError("bad loop count '" + std::string(value) + "'");
-        loops = *count;
-      } else if (arg == "--interval-ms") {
-        const auto ms = ParseUnsigned(value);
-        if (!ms || *ms > 60000) return ServeUsageError("bad interval '" + std::string(value) + "'");
-        intervalMs = *ms;
-      } else {
-        const auto seconds = ParseUnsigned(value);
-        if (!seconds || *seconds == 0 || *seconds > 86400) {
-          return ServeUsageError("bad wait '" + std::string(value) + "'");
-        }
-        options.waitMs = static_cast<uint32_t>(*seconds * 1000);
-      }
-    } else if (arg.size() > 1 && arg.front() == '-' && arg != "--") {
-      return ServeUsageError("unknown option '" + std::string(arg) + "'");
-    } else if (arg != "--") {
-      if (!file.empty()) return ServeUsageError("one file at a time");
-      file = arg;
-    }
-  }
-  if (file.empty()) return ServeUsageError("no input file");
+  CommandLine line("serve", kServeUsage, kServeHelp);
+  const auto portIn = [](uint16_t& target) {
+    return [&target](std::string_view value) {
+      const auto port = ParseUnsigned(value);
+      if (!port || *port > 65535) return false;
+      target = static_cast<uint16_t>(*port);
+      return true;
+    };
+  };
+  line.Value("--port", portIn(options.port));
+  line.Value("--data-port", portIn(options.dataPort));
+  line.Value("--chunk", [&options](std::string_view value) {
+    const auto bytes = ParseByteSize(value);
+    if (!bytes || *bytes == 0 || *bytes > (64u << 20)) return false;  // 1 byte to 64M
+    options.chunkBytes = static_cast<size_t>(*bytes);
+    return true;
+  });
+  line.Value("--rate", [&rate](std::string_view value) {
+    rate = ParseByteSize(value).value_or(0);
+    return rate > 0;
+  });
+  line.Value("--loop", [&loops](std::string_view value) {
+    loops = ParseUnsigned(value).value_or(0);
+    return loops > 0 && loops <= 1000000;
+  });
+  line.Value("--interval-ms", [&intervalMs](std::string_view value) {
+    const auto ms = ParseUnsigned(value);
+    intervalMs = ms.value_or(0);
+    return ms && *ms <= 60000;
+  });
+  line.Value("--wait", [&options](std::string_view value) {
+    const auto seconds = ParseUnsigned(value);
+    if (!seconds || *seconds == 0 || *seconds > 86400) return false;
+    options.waitMs = static_cast<uint32_t>(*seconds * 1000);
+    return true;
+  });
+  if (const auto exit = line.Parse(args)) return *exit;
+  if (line.operands().empty()) return line.UsageError("no input file");
+  if (line.operands().size() > 1) return line.UsageError("one file at a time");
+  const std::string& file = line.operands().front();
 
   platform::ReadOnlyFile input;
   if (!input.Open(file)) {
