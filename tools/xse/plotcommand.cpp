@@ -13,6 +13,7 @@
 #include "tools/xse/argparse.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
+#include "tools/xse/headoption.h"
 #include "tools/xse/progressbar.h"
 
 namespace xsetool {
@@ -85,12 +86,7 @@ int RunPlotCommand(std::span<const std::string_view> args) {
     if (value == "waterfall") kind = PlotKind::kWaterfall;
     return value == "track" || value == "swath" || value == "waterfall";
   });
-  line.Value("--head", [&](std::string_view value) {
-    if (value == "all") mode = ElacReader::kAllBeams;
-    if (value == "first") mode = ElacReader::kFirstHead;
-    if (value == "second") mode = ElacReader::kSecondHead;
-    return value == "all" || value == "first" || value == "second";
-  });
+  line.Value("--head", [&mode](std::string_view value) { return ParseHeadMode(value, mode); });
   const auto pixelsInto = [](int& target) {
     return [&target](std::string_view value) {
       const auto pixels = ParseUnsigned(value);
