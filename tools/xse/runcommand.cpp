@@ -65,8 +65,15 @@ class RunObserver final : public IReaderObserver {
 
   void OnProgress(const CReader& reader, const CReader::ProgressStat& stat) override {
     if (events_) {
-      Emit("{\"event\":\"progress\",\"percent\":" + std::to_string(stat.percent) + ",\"done\":" +
-           std::to_string(stat.done) + ",\"total\":" + std::to_string(stat.total) + "}");
+      std::string line;
+      JsonBuilder(line)
+          .BeginObject()
+          .String("event", "progress")
+          .Number("percent", stat.percent)
+          .Number("done", stat.done)
+          .Number("total", stat.total)
+          .EndObject();
+      Emit(line);
     }
     if (bar_ == nullptr) {
       bar_ = std::make_unique<ProgressBar>(stderr, showProgress_, reader.currentFileName,
@@ -80,16 +87,24 @@ class RunObserver final : public IReaderObserver {
 
   void OnFileAdded(const CReader& /*reader*/, const std::string& fileName) override {
     if (events_) {
-      std::string line = "{\"event\":\"fileAdded\",\"file\":";
-      AppendJsonString(line, fileName);
-      Emit(line + "}");
+      std::string line;
+      JsonBuilder(line)
+          .BeginObject()
+          .String("event", "fileAdded")
+          .String("file", fileName)
+          .EndObject();
+      Emit(line);
     }
     filesAdded_.push_back(fileName);
     reports_.added = true;
   }
 
   void OnFailedReading(const CReader& /*reader*/, const char* /*text*/) override {
-    if (events_) Emit("{\"event\":\"failedReading\"}");
+    if (events_) {
+      std::string line;
+      JsonBuilder(line).BeginObject().String("event", "failedReading").EndObject();
+      Emit(line);
+    }
     reports_.failed = true;
   }
 
@@ -134,8 +149,14 @@ int RunLive(CReader& reader, const XseReaderEntryPoints& entry, RunObserver& obs
     return status;
   }
   if (events) {
-    RunObserver::Emit("{\"event\":\"finished\",\"result\":" + std::to_string(result) +
-                      ",\"bytes\":" + std::to_string(observer.done()) + "}");
+    std::string line;
+    JsonBuilder(line)
+        .BeginObject()
+        .String("event", "finished")
+        .Number("result", result)
+        .Number("bytes", observer.done())
+        .EndObject();
+    RunObserver::Emit(line);
   } else {
     std::printf("%s: %lld bytes processed\n", name.c_str(),
                 static_cast<long long>(observer.done()));
@@ -237,10 +258,16 @@ int RunRunCommand(std::span<const std::string_view> args) {
   }
 
   if (events) {
-    RunObserver::Emit("{\"event\":\"finished\",\"result\":" + std::to_string(result) +
-                      ",\"startTimeSet\":" + std::to_string(reader->startTimeSet) +
-                      ",\"startTimeSec\":" + std::to_string(reader->startTimeSec) +
-                      ",\"startTimeMs\":" + std::to_string(reader->startTimeMs) + "}");
+    std::string finished;
+    JsonBuilder(finished)
+        .BeginObject()
+        .String("event", "finished")
+        .Number("result", result)
+        .Number("startTimeSet", reader->startTimeSet)
+        .Number("startTimeSec", reader->startTimeSec)
+        .Number("startTimeMs", reader->startTimeMs)
+        .EndObject();
+    RunObserver::Emit(finished);
   } else {
     for (size_t i = 0; i < files.size(); ++i) {
       static constexpr const char* kWords[] = {"read", "not read", "not recognised"};

@@ -164,13 +164,14 @@ int RunSettingsCommand(std::span<const std::string_view> args) {
   }
   if (sheet->exec() != QDialog::Accepted) return kExitFailure;
 
-  std::string json = "{\"intensity\":";
-  AppendJsonNumber(json, static_cast<int64_t>(page.intensityControl()));
-  json += ",\"lateralGain\":";
-  AppendJsonNumber(json, page.lateralGain());
-  json += ",\"meanValue\":";
-  AppendJsonNumber(json, static_cast<int64_t>(page.meanValue()));
-  json += "}\n";
+  std::string json;
+  JsonBuilder(json)
+      .BeginObject()
+      .Number("intensity", page.intensityControl())
+      .Number("lateralGain", page.lateralGain())
+      .Number("meanValue", page.meanValue())
+      .EndObject();
+  json += '\n';
   std::fputs(json.c_str(), stdout);
   return std::fflush(stdout) == 0 ? kExitOk : kExitFailure;
 }
