@@ -90,7 +90,7 @@ void ZXSEReader::WaitForOpenContainer() {
     }
     // A source that failed for good ends the wait; the run reports it.
     if (connection_ != nullptr && connection_->Failed()) return;
-    platform::SleepMilliseconds(kOpenRetryPauseMs);
+    openRetryPause(kOpenRetryPauseMs);
   }
   QUORLOG(1, "Container has been opened");
 }

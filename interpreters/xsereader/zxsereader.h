@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -13,6 +14,7 @@
 #include "interpreters/surveyreaderlib/isurveytarget.h"
 #include "platform/hostreader/creader.h"
 #include "platform/hostreader/zproplist.h"
+#include "platform/sleep.h"
 
 class ElacConnection;
 
@@ -39,6 +41,8 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   // enough that a stop ends the wait at once for a person, long enough not
   // to burn a core on a server that never answers.
   static constexpr uint32_t kOpenRetryPauseMs = 20;
+  // The pause itself; tests replace it to count pauses instead of sleeping.
+  std::function<void(uint32_t milliseconds)> openRetryPause = platform::SleepMilliseconds;
 
   explicit ZXSEReader(int32_t hostValue = 0);
   // Stops and joins a reader thread still running, then drops the source.
