@@ -111,6 +111,4 @@ TEST_F(QuorSocketTest, ErrorTextsAreWrittenAsTheyStand) {
   EXPECT_EQ(CountLinesEndingWith("An unknown socket error 10054 has been observed"), 1u);
 }
 
-TEST(SocketLibraryTest, StartsWithVersionTwo) { EXPECT_EQ(StartSocketLibrary(), 1); }
-
 }  // namespace

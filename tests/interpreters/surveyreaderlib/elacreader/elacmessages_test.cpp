@@ -94,18 +94,6 @@ TEST(ElacMessagesTest, SetupFramesCarryTheirFixedGroups) {
   }
 }
 
-TEST(ElacMessagesTest, ConvertingToNetworkOrderTwiceRestoresTheRecord) {
-  RequestFrame request = RequestFrame::Build();
-  request.SetSequenceNumber(0x01020304);
-  request.SetSenderAddress({10, 0, 0, 1});
-  request.SetName("XSEReader");
-  const RequestFrame before = request;
-  request.ToNetworkOrder();
-  EXPECT_NE(std::memcmp(request.Bytes().data(), before.Bytes().data(), RequestFrame::kSize), 0);
-  request.ToNetworkOrder();
-  EXPECT_EQ(std::memcmp(request.Bytes().data(), before.Bytes().data(), RequestFrame::kSize), 0);
-}
-
 TEST(ElacMessagesTest, AcknowledgeTemplateAndItsDataPort) {
   AcknowledgeFrame acknowledge = AcknowledgeFrame::Build();
   const std::vector<uint8_t> wire = OnWire(acknowledge);
