@@ -155,14 +155,17 @@ TEST_F(QtSettingsPageTest, IntensityOutOfRangeChecksNoneAndReadsBackMinusOne) {
   EXPECT_EQ(page_->lateralGain(), 1.5f);
 }
 
-TEST_F(QtSettingsPageTest, CancelKeepsTheValues) {
-  page_->SetValues(1, 2.0f, 3);
+TEST_F(QtSettingsPageTest, PageShowsItsValuesAndCancelKeepsThem) {
+  page_->SetValues(1, -1.25f, -3);
   Show();
+  EXPECT_TRUE(Control<QRadioButton>(kIdcIntensityManual)->isChecked());
+  EXPECT_EQ(Control<QLineEdit>(kIdcLateralGain)->text().toStdString(), "-1.25");
+  EXPECT_EQ(Control<QLineEdit>(kIdcMeanValue)->text().toStdString(), "-3");
   Type(kIdcMeanValue, "99");
   QTest::mouseClick(sheet_->cancelButton(), Qt::LeftButton);
   EXPECT_EQ(sheet_->result(), QDialog::Rejected);
   EXPECT_FALSE(page_->IsOpen());
-  EXPECT_EQ(page_->meanValue(), 3);
+  EXPECT_EQ(page_->meanValue(), -3);
 }
 
 // Whether the pixels of `area` are not all one colour: something is drawn.
