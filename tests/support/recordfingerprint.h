@@ -24,6 +24,7 @@ class FingerprintTarget final : public quor::ISurveyTarget {
   }
   void HandleMotion(const quor::MotionRec& record) override { Add(4, record.time, 0); }
   void HandleMultibeam(const quor::MultibeamRec& record) override {
+    ++pings;
     uint64_t values = record.beamCount;
     for (uint32_t i = 0; record.depth && i < record.beamCount; ++i)
       values = values * 31 + Bits(record.depth[i]);
@@ -37,6 +38,7 @@ class FingerprintTarget final : public quor::ISurveyTarget {
   }
 
   std::vector<uint64_t> prints;
+  size_t pings = 0;
 
  private:
   template <typename T>
