@@ -75,6 +75,19 @@ inline Bytes PingFrame(bool bigEndian, uint32_t micros, int beams) {
   return WriteFrame(bigEndian, elac::kBathymetryFrame, put, micros);
 }
 
+// A sidescan frame of `count` samples (both sides) `delayUs` behind the
+// ping, ping number and microseconds `micros`, which also sets the values.
+inline Bytes SidescanFrame(bool bigEndian, uint32_t micros, size_t count, uint32_t delayUs = 0) {
+  std::vector<uint16_t> values(count);
+  for (size_t i = 0; i < count; ++i) values[i] = static_cast<uint16_t>(i * 7 + micros);
+  const auto put = [&](xsewriter::FrameWriter& w) {
+    xsewriter::PutSidescanPingGroup(w, micros);
+    xsewriter::PutSidescanSamplesGroup(w, 20, delayUs, values);
+    xsewriter::PutSidescanGainGroup(w, 1, 2);
+  };
+  return WriteFrame(bigEndian, elac::kSidescanFrame, put, micros);
+}
+
 // Runs `decode` on the body (type word onwards) of the one group that `put`
 // writes.
 template <typename Record>

@@ -49,6 +49,7 @@ void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 namespace {
 
 using xsetest::PingFrame;
+using xsetest::SidescanFrame;
 using xsewriter::FrameWriter;
 
 // Counts the allocations made by `work` on this thread.
@@ -70,14 +71,6 @@ class CountingTarget final : public quor::ISurveyTarget {
   void HandleSidescan(const quor::SidescanRec&) override { ++sidescans; }
   size_t parameters = 0, positions = 0, pings = 0, sidescans = 0;
 };
-
-xsetest::Bytes Sidescan(bool bigEndian, uint32_t samples, uint32_t delayUs) {
-  return xsetest::WriteFrame(bigEndian, elac::kSidescanFrame, [=](FrameWriter& w) {
-    xsewriter::PutSidescanPingGroup(w, samples);
-    xsewriter::PutSidescanSamplesGroup(w, 50, delayUs, std::vector<uint16_t>(samples, 9));
-    xsewriter::PutSidescanGainGroup(w, 1, -1);
-  });
-}
 
 xsetest::Bytes Navigation(bool bigEndian) {
   return xsetest::WriteFrame(bigEndian, elac::kNavigationFrame, [](FrameWriter& w) {
@@ -111,12 +104,14 @@ TEST(SteadyAllocation, DecodingAllocatesNothingAfterTheFirstFrameOfEachKind) {
       << "the counting itself works";
   // The largest ping and sidescan come first; the later ones vary below
   // them and switch byte order.
-  const std::vector<xsetest::Bytes> firsts = {PingFrame(true, 0, 500), Sidescan(true, 2000, 10000),
-                                              Navigation(true), Parameters(true, true)};
+  const std::vector<xsetest::Bytes> firsts = {PingFrame(true, 0, 500),
+                                              SidescanFrame(true, 0, 2000, 10000), Navigation(true),
+                                              Parameters(true, true)};
   const std::vector<xsetest::Bytes> steady = {
-      PingFrame(false, 0, 400),     PingFrame(true, 0, 500), PingFrame(true, 0, 7),
-      Sidescan(false, 1999, 10000), Sidescan(true, 64, 0),   Navigation(false),
-      Parameters(false, false),     Parameters(true, true),
+      PingFrame(false, 0, 400),   PingFrame(true, 0, 500),
+      PingFrame(true, 0, 7),      SidescanFrame(false, 0, 1999, 10000),
+      SidescanFrame(true, 0, 64), Navigation(false),
+      Parameters(false, false),   Parameters(true, true),
   };
   CountingTarget target;
   ElacReader reader(&target, ElacReader::kSecondHead);
