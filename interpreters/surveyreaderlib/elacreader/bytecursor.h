@@ -97,13 +97,6 @@ class ByteCursor {
     return true;
   }
 
-  // Reads one scalar at an absolute offset without moving.
-  template <WireScalar T>
-  std::optional<T> PeekAt(size_t at) const {
-    if (at > bytes_.size() || bytes_.size() - at < sizeof(T)) return std::nullopt;
-    return LoadScalar<T>(bytes_.data() + at, bigEndian_);
-  }
-
   bool Skip(size_t count) {
     if (remaining() < count) return false;
     offset_ += count;
