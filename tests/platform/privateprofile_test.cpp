@@ -4,10 +4,10 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <tuple>
 
+#include "libsys/libsystestsupport.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -15,10 +15,6 @@ namespace {
 class PrivateProfileTest : public ::testing::Test {
  protected:
   void WriteFile(const std::string& content) { std::ofstream(path_, std::ios::binary) << content; }
-  std::string ReadFile() const {
-    std::ifstream in(path_, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  }
 
   xsetest::TempDir dir_;
   const std::string path_ = dir_.File("settings.ini");
@@ -85,7 +81,7 @@ TEST_F(PrivateProfileTest, WriteChangesOnlyWhatItMust) {
     std::filesystem::remove(path_);
     if (before != nullptr) WriteFile(before);
     ASSERT_TRUE(platform::WriteProfileString(path_, section, key, value)) << after;
-    EXPECT_EQ(ReadFile(), after);
+    EXPECT_EQ(libsystest::ReadFile(path_), after);
     EXPECT_EQ(platform::ReadProfileString(path_, section, key, "dflt"), value);
   }
 }
@@ -100,7 +96,7 @@ TEST_F(PrivateProfileTest, RefusesWritesThatWouldNotReadBack) {
   for (const auto& [section, key, value] : kRefused) {
     EXPECT_FALSE(platform::WriteProfileString(path_, section, key, value)) << section << "/" << key;
   }
-  EXPECT_EQ(ReadFile(), kOriginal);
+  EXPECT_EQ(libsystest::ReadFile(path_), kOriginal);
   EXPECT_FALSE(
       platform::WriteProfileString((dir_.path() / "no" / "x.ini").string(), "A", "k", "v"));
 }
