@@ -71,11 +71,11 @@ class DtypeBuilder {
         .Field<int32_t>("sensorIndex", at + offsetof(RowHeader, sensorIndex));
   }
   py::dtype Build(size_t itemSize) const {
-    py::dict spec;
-    spec["names"] = names_;
-    spec["formats"] = formats_;
-    spec["offsets"] = offsets_;
-    spec["itemsize"] = itemSize;
+    py::dict layout;
+    layout["names"] = names_;
+    layout["formats"] = formats_;
+    layout["offsets"] = offsets_;
+    layout["itemsize"] = itemSize;
     return py::dtype::from_args(spec);
   }
 
