@@ -76,7 +76,7 @@ class DtypeBuilder {
     layout["formats"] = formats_;
     layout["offsets"] = offsets_;
     layout["itemsize"] = itemSize;
-    return py::dtype::from_args(spec);
+    return py::dtype::from_args(layout);
   }
 
  private:
