@@ -120,14 +120,6 @@ class ByteCursor {
     return sub;
   }
 
-  // Cuts the next `count` bytes off as raw bytes and advances past them.
-  std::optional<std::span<const uint8_t>> TakeBytes(size_t count) {
-    if (remaining() < count) return std::nullopt;
-    auto bytes = bytes_.subspan(offset_, count);
-    offset_ += count;
-    return bytes;
-  }
-
   // Cuts `count` scalars off as an array view; fails without moving when
   // count x size overflows or runs past the end.
   template <WireScalar T>
