@@ -3,6 +3,7 @@
 // 1 a file could not be read or written, 2 wrong usage.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -18,5 +19,10 @@ int RunInfoCommand(std::span<const std::string_view> args);
 int RunRunCommand(std::span<const std::string_view> args);
 int RunCheckCommand(std::span<const std::string_view> args);
 int RunServeCommand(std::span<const std::string_view> args);
+
+// The exit status of `xse run` over files: 130 only for a run stopped on
+// request; a run the plug-in ended early otherwise (-1, such as out of
+// memory) or a file not read is 1.
+int FileRunExitStatus(int32_t result, bool stopRequested, bool allRead);
 
 }  // namespace xsetool

@@ -22,6 +22,16 @@ class SettingsPageTest : public ::testing::Test {
   platform::ExtensionModule module_;
 };
 
+TEST_F(SettingsPageTest, FreshPageShowsNoneAndZeros) {
+  ZElacSettingsDlg page(nullptr);
+  ASSERT_TRUE(page.Create());
+  EXPECT_TRUE(page.IsChecked(kIdcIntensityNone));
+  EXPECT_FALSE(page.IsChecked(kIdcIntensityManual));
+  EXPECT_EQ(page.ControlText(kIdcLateralGain), "0");
+  EXPECT_EQ(page.ControlText(kIdcMeanValue), "0");
+  EXPECT_EQ(page.ControlText(kIdcMeanValueLabel), "Mean value:");
+}
+
 TEST_F(SettingsPageTest, PageShowsItsValuesAndOkTakesTheUsersChoices) {
   ZElacSettingsDlg page(nullptr);
   page.SetValues(1, -1.25f, -3);
