@@ -1,5 +1,5 @@
 // ZXSEReader: the reader object the host creates and drives. It reads a
-// list of XSE files (or, later, a live server) on the host's reader thread,
+// list of XSE files, or live data from an XSE server, on the host's reader thread,
 // one data source at a time, reports progress and each file's outcome to
 // the host, and takes the start time of the data and the latest headings
 // from the records the decoder hands it.

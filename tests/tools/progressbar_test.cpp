@@ -5,7 +5,7 @@
 #include <chrono>
 #include <string>
 
-#include "support/memorystream.h"
+#include "support/capturedoutput.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ TEST(ProgressLine, ShowsBarPercentAndMebibytes) {
 }
 
 TEST(ProgressBar, DrawsOnlyWhenEnabledAfterTheDelayAndAtMostTenTimesASecond) {
-  xsetest::MemoryStream out, disabledOut;
+  xsetest::CapturedOutput out, disabledOut;
   {
     ProgressBar bar(out.file(), true, "f", 100 << 20),
         disabled(disabledOut.file(), false, "f", 100);

@@ -15,7 +15,7 @@
 
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
-#include "support/memorystream.h"
+#include "support/capturedoutput.h"
 #include "support/recordingtarget.h"
 #include "tools/xse/recordjsonwriter.h"
 
@@ -99,7 +99,7 @@ TEST(SurveyGenerator, ByteOrderChangesTheBytesButNotTheRecords) {
       EXPECT_EQ(survey.bigEndianFrames, order == kBig ? survey.frames : 0u);
     }
     const auto i = static_cast<size_t>(order);
-    xsetest::MemoryStream out;
+    xsetest::CapturedOutput out;
     xsetool::RecordJsonWriter writer(out.file());
     Decode(survey.bytes, writer);
     writer.Flush();

@@ -25,10 +25,4 @@ TEST(FormatUtc, GivesIsoTextWithSixDigitsOfMicroseconds) {
   for (const auto& c : kCases) EXPECT_EQ(xsetool::FormatUtc({c.seconds, c.micros}), c.text);
 }
 
-TEST(SecondsBetween, CountsMicrosecondsAcrossSecondBoundaries) {
-  EXPECT_DOUBLE_EQ(xsetool::SecondsBetween({10, 900000}, {12, 100000}), 1.2);
-  EXPECT_DOUBLE_EQ(xsetool::SecondsBetween({12, 100000}, {10, 900000}), -1.2);
-  EXPECT_DOUBLE_EQ(xsetool::SecondsBetween({INT32_MIN, 0}, {INT32_MAX, 0}), 4294967295.0);
-}
-
 }  // namespace

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
-#include "support/memorystream.h"
+#include "support/capturedoutput.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
 #include "tools/framewriter/framewriter.h"
@@ -50,16 +50,17 @@ TEST(XseDump, NavigationFrameGivesExactLines) {
             "\"relTime\":0,\"sensorIndex\":0,\"roll\":null,\"pitch\":0,\"heave\":0.25}\n");
 }
 
+// Columns follow the JSON members in order, the time pair as one cell.
 // Multibeam, sidescan and parameter headers are asserted with their rows.
 TEST(XseDumpCsv, EveryTableStartsWithItsHeaderRow) {
   using enum xsetool::RecordKind;
   const std::pair<xsetool::RecordKind, const char*> kHeaders[] = {
       {kStartTime, "time"},
       {kPosition,
-       "time,valid,fieldMask,geographicFirst,geographicSecond,projectedFirst,projectedSecond,"
-       "thirdCoordinate"},
-      {kGyro, "time,valid,sensorIndex,heading"},
-      {kMotion, "time,valid,fieldMask,roll,pitch,heave"}};
+       "valid,fieldMask,time,relTime,sensorIndex,projectedFirst,projectedSecond,geographicFirst,"
+       "geographicSecond,thirdCoordinate"},
+      {kGyro, "valid,fieldMask,time,relTime,sensorIndex,heading"},
+      {kMotion, "valid,fieldMask,time,relTime,sensorIndex,roll,pitch,heave"}};
   for (const auto& [kind, header] : kHeaders) EXPECT_EQ(xsetool::CsvHeader(kind), header);
 }
 
@@ -74,11 +75,11 @@ TEST(XseDumpCsv, MultibeamGivesOneRowPerBeamWithEmptyCellsForMissingValues) {
   const auto result = Dump(writer, {"--format", "csv", "--kind", "multibeam"});
   // Beam 0 is the last beam on the wire; across-track values change sign.
   EXPECT_EQ(result.out,
-            "ping,beam,time,soundVelocity,travelTime,acrossAngle,alongAngle,depth,acrossTrack,"
-            "alongTrack,quality\n"
-            "41,0,2022-08-19T00:00:00.500000Z,1500,,,,22.25,-3.5,0.3,\n"
-            "41,1,2022-08-19T00:00:00.500000Z,1500,,,,21,-0,0.2,\n"
-            "41,2,2022-08-19T00:00:00.500000Z,1500,,,,20.5,3,0.1,\n");
+            "valid,fieldMask,time,relTime,sensorIndex,pingNumber,soundVelocity,beamCount,beam,"
+            "travelTime,acrossAngle,alongAngle,depth,acrossTrack,alongTrack,quality\n"
+            "1,1474,2022-08-19T00:00:00.500000Z,0,0,41,1500,3,0,,,,22.25,-3.5,0.3,\n"
+            "1,1474,2022-08-19T00:00:00.500000Z,0,0,41,1500,3,1,,,,21,-0,0.2,\n"
+            "1,1474,2022-08-19T00:00:00.500000Z,0,0,41,1500,3,2,,,,20.5,3,0.1,\n");
 }
 
 TEST(XseDumpCsv, SidescanGivesOneRowPerSample) {
@@ -92,17 +93,19 @@ TEST(XseDumpCsv, SidescanGivesOneRowPerSample) {
   // Numbers take their shortest form (1e-04 is shorter than 0.0001).
   // 2 x (2 + 1) samples: the second half of the group reversed, two zeros of
   // delay, the first half reversed and doubled by its gain.
-  std::string expected = "ping,sample,time,slantRange,sampleInterval,amplitude\n";
+  std::string expected =
+      "valid,fieldMask,time,relTime,sensorIndex,pingNumber,slantRange,soundVelocity,"
+      "sampleInterval,sampleCount,sample,samples\n";
   const char* amplitudes[] = {"13", "12", "0", "0", "22", "20"};
   for (int i = 0; i < 6; ++i) {
-    expected += "9," + std::to_string(i) + ",2022-08-19T00:00:00.000000Z,0.225,1e-04," +
-                amplitudes[i] + "\n";
+    expected += "1,22,2022-08-19T00:00:00.000000Z,0,0,9,0.225,1500,1e-04,6," + std::to_string(i) +
+                "," + amplitudes[i] + "\n";
   }
   EXPECT_EQ(result.out, expected);
 }
 
 TEST(XseDumpCsv, NamesWithCommasOrQuotesAreQuoted) {
-  xsetest::MemoryStream out;
+  xsetest::CapturedOutput out;
   {
     xsetool::CsvRecordWriter csv(out.file(), xsetool::RecordKind::kParameter);
     quor::ParameterRec record;
@@ -114,11 +117,12 @@ TEST(XseDumpCsv, NamesWithCommasOrQuotesAreQuoted) {
     ASSERT_TRUE(csv.Flush());
   }
   EXPECT_EQ(out.Text(),
-            "time,valid,fieldMask,sensorKind,deviceType,deviceId,name,offsetX,offsetY,offsetZ,"
-            "mountAngle1,mountAngle2,mountAngle3,latencyMs,angleOffset1,angleOffset2,"
-            "angleOffset3\n"
-            "1970-01-01T00:00:00.000000Z,0,0,0,0,0,\"Port \"\"A\"\", aft\",0,0,0,0,0,0,0,0,0,0\n"
-            "1970-01-01T00:00:00.000000Z,0,0,0,0,0,plain,0,0,0,0,0,0,0,0,0,0\n");
+            "valid,fieldMask,time,relTime,sensorIndex,sensorKind,deviceType,deviceId,name,offsetX,"
+            "offsetY,offsetZ,mountAngle1,mountAngle2,mountAngle3,latencyMs,angleOffset1,"
+            "angleOffset2,angleOffset3\n"
+            "0,0,1970-01-01T00:00:00.000000Z,-2147483648,0,0,0,0,\"Port \"\"A\"\", aft\","
+            "0,0,0,0,0,0,0,0,0,0\n"
+            "0,0,1970-01-01T00:00:00.000000Z,-2147483648,0,0,0,0,plain,0,0,0,0,0,0,0,0,0,0\n");
 }
 
 // A missing file is reported and the others are still dumped.

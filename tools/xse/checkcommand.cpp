@@ -6,6 +6,7 @@
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "platform/file.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 
 namespace xsetool {
@@ -23,31 +24,15 @@ constexpr const char* kCheckHelp =
     "  --ext   also require the extension .xse (any letter case)\n"
     "  --help  show this help\n";
 
-int CheckUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse check: %s\n%s", message.c_str(), kCheckUsage);
-  return kExitUsage;
-}
-
 }  // namespace
 
 int RunCheckCommand(std::span<const std::string_view> args) {
   bool extensionCheck = false;
-  std::vector<std::string> files;
-  for (const std::string_view arg : args) {
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kCheckUsage, stdout);
-      std::fputs(kCheckHelp, stdout);
-      return kExitOk;
-    }
-    if (arg == "--ext") {
-      extensionCheck = true;
-    } else if (arg.size() > 1 && arg.front() == '-' && arg != "--") {
-      return CheckUsageError("unknown option '" + std::string(arg) + "'");
-    } else if (arg != "--") {
-      files.emplace_back(arg);
-    }
-  }
-  if (files.empty()) return CheckUsageError("no input file");
+  CommandLine line("check", kCheckUsage, kCheckHelp);
+  line.Flag("--ext", extensionCheck);
+  if (const auto exit = line.Parse(args)) return *exit;
+  const std::vector<std::string>& files = line.operands();
+  if (files.empty()) return line.UsageError("no input file");
 
   XseReaderModule module;
   if (!module.Load(XseReaderModule::DefaultPath())) {

@@ -1,29 +1,18 @@
 #include "tools/xse/csvwriter.h"
 
-#include <array>
 #include <charconv>
 #include <cstdint>
 #include <type_traits>
+#include <variant>
+#include <vector>
 
+#include "interpreters/surveyreaderlib/recordfields.h"
 #include "tools/xse/utctime.h"
 
 namespace xsetool {
 namespace {
 
 constexpr size_t kFlushThreshold = 1 << 16;
-
-constexpr std::array<std::string_view, kAllRecordKinds.size()> kHeaders = {
-    "time",
-    "time,valid,fieldMask,sensorKind,deviceType,deviceId,name,offsetX,offsetY,offsetZ,"
-    "mountAngle1,mountAngle2,mountAngle3,latencyMs,angleOffset1,angleOffset2,angleOffset3",
-    "time,valid,fieldMask,geographicFirst,geographicSecond,projectedFirst,projectedSecond,"
-    "thirdCoordinate",
-    "time,valid,sensorIndex,heading",
-    "time,valid,fieldMask,roll,pitch,heave",
-    "ping,beam,time,soundVelocity,travelTime,acrossAngle,alongAngle,depth,acrossTrack,"
-    "alongTrack,quality",
-    "ping,sample,time,slantRange,sampleInterval,amplitude",
-};
 
 // Floats print "nan" and "inf" as spreadsheet and analysis tools read them.
 template <typename T>
@@ -40,16 +29,8 @@ void AppendValue(std::string& out, T value) {
   out.append(text, result.ptr);
 }
 
-// A cell after the first of a row, with its separator.
-template <typename T>
-void Cell(std::string& out, T value) {
-  out += ',';
-  AppendValue(out, value);
-}
-
 // Quoted only when it must be: a comma, a quote or a line break inside.
-void TextCell(std::string& out, std::string_view text) {
-  out += ',';
+void AppendText(std::string& out, std::string_view text) {
   if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
     out += text;
     return;
@@ -62,11 +43,100 @@ void TextCell(std::string& out, std::string_view text) {
   out += '"';
 }
 
-void EmptyCell(std::string& out) { out += ','; }
+// The header row: one column per field, the item index among them.
+class HeaderColumns {
+ public:
+  explicit HeaderColumns(std::string& out) : out_(out) {}
+  void Time(std::string_view name, const quor::timeval&) { Column(name); }
+  template <typename T>
+  void Scalar(std::string_view name, T) {
+    Column(name);
+  }
+  void Text(std::string_view name, std::string_view) { Column(name); }
+  void Items(std::string_view index, uint32_t) { Column(index); }
+  template <typename T>
+  void Array(std::string_view name, const T*) {
+    Column(name);
+  }
+
+ private:
+  void Column(std::string_view name) {
+    if (!out_.empty()) out_ += ',';
+    out_ += name;
+  }
+  std::string& out_;
+};
+
+// The cells of one record: its scalars once (the row prefix), and for
+// records with items the arrays to spread over one row per item.
+class RowCells {
+ public:
+  using Values = std::variant<const float*, const uint8_t*>;
+
+  void Time(std::string_view, const quor::timeval& time) {
+    Separate();
+    prefix += FormatUtc(time);
+  }
+  template <typename T>
+  void Scalar(std::string_view, T value) {
+    Separate();
+    AppendValue(prefix, value);
+  }
+  void Text(std::string_view, std::string_view text) {
+    Separate();
+    AppendText(prefix, text);
+  }
+  void Items(std::string_view, uint32_t count) {
+    hasItems = true;
+    items = count;
+  }
+  template <typename T>
+  void Array(std::string_view, const T* values) {
+    arrays.emplace_back(values);
+  }
+
+  std::string prefix;
+  bool hasItems = false;
+  uint32_t items = 0;
+  std::vector<Values> arrays;
+
+ private:
+  void Separate() {
+    if (!first_) prefix += ',';
+    first_ = false;
+  }
+  bool first_ = true;
+};
+
+template <typename Record>
+std::string HeaderOf(const Record& record) {
+  std::string header;
+  HeaderColumns columns(header);
+  quor::VisitFields(record, columns);
+  return header;
+}
 
 }  // namespace
 
-std::string_view CsvHeader(RecordKind kind) { return kHeaders[static_cast<size_t>(kind)]; }
+std::string CsvHeader(RecordKind kind) {
+  switch (kind) {
+    case RecordKind::kStartTime:
+      return HeaderOf(quor::timeval{});
+    case RecordKind::kParameter:
+      return HeaderOf(quor::ParameterRec{});
+    case RecordKind::kPosition:
+      return HeaderOf(quor::NavigationRec{});
+    case RecordKind::kGyro:
+      return HeaderOf(quor::GyroRec{});
+    case RecordKind::kMotion:
+      return HeaderOf(quor::MotionRec{});
+    case RecordKind::kMultibeam:
+      return HeaderOf(quor::MultibeamRec{});
+    case RecordKind::kSidescan:
+      return HeaderOf(quor::SidescanRec{});
+  }
+  return {};
+}
 
 CsvRecordWriter::CsvRecordWriter(std::FILE* out, RecordKind kind) : out_(out), kind_(kind) {
   buffer_ += CsvHeader(kind);
@@ -82,118 +152,53 @@ bool CsvRecordWriter::Flush() {
   return !writeFailed_;
 }
 
-// Rows of per-record tables start with the time.
-void CsvRecordWriter::BeginRow(const quor::timeval& time) { buffer_ += FormatUtc(time); }
-
-void CsvRecordWriter::EndRow() {
-  buffer_ += '\n';
+// One row per record, or one per item: the record's cells, the item's
+// index, then the item's value in each array (empty where the record does
+// not carry that array).
+template <typename Record>
+void CsvRecordWriter::Write(RecordKind kind, const Record& record) {
+  if (kind != kind_) return;
+  RowCells cells;
+  quor::VisitFields(record, cells);
+  if (!cells.hasItems) {
+    buffer_ += cells.prefix;
+    buffer_ += '\n';
+  }
+  for (uint32_t item = 0; cells.hasItems && item < cells.items; ++item) {
+    buffer_ += cells.prefix;
+    buffer_ += ',';
+    AppendValue(buffer_, item);
+    for (const RowCells::Values& values : cells.arrays) {
+      buffer_ += ',';
+      std::visit(
+          [this, item](const auto* array) {
+            if (array != nullptr) AppendValue(buffer_, array[item]);
+          },
+          values);
+    }
+    buffer_ += '\n';
+  }
   if (buffer_.size() >= kFlushThreshold) Flush();
 }
 
 void CsvRecordWriter::HandleStartTime(const quor::timeval& startTime) {
-  if (kind_ != RecordKind::kStartTime) return;
-  BeginRow(startTime);
-  EndRow();
+  Write(RecordKind::kStartTime, startTime);
 }
-
 void CsvRecordWriter::HandleParameter(const quor::ParameterRec& record) {
-  if (kind_ != RecordKind::kParameter) return;
-  BeginRow(record.time);
-  Cell(buffer_, record.valid);
-  Cell(buffer_, record.fieldMask);
-  Cell(buffer_, record.sensorKind);
-  Cell(buffer_, record.deviceType);
-  Cell(buffer_, record.deviceId);
-  TextCell(buffer_, record.name.View());
-  for (double value : {record.offsetX, record.offsetY, record.offsetZ, record.mountAngle1,
-                       record.mountAngle2, record.mountAngle3})
-    Cell(buffer_, value);
-  Cell(buffer_, record.latencyMs);
-  for (double value : {record.angleOffset1, record.angleOffset2, record.angleOffset3})
-    Cell(buffer_, value);
-  EndRow();
+  Write(RecordKind::kParameter, record);
 }
-
 void CsvRecordWriter::HandlePosition(const quor::NavigationRec& record) {
-  if (kind_ != RecordKind::kPosition) return;
-  BeginRow(record.time);
-  Cell(buffer_, record.valid);
-  Cell(buffer_, record.fieldMask);
-  for (double value : {record.geographicFirst, record.geographicSecond, record.projectedFirst,
-                       record.projectedSecond, record.thirdCoordinate})
-    Cell(buffer_, value);
-  EndRow();
+  Write(RecordKind::kPosition, record);
 }
-
-void CsvRecordWriter::HandleGyro(const quor::GyroRec& record) {
-  if (kind_ != RecordKind::kGyro) return;
-  BeginRow(record.time);
-  Cell(buffer_, record.valid);
-  Cell(buffer_, record.sensorIndex);
-  Cell(buffer_, record.heading);
-  EndRow();
-}
-
+void CsvRecordWriter::HandleGyro(const quor::GyroRec& record) { Write(RecordKind::kGyro, record); }
 void CsvRecordWriter::HandleMotion(const quor::MotionRec& record) {
-  if (kind_ != RecordKind::kMotion) return;
-  BeginRow(record.time);
-  Cell(buffer_, record.valid);
-  Cell(buffer_, record.fieldMask);
-  Cell(buffer_, record.roll);
-  Cell(buffer_, record.pitch);
-  Cell(buffer_, record.heave);
-  EndRow();
+  Write(RecordKind::kMotion, record);
 }
-
 void CsvRecordWriter::HandleMultibeam(const quor::MultibeamRec& record) {
-  using MB = quor::MultibeamRec;
-  if (kind_ != RecordKind::kMultibeam) return;
-  // Per-beam arrays are read only as far as they are allocated.
-  const uint32_t beams = record.beamCount <= record.beamCapacity ? record.beamCount : 0;
-  const std::string time = FormatUtc(record.time);
-  const auto floats = [&](uint32_t bit, const std::unique_ptr<float[]>& values, uint32_t beam) {
-    if ((record.fieldMask & bit) != 0 && values) {
-      Cell(buffer_, values[beam]);
-    } else {
-      EmptyCell(buffer_);
-    }
-  };
-  for (uint32_t beam = 0; beam < beams; ++beam) {
-    AppendValue(buffer_, record.pingNumber);
-    Cell(buffer_, beam);
-    buffer_ += ',';
-    buffer_ += time;
-    Cell(buffer_, record.soundVelocity);
-    floats(MB::kTravelTime, record.travelTime, beam);
-    floats(MB::kAcrossAngle, record.acrossAngle, beam);
-    floats(MB::kAlongAngle, record.alongAngle, beam);
-    floats(MB::kDepth, record.depth, beam);
-    floats(MB::kAcrossTrack, record.acrossTrack, beam);
-    floats(MB::kAlongTrack, record.alongTrack, beam);
-    if ((record.fieldMask & MB::kQuality) != 0 && record.quality) {
-      Cell(buffer_, record.quality[beam]);
-    } else {
-      EmptyCell(buffer_);
-    }
-    EndRow();
-  }
+  Write(RecordKind::kMultibeam, record);
 }
-
 void CsvRecordWriter::HandleSidescan(const quor::SidescanRec& record) {
-  if (kind_ != RecordKind::kSidescan) return;
-  const uint32_t samples =
-      record.samples && record.sampleCount <= record.sampleCapacity ? record.sampleCount : 0;
-  const std::string time = FormatUtc(record.time);
-  for (uint32_t sample = 0; sample < samples; ++sample) {
-    AppendValue(buffer_, record.pingNumber);
-    Cell(buffer_, sample);
-    buffer_ += ',';
-    buffer_ += time;
-    Cell(buffer_, record.slantRange);
-    Cell(buffer_, record.sampleInterval);
-    Cell(buffer_, record.samples[sample]);
-    EndRow();
-  }
+  Write(RecordKind::kSidescan, record);
 }
 
 }  // namespace xsetool

@@ -1,6 +1,8 @@
 // CsvRecordWriter: a survey target that writes the records of one kind as a
 // CSV table: a header row, then one row per record, or one row per beam or
-// sample for multibeam and sidescan pings, keyed by ping number and index.
+// sample for multibeam and sidescan pings. The columns are the record's
+// fields in the order JSON lines give them, a time as one cell; per-item
+// tables add the item index ("beam", "sample") before the per-item values.
 // Times are ISO 8601 UTC; numbers the shortest text that reads back to the
 // same value; a per-beam value the ping does not carry is an empty cell.
 // Rows collect in a buffer that the owner flushes.
@@ -16,7 +18,7 @@
 namespace xsetool {
 
 // The header row of the table of `kind`, without the line end.
-std::string_view CsvHeader(RecordKind kind);
+std::string CsvHeader(RecordKind kind);
 
 class CsvRecordWriter final : public quor::ISurveyTarget {
  public:
@@ -35,8 +37,8 @@ class CsvRecordWriter final : public quor::ISurveyTarget {
   bool Flush();
 
  private:
-  void BeginRow(const quor::timeval& time);
-  void EndRow();
+  template <typename Record>
+  void Write(RecordKind kind, const Record& record);
 
   std::FILE* out_;
   RecordKind kind_;

@@ -6,6 +6,7 @@
 
 #include "platform/errortext.h"
 #include "tools/xse/argparse.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/surveygenerator.h"
 
@@ -34,11 +35,6 @@ constexpr const char* kGenHelp =
     "  --ping-rate HZ      bathymetry and sidescan pings per second, 1 to 50 (default 10)\n"
     "  --byte-order ORDER  big (default), little, or mixed (chosen per frame)\n"
     "  --help              show this help\n";
-
-int GenUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse gen: %s\n%s", message.c_str(), kGenUsage);
-  return kExitUsage;
-}
 
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -80,60 +76,56 @@ bool WriteSurvey(SurveyGenerator& generator, const std::string& path, std::strin
 
 int RunGenCommand(std::span<const std::string_view> args) {
   SurveyOptions options;
-  std::string out;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string_view arg = args[i];
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kGenUsage, stdout);
-      std::fputs(kGenHelp, stdout);
-      return kExitOk;
+  CommandLine line("gen", kGenUsage, kGenHelp);
+  line.Value("--duration", [&](std::string_view value) {
+    options.durationSeconds = ParsePositive(value);
+    return options.durationSeconds.has_value();
+  });
+  line.Value("--size", [&](std::string_view value) {
+    options.sizeBytes = ParseByteSize(value);
+    return options.sizeBytes.value_or(0) != 0;
+  });
+  line.Value("--seed", [&](std::string_view value) {
+    const auto seed = ParseUnsigned(value);
+    options.seed = seed.value_or(0);
+    return seed.has_value();
+  });
+  const auto countIn = [](uint32_t& target, uint64_t limit) {
+    return [&target, limit](std::string_view value) {
+      const auto count = ParseUnsigned(value);
+      if (!count || *count == 0 || *count > limit) return false;
+      target = static_cast<uint32_t>(*count);
+      return true;
+    };
+  };
+  line.Value("--beams", countIn(options.beamsPerHead, 8192));
+  line.Value("--samples", countIn(options.sidescanSamplesPerSide, 65536));
+  const auto rateIn = [](double& target, double limit) {
+    return [&target, limit](std::string_view value) {
+      const auto rate = ParsePositive(value);
+      if (!rate || *rate < 1 || *rate > limit) return false;
+      target = *rate;
+      return true;
+    };
+  };
+  line.Value("--nav-rate", rateIn(options.navigationRateHz, 100));
+  line.Value("--ping-rate", rateIn(options.pingRateHz, 50));
+  line.Value("--byte-order", [&](std::string_view value) {
+    if (value == "big") {
+      options.byteOrder = ByteOrderChoice::kBig;
+    } else if (value == "little") {
+      options.byteOrder = ByteOrderChoice::kLittle;
+    } else if (value == "mixed") {
+      options.byteOrder = ByteOrderChoice::kMixed;
+    } else {
+      return false;
     }
-    if (arg.size() > 1 && arg.front() == '-') {
-      if (i + 1 >= args.size()) return GenUsageError(std::string(arg) + " needs a value");
-      const std::string_view value = args[++i];
-      const auto bad = [&] {
-        return GenUsageError("invalid value '" + std::string(value) + "' for " + std::string(arg));
-      };
-      if (arg == "--duration") {
-        options.durationSeconds = ParsePositive(value);
-        if (!options.durationSeconds) return bad();
-      } else if (arg == "--size") {
-        options.sizeBytes = ParseByteSize(value);
-        if (!options.sizeBytes || *options.sizeBytes == 0) return bad();
-      } else if (arg == "--seed") {
-        const auto seed = ParseUnsigned(value);
-        if (!seed) return bad();
-        options.seed = *seed;
-      } else if (arg == "--beams" || arg == "--samples") {
-        const auto count = ParseUnsigned(value);
-        const uint64_t limit = arg == "--beams" ? 8192 : 65536;
-        if (!count || *count == 0 || *count > limit) return bad();
-        (arg == "--beams" ? options.beamsPerHead : options.sidescanSamplesPerSide) =
-            static_cast<uint32_t>(*count);
-      } else if (arg == "--nav-rate" || arg == "--ping-rate") {
-        const auto rate = ParsePositive(value);
-        const double limit = arg == "--nav-rate" ? 100 : 50;
-        if (!rate || *rate < 1 || *rate > limit) return bad();
-        (arg == "--nav-rate" ? options.navigationRateHz : options.pingRateHz) = *rate;
-      } else if (arg == "--byte-order") {
-        if (value == "big") {
-          options.byteOrder = ByteOrderChoice::kBig;
-        } else if (value == "little") {
-          options.byteOrder = ByteOrderChoice::kLittle;
-        } else if (value == "mixed") {
-          options.byteOrder = ByteOrderChoice::kMixed;
-        } else {
-          return bad();
-        }
-      } else {
-        return GenUsageError("unknown option '" + std::string(arg) + "'");
-      }
-      continue;
-    }
-    if (!out.empty()) return GenUsageError("more than one output file");
-    out = arg;
-  }
-  if (out.empty()) return GenUsageError("no output file");
+    return true;
+  });
+  if (const auto exit = line.Parse(args)) return *exit;
+  if (line.operands().empty()) return line.UsageError("no output file");
+  if (line.operands().size() > 1) return line.UsageError("more than one output file");
+  const std::string& out = line.operands().front();
 
   SurveyGenerator generator(options);
   std::string error;

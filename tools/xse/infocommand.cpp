@@ -7,6 +7,7 @@
 
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "platform/terminal.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/progressbar.h"
 #include "tools/xse/surveyreport.h"
@@ -25,11 +26,6 @@ constexpr const char* kInfoHelp =
     "\n"
     "  --json   one JSON object per file, one per line\n"
     "  --help   show this help\n";
-
-int InfoUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse info: %s\n%s", message.c_str(), kInfoUsage);
-  return kExitUsage;
-}
 
 // Decodes `path` into `summary`; false (with the reason) when it cannot be
 // opened.
@@ -60,22 +56,11 @@ bool Summarise(const std::string& path, FileSummary& summary, std::string& error
 
 int RunInfoCommand(std::span<const std::string_view> args) {
   bool json = false;
-  std::vector<std::string> files;
-  for (const std::string_view arg : args) {
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kInfoUsage, stdout);
-      std::fputs(kInfoHelp, stdout);
-      return kExitOk;
-    }
-    if (arg == "--json") {
-      json = true;
-    } else if (arg.size() > 1 && arg.front() == '-' && arg != "--") {
-      return InfoUsageError("unknown option '" + std::string(arg) + "'");
-    } else if (arg != "--") {
-      files.emplace_back(arg);
-    }
-  }
-  if (files.empty()) return InfoUsageError("no input file");
+  CommandLine line("info", kInfoUsage, kInfoHelp);
+  line.Flag("--json", json);
+  if (const auto exit = line.Parse(args)) return *exit;
+  const std::vector<std::string>& files = line.operands();
+  if (files.empty()) return line.UsageError("no input file");
 
   int status = kExitOk;
   bool first = true;

@@ -48,4 +48,12 @@ void AppendJsonString(std::string& out, std::string_view text) {
   out += '"';
 }
 
+void JsonBuilder::Key(std::string_view key) {
+  if (out_.size() > start_ && out_.back() != '{' && out_.back() != '[') out_ += ',';
+  if (!key.empty()) {
+    AppendJsonString(out_, key);
+    out_ += ':';
+  }
+}
+
 }  // namespace xsetool

@@ -17,6 +17,7 @@ constexpr const char* kUsage =
     "  run FILE...      read the files through the reader plug-in, as the host does\n"
     "  check FILE...    ask the reader plug-in whether it can read each file\n"
     "  serve FILE       play a file as a live XSE data server on 127.0.0.1\n"
+    "  soundings FILE...  every beam as a point on the earth (CSV or xyz)\n"
     "\n"
     "Run 'xse COMMAND --help' for the options of a command.\n";
 
@@ -40,6 +41,7 @@ int main(int argc, char** argv) {
   if (command == "run") return xsetool::RunRunCommand(rest);
   if (command == "check") return xsetool::RunCheckCommand(rest);
   if (command == "serve") return xsetool::RunServeCommand(rest);
+  if (command == "soundings") return xsetool::RunSoundingsCommand(rest);
   std::fprintf(stderr, "xse: unknown command '%.*s'\n%s", static_cast<int>(command.size()),
                command.data(), kUsage);
   return xsetool::kExitUsage;

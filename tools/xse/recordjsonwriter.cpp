@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "interpreters/surveyreaderlib/recordfields.h"
 #include "tools/xse/jsontext.h"
 
 namespace xsetool {
@@ -9,52 +10,44 @@ namespace {
 
 constexpr size_t kFlushThreshold = 1 << 16;
 
-template <typename T>
-void AppendField(std::string& out, const char* key, T value) {
-  out += ",\"";
-  out += key;
-  out += "\":";
-  if constexpr (std::is_floating_point_v<T>) {
-    AppendJsonNumber(out, value);
-  } else if constexpr (std::is_signed_v<T>) {
-    AppendJsonNumber(out, static_cast<int64_t>(value));
-  } else {
-    AppendJsonNumber(out, static_cast<uint64_t>(value));
-  }
-}
+// Writes a record's fields as members of the open object; a time as "sec"
+// and "usec", an array the record does not carry not at all.
+class JsonFields {
+ public:
+  explicit JsonFields(JsonBuilder& json) : json_(json) {}
 
-template <typename T>
-void AppendArray(std::string& out, const char* key, const T* values, uint32_t count) {
-  out += ",\"";
-  out += key;
-  out += "\":[";
-  for (uint32_t i = 0; i < count; ++i) {
-    if (i != 0) out += ',';
-    if constexpr (std::is_floating_point_v<T>) {
-      AppendJsonNumber(out, values[i]);
-    } else {
-      AppendJsonNumber(out, static_cast<uint64_t>(values[i]));
-    }
+  void Time(std::string_view, const quor::timeval& time) {
+    json_.Number("sec", time.tv_sec).Number("usec", time.tv_usec);
   }
-  out += ']';
-}
+  template <typename T>
+  void Scalar(std::string_view name, T value) {
+    json_.Number(name, value);
+  }
+  void Text(std::string_view name, std::string_view text) { json_.String(name, text); }
+  void Items(std::string_view, uint32_t count) { items_ = count; }
+  template <typename T>
+  void Array(std::string_view name, const T* values) {
+    if (values == nullptr) return;
+    json_.BeginArray(name);
+    for (uint32_t i = 0; i < items_; ++i) json_.Number({}, values[i]);
+    json_.EndArray();
+  }
+
+ private:
+  JsonBuilder& json_;
+  uint32_t items_ = 0;
+};
 
 }  // namespace
 
-void RecordJsonWriter::BeginRecord(const char* kind, const quor::SensorRec& record) {
-  line_ += "{\"kind\":\"";
-  line_ += kind;
-  line_ += '"';
-  AppendField(line_, "valid", record.valid);
-  AppendField(line_, "fieldMask", record.fieldMask);
-  AppendField(line_, "sec", record.time.tv_sec);
-  AppendField(line_, "usec", record.time.tv_usec);
-  AppendField(line_, "relTime", record.relTime);
-  AppendField(line_, "sensorIndex", record.sensorIndex);
-}
-
-void RecordJsonWriter::EndLine() {
-  line_ += "}\n";
+template <typename Record>
+void RecordJsonWriter::Write(RecordKind kind, const Record& record) {
+  JsonBuilder json(line_);
+  json.BeginObject().String("kind", RecordKindName(kind));
+  JsonFields fields(json);
+  quor::VisitFields(record, fields);
+  json.EndObject();
+  line_ += '\n';
   if (line_.size() >= kFlushThreshold) Flush();
 }
 
@@ -68,90 +61,23 @@ bool RecordJsonWriter::Flush() {
 }
 
 void RecordJsonWriter::HandleStartTime(const quor::timeval& startTime) {
-  line_ += "{\"kind\":\"startTime\"";
-  AppendField(line_, "sec", startTime.tv_sec);
-  AppendField(line_, "usec", startTime.tv_usec);
-  EndLine();
+  Write(RecordKind::kStartTime, startTime);
 }
-
 void RecordJsonWriter::HandleParameter(const quor::ParameterRec& record) {
-  BeginRecord("parameter", record);
-  AppendField(line_, "sensorKind", record.sensorKind);
-  AppendField(line_, "deviceType", record.deviceType);
-  AppendField(line_, "deviceId", record.deviceId);
-  line_ += ",\"name\":";
-  AppendJsonString(line_, record.name.View());
-  AppendField(line_, "offsetX", record.offsetX);
-  AppendField(line_, "offsetY", record.offsetY);
-  AppendField(line_, "offsetZ", record.offsetZ);
-  AppendField(line_, "mountAngle1", record.mountAngle1);
-  AppendField(line_, "mountAngle2", record.mountAngle2);
-  AppendField(line_, "mountAngle3", record.mountAngle3);
-  AppendField(line_, "latencyMs", record.latencyMs);
-  AppendField(line_, "angleOffset1", record.angleOffset1);
-  AppendField(line_, "angleOffset2", record.angleOffset2);
-  AppendField(line_, "angleOffset3", record.angleOffset3);
-  EndLine();
+  Write(RecordKind::kParameter, record);
 }
-
 void RecordJsonWriter::HandlePosition(const quor::NavigationRec& record) {
-  BeginRecord("position", record);
-  AppendField(line_, "projectedFirst", record.projectedFirst);
-  AppendField(line_, "projectedSecond", record.projectedSecond);
-  AppendField(line_, "geographicFirst", record.geographicFirst);
-  AppendField(line_, "geographicSecond", record.geographicSecond);
-  AppendField(line_, "thirdCoordinate", record.thirdCoordinate);
-  EndLine();
+  Write(RecordKind::kPosition, record);
 }
-
-void RecordJsonWriter::HandleGyro(const quor::GyroRec& record) {
-  BeginRecord("gyro", record);
-  AppendField(line_, "heading", record.heading);
-  EndLine();
-}
-
+void RecordJsonWriter::HandleGyro(const quor::GyroRec& record) { Write(RecordKind::kGyro, record); }
 void RecordJsonWriter::HandleMotion(const quor::MotionRec& record) {
-  BeginRecord("motion", record);
-  AppendField(line_, "roll", record.roll);
-  AppendField(line_, "pitch", record.pitch);
-  AppendField(line_, "heave", record.heave);
-  EndLine();
+  Write(RecordKind::kMotion, record);
 }
-
 void RecordJsonWriter::HandleMultibeam(const quor::MultibeamRec& record) {
-  using MB = quor::MultibeamRec;
-  BeginRecord("multibeam", record);
-  AppendField(line_, "pingNumber", record.pingNumber);
-  AppendField(line_, "soundVelocity", record.soundVelocity);
-  AppendField(line_, "beamCount", record.beamCount);
-  // An array is printed only when its bit is set and it holds the beams.
-  const uint32_t count = record.beamCount;
-  const bool fits = count <= record.beamCapacity;
-  auto floats = [&](uint32_t bit, const char* key, const std::unique_ptr<float[]>& values) {
-    if ((record.fieldMask & bit) && fits && values) AppendArray(line_, key, values.get(), count);
-  };
-  floats(MB::kTravelTime, "travelTime", record.travelTime);
-  floats(MB::kAcrossAngle, "acrossAngle", record.acrossAngle);
-  floats(MB::kAlongAngle, "alongAngle", record.alongAngle);
-  floats(MB::kDepth, "depth", record.depth);
-  floats(MB::kAcrossTrack, "acrossTrack", record.acrossTrack);
-  floats(MB::kAlongTrack, "alongTrack", record.alongTrack);
-  if ((record.fieldMask & MB::kQuality) && fits && record.quality)
-    AppendArray(line_, "quality", record.quality.get(), count);
-  EndLine();
+  Write(RecordKind::kMultibeam, record);
 }
-
 void RecordJsonWriter::HandleSidescan(const quor::SidescanRec& record) {
-  BeginRecord("sidescan", record);
-  AppendField(line_, "pingNumber", record.pingNumber);
-  AppendField(line_, "slantRange", record.slantRange);
-  AppendField(line_, "soundVelocity", record.soundVelocity);
-  AppendField(line_, "sampleInterval", record.sampleInterval);
-  AppendField(line_, "sampleCount", record.sampleCount);
-  const uint32_t count =
-      record.samples && record.sampleCount <= record.sampleCapacity ? record.sampleCount : 0;
-  AppendArray(line_, "samples", record.samples.get(), count);
-  EndLine();
+  Write(RecordKind::kSidescan, record);
 }
 
 }  // namespace xsetool

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "tools/xse/recordkind.h"
 
 namespace xsetool {
 
@@ -28,8 +29,8 @@ class RecordJsonWriter final : public quor::ISurveyTarget {
   bool Flush();
 
  private:
-  void BeginRecord(const char* kind, const quor::SensorRec& record);
-  void EndLine();
+  template <typename Record>
+  void Write(RecordKind kind, const Record& record);
 
   std::FILE* out_;
   std::string line_;

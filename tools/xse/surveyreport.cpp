@@ -88,47 +88,29 @@ void AppendLine(std::string& out, const char* label, const std::string& facts) {
   out += Printf("  %-12s %s\n", label, facts.c_str());
 }
 
-void AppendKey(std::string& out, const char* key) {
-  if (out.back() != '{' && out.back() != '[') out += ',';
-  AppendJsonString(out, key);
-  out += ':';
+void RangeMembers(JsonBuilder& json, std::string_view minKey, std::string_view maxKey,
+                  const Range<uint32_t>& range) {
+  if (range.empty) {
+    json.Null(minKey).Null(maxKey);
+  } else {
+    json.Number(minKey, range.min).Number(maxKey, range.max);
+  }
 }
 
-void AppendUnsigned(std::string& out, const char* key, uint64_t value) {
-  AppendKey(out, key);
-  AppendJsonNumber(out, value);
-}
-
-void AppendDouble(std::string& out, const char* key, double value) {
-  AppendKey(out, key);
-  AppendJsonNumber(out, value);
-}
-
-void AppendRange(std::string& out, const char* minKey, const char* maxKey,
-                 const Range<uint32_t>& range) {
-  AppendKey(out, minKey);
-  out += range.empty ? "null" : std::to_string(range.min);
-  AppendKey(out, maxKey);
-  out += range.empty ? "null" : std::to_string(range.max);
-}
-
-void AppendBounds(std::string& out, const char* key, const PositionBounds& bounds) {
-  AppendKey(out, key);
-  out += '{';
-  AppendUnsigned(out, "fixes", bounds.fixes);
-  const auto bound = [&](const char* name, const Range<double>& range, bool max) {
-    AppendKey(out, name);
+void BoundsObject(JsonBuilder& json, std::string_view key, const PositionBounds& bounds) {
+  json.BeginObject(key).Number("fixes", bounds.fixes);
+  const auto bound = [&json](std::string_view name, const Range<double>& range, bool max) {
     if (range.empty) {
-      out += "null";
+      json.Null(name);
     } else {
-      AppendJsonNumber(out, max ? range.max : range.min);
+      json.Number(name, max ? range.max : range.min);
     }
   };
   bound("firstMin", bounds.first, false);
   bound("firstMax", bounds.first, true);
   bound("secondMin", bounds.second, false);
   bound("secondMax", bounds.second, true);
-  out += '}';
+  json.EndObject();
 }
 
 }  // namespace
@@ -229,95 +211,71 @@ std::string FormatSummaryText(const FileSummary& summary) {
 std::string FormatSummaryJson(const FileSummary& summary) {
   const elac::ReadStatistics& frames = summary.frames;
   const SurveyStats& records = summary.records;
-  std::string out = "{";
-  AppendKey(out, "file");
-  AppendJsonString(out, summary.path);
-  AppendUnsigned(out, "size", summary.size);
+  std::string out;
+  JsonBuilder json(out);
+  json.BeginObject().String("file", summary.path).Number("size", summary.size);
+  json.BeginObject("byteOrder")
+      .Number("big", frames.bigEndianFrames)
+      .Number("little", frames.littleEndianFrames)
+      .EndObject();
 
-  AppendKey(out, "byteOrder");
-  out += '{';
-  AppendUnsigned(out, "big", frames.bigEndianFrames);
-  AppendUnsigned(out, "little", frames.littleEndianFrames);
-  out += '}';
-
-  AppendKey(out, "frames");
-  out += '{';
-  AppendUnsigned(out, "decoded", frames.FramesDecoded());
-  for (uint32_t type : kNamedTypeOrder)
-    AppendUnsigned(out, FrameTypeName(type), frames.framesByType[type]);
+  json.BeginObject("frames").Number("decoded", frames.FramesDecoded());
+  for (uint32_t type : kNamedTypeOrder) json.Number(FrameTypeName(type), frames.framesByType[type]);
   for (uint32_t slot = 0; slot < frames.framesByType.size(); ++slot) {
     if (IsNamedType(slot) || frames.framesByType[slot] == 0) continue;
     const std::string key = slot == elac::ReadStatistics::kOtherFrameTypes ? Printf("type%u+", slot)
                                                                            : Printf("type%u", slot);
-    AppendUnsigned(out, key.c_str(), frames.framesByType[slot]);
+    json.Number(key, frames.framesByType[slot]);
   }
-  AppendUnsigned(out, "rejected", frames.framesRejected);
-  out += '}';
-  AppendUnsigned(out, "bytesSkipped", summary.bytesSkipped());
+  json.Number("rejected", frames.framesRejected).EndObject();
+  json.Number("bytesSkipped", summary.bytesSkipped());
 
-  AppendKey(out, "records");
-  out += '{';
-  for (RecordKind kind : kAllRecordKinds) {
-    AppendUnsigned(out, RecordKindName(kind).data(), records.records(kind));
-  }
-  out += '}';
+  json.BeginObject("records");
+  for (RecordKind kind : kAllRecordKinds) json.Number(RecordKindName(kind), records.records(kind));
+  json.EndObject();
 
-  AppendKey(out, "multibeam");
-  out += '{';
-  AppendUnsigned(out, "pings", records.records(RecordKind::kMultibeam));
-  AppendRange(out, "beamsMin", "beamsMax", records.beamsPerPing());
-  out += '}';
-  AppendKey(out, "sidescan");
-  out += '{';
-  AppendUnsigned(out, "pings", records.records(RecordKind::kSidescan));
-  AppendRange(out, "samplesMin", "samplesMax", records.samplesPerPing());
-  out += '}';
+  json.BeginObject("multibeam").Number("pings", records.records(RecordKind::kMultibeam));
+  RangeMembers(json, "beamsMin", "beamsMax", records.beamsPerPing());
+  json.EndObject();
+  json.BeginObject("sidescan").Number("pings", records.records(RecordKind::kSidescan));
+  RangeMembers(json, "samplesMin", "samplesMax", records.samplesPerPing());
+  json.EndObject();
 
-  AppendKey(out, "time");
   const auto& span = records.timeSpan();
   if (span.empty) {
-    out += "null";
+    json.Null("time");
   } else {
-    out += '{';
-    AppendKey(out, "start");
-    AppendJsonString(out, FormatUtc(span.min.time));
-    AppendKey(out, "end");
-    AppendJsonString(out, FormatUtc(span.max.time));
-    AppendDouble(out, "seconds", SecondsBetween(span.min.time, span.max.time));
-    out += '}';
+    json.BeginObject("time")
+        .String("start", FormatUtc(span.min.time))
+        .String("end", FormatUtc(span.max.time))
+        .Number("seconds", SecondsBetween(span.min.time, span.max.time))
+        .EndObject();
   }
 
-  AppendKey(out, "position");
-  out += '{';
-  AppendBounds(out, "wgs84", records.geographic());
-  AppendBounds(out, "projected", records.projected());
-  out += '}';
+  json.BeginObject("position");
+  BoundsObject(json, "wgs84", records.geographic());
+  BoundsObject(json, "projected", records.projected());
+  json.EndObject();
 
-  AppendKey(out, "parameters");
-  out += '[';
+  json.BeginArray("parameters");
   for (const ParameterTally& tally : records.parameters()) {
-    if (out.back() != '[') out += ',';
-    out += '{';
-    AppendKey(out, "name");
-    AppendJsonString(out, tally.name);
-    AppendKey(out, "sensorKind");
-    AppendJsonNumber(out, int64_t{tally.sensorKind});
-    AppendUnsigned(out, "records", tally.records);
-    AppendUnsigned(out, "valid", tally.valid);
-    out += '}';
+    json.BeginObject()
+        .String("name", tally.name)
+        .Number("sensorKind", tally.sensorKind)
+        .Number("records", tally.records)
+        .Number("valid", tally.valid)
+        .EndObject();
   }
-  out += ']';
+  json.EndArray();
 
-  AppendKey(out, "decode");
-  out += '{';
-  AppendDouble(out, "seconds", summary.decodeSeconds);
-  AppendKey(out, "bytesPerSecond");
+  json.BeginObject("decode").Number("seconds", summary.decodeSeconds);
   if (summary.decodeSeconds > 0) {
-    AppendJsonNumber(out, static_cast<double>(summary.size) / summary.decodeSeconds);
+    json.Number("bytesPerSecond", static_cast<double>(summary.size) / summary.decodeSeconds);
   } else {
-    out += "null";
+    json.Null("bytesPerSecond");
   }
-  out += "}}\n";
+  json.EndObject().EndObject();
+  out += '\n';
   return out;
 }
 

@@ -20,11 +20,14 @@ template <typename T>
 concept WireScalar = std::is_arithmetic_v<T> &&
     (sizeof(T) == 1 || sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8);
 
-// Loads a T from unaligned bytes stored in the given byte order.
+// Reverse the bytes of an unsigned word.
 inline uint16_t ByteSwap(uint16_t v) { return __builtin_bswap16(v); }
 inline uint32_t ByteSwap(uint32_t v) { return __builtin_bswap32(v); }
 inline uint64_t ByteSwap(uint64_t v) { return __builtin_bswap64(v); }
 
+// Loads a T from unaligned bytes stored in the given byte order: memcpy
+// into an unsigned word, swap when the order differs from the machine's,
+// then reinterpret the bits.
 template <WireScalar T>
 inline T LoadScalar(const uint8_t* bytes, bool bigEndian) {
   using Bits = std::conditional_t<

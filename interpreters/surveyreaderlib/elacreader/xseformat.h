@@ -32,9 +32,14 @@ enum FrameType : uint32_t {
   kBathymetryFrame = 6,
 };
 
-// Frame types that carry no start time.
+// Frame types whose time is no start time: parameter frames, and types 2,
+// 3 and 10, which the decoder knows only by that and otherwise skips.
+inline constexpr uint32_t kUntimedFrameTypes[] = {2, 3, kParameterFrame, 10};
+
 inline constexpr bool FrameHasStartTime(uint32_t frameType) {
-  return frameType != 2 && frameType != 3 && frameType != 4 && frameType != 10;
+  for (const uint32_t untimed : kUntimedFrameTypes)
+    if (frameType == untimed) return false;
+  return true;
 }
 
 inline constexpr double kRadiansToDegrees = 57.29577951308232;

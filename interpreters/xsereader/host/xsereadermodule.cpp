@@ -17,6 +17,15 @@ std::string XseReaderModule::DefaultPath() {
       return beside.string();
     }
   }
+#ifdef XSE_INSTALLED_READER_MODULE
+  if (!program.empty()) {
+    const std::filesystem::path installed =
+        (program.parent_path() / XSE_INSTALLED_READER_MODULE).lexically_normal();
+    if (platform::EntryExists(installed.parent_path().string(), installed.filename().string())) {
+      return installed.string();
+    }
+  }
+#endif
   return XSE_BUILT_READER_MODULE;
 }
 

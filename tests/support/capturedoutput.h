@@ -1,4 +1,4 @@
-// A stdio stream that writes into memory, for code that prints to a FILE*.
+// A stdio stream that captures into memory what code prints to a FILE*.
 #pragma once
 
 #include <cstdio>
@@ -7,12 +7,12 @@
 
 namespace xsetest {
 
-class MemoryStream {
+class CapturedOutput {
  public:
-  MemoryStream() : file_(::open_memstream(&buffer_, &size_)) {}
-  MemoryStream(const MemoryStream&) = delete;
-  MemoryStream& operator=(const MemoryStream&) = delete;
-  ~MemoryStream() {
+  CapturedOutput() : file_(::open_memstream(&buffer_, &size_)) {}
+  CapturedOutput(const CapturedOutput&) = delete;
+  CapturedOutput& operator=(const CapturedOutput&) = delete;
+  ~CapturedOutput() {
     if (file_ != nullptr) std::fclose(file_);
     std::free(buffer_);
   }

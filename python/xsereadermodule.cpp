@@ -1,0 +1,311 @@
+// The Python module `xsereader`: read() gives a survey as numpy arrays,
+// records() yields each record as a dict with the keys of `xse dump`.
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "interpreters/surveyreaderlib/soundings/soundings.h"
+#include "python/recorddicts.h"
+#include "python/surveyarrays.h"
+#include "xsereader/xsereader.h"
+
+namespace py = pybind11;
+
+namespace xsepython {
+namespace {
+
+xsereader::Heads HeadsArgument(const std::string& head) {
+  const auto heads = xsereader::ParseHeads(head);
+  if (!heads) throw py::value_error("unknown head '" + head + "'");
+  return *heads;
+}
+
+// Raises OSError with the reason `xse` prints; a reason that is the system's
+// text for an errno value becomes that errno, so a missing file raises
+// FileNotFoundError as Python's own open() does.
+[[noreturn]] void RaiseOpenError(const std::string& path, const std::string& reason) {
+  for (const int code : {ENOENT, EACCES, EISDIR, ENOTDIR, EPERM, ENAMETOOLONG, ELOOP}) {
+    if (reason == std::strerror(code)) {
+      PyErr_SetObject(PyExc_OSError, py::make_tuple(code, reason, path).ptr());
+      throw py::error_already_set();
+    }
+  }
+  PyErr_SetString(PyExc_OSError, ("cannot open " + path + ": " + reason).c_str());
+  throw py::error_already_set();
+}
+
+std::unique_ptr<xsereader::SurveyReader> Open(const std::string& path, xsereader::Heads heads) {
+  std::string error;
+  auto reader = xsereader::SurveyReader::OpenFile(path, heads, &error);
+  if (!reader) RaiseOpenError(path, error);
+  return reader;
+}
+
+std::string PathArgument(const py::object& path) {
+  return py::str(py::module_::import("os").attr("fspath")(path));
+}
+
+// Builds a structured dtype field by field at the struct's own offsets.
+class DtypeBuilder {
+ public:
+  template <typename T>
+  DtypeBuilder& Field(const char* name, size_t offset) {
+    names_.append(name);
+    formats_.append(py::dtype::of<T>());
+    offsets_.append(offset);
+    return *this;
+  }
+  template <typename Row>
+  DtypeBuilder& Header() {
+    const size_t at = offsetof(Row, header);
+    return Field<double>("time", at + offsetof(RowHeader, time))
+        .Field<int32_t>("valid", at + offsetof(RowHeader, valid))
+        .Field<uint32_t>("fieldMask", at + offsetof(RowHeader, fieldMask))
+        .Field<int32_t>("relTime", at + offsetof(RowHeader, relTime))
+        .Field<int32_t>("sensorIndex", at + offsetof(RowHeader, sensorIndex));
+  }
+  py::dtype Build(size_t itemSize) const {
+    py::dict spec;
+    spec["names"] = names_;
+    spec["formats"] = formats_;
+    spec["offsets"] = offsets_;
+    spec["itemsize"] = itemSize;
+    return py::dtype::from_args(spec);
+  }
+
+ private:
+  py::list names_, formats_, offsets_;
+};
+
+// Hands a vector's buffer to numpy without copying it.
+template <typename T>
+py::array Adopt(std::vector<T>&& values, const py::dtype& dtype, std::vector<py::ssize_t> shape) {
+  auto* owner = new std::vector<T>(std::move(values));
+  py::capsule free(owner, [](void* p) { delete static_cast<std::vector<T>*>(p); });
+  return py::array(dtype, std::move(shape), owner->data(), free);
+}
+
+// The same for a PagedArray, as a pings x width table.
+template <typename T>
+py::array Adopt(PagedArray<T>&& values, std::vector<py::ssize_t> shape) {
+  auto* block = new platform::PageBuffer::Block(values.Release());
+  py::capsule free(block, [](void* p) {
+    auto* owned = static_cast<platform::PageBuffer::Block*>(p);
+    platform::PageBuffer::Free(*owned);
+    delete owned;
+  });
+  return py::array(py::dtype::of<T>(), std::move(shape), static_cast<const T*>(block->data), free);
+}
+
+template <typename Row>
+py::array Rows(std::vector<Row>&& rows, const py::dtype& dtype) {
+  const auto count = static_cast<py::ssize_t>(rows.size());
+  return Adopt(std::move(rows), dtype, {count});
+}
+
+// pings x widest, `fill` where a ping has fewer values. Usually every ping
+// has as many, and the runs are the table already.
+template <typename T>
+py::array Table(Runs<T>&& runs, T fill) {
+  const auto pings = static_cast<py::ssize_t>(runs.counts.size());
+  const auto width = static_cast<py::ssize_t>(runs.widest);
+  if (runs.Rectangular()) return Adopt(std::move(runs.values), {pings, width});
+  py::array_t<T> table({pings, width});
+  T* out = table.mutable_data();
+  std::fill(out, out + pings * width, fill);
+  const T* in = runs.values.data();
+  for (py::ssize_t ping = 0; ping < pings; ++ping) {
+    const uint32_t count = runs.counts[static_cast<size_t>(ping)];
+    std::copy(in, in + count, out + ping * width);
+    in += count;
+  }
+  platform::PageBuffer::Free(runs.values.Release());
+  return table;
+}
+
+// Per-ping columns as views into one structured array.
+py::dict Columns(const py::array& rows) {
+  py::dict columns;
+  for (const auto& name : rows.dtype().attr("names")) columns[name] = rows[name];
+  return columns;
+}
+
+py::dict Read(const py::object& pathObject, const std::string& head) {
+  const std::string path = PathArgument(pathObject);
+  const xsereader::Heads heads = HeadsArgument(head);
+  auto reader = Open(path, heads);
+  SurveyArrays arrays;
+  {
+    py::gil_scoped_release unlocked;
+    reader->ReadAll(arrays);
+  }
+  py::dict survey;
+  const auto frames = static_cast<py::ssize_t>(arrays.startTimes.size());
+  survey["startTimes"] = Adopt(std::move(arrays.startTimes), py::dtype::of<double>(), {frames});
+
+  survey["positions"] =
+      Rows(std::move(arrays.positions),
+           DtypeBuilder()
+               .Header<PositionRow>()
+               .Field<double>("projectedFirst", offsetof(PositionRow, projectedFirst))
+               .Field<double>("projectedSecond", offsetof(PositionRow, projectedSecond))
+               .Field<double>("geographicFirst", offsetof(PositionRow, geographicFirst))
+               .Field<double>("geographicSecond", offsetof(PositionRow, geographicSecond))
+               .Field<double>("thirdCoordinate", offsetof(PositionRow, thirdCoordinate))
+               .Build(sizeof(PositionRow)));
+  survey["headings"] =
+      Rows(std::move(arrays.headings), DtypeBuilder()
+                                           .Header<HeadingRow>()
+                                           .Field<double>("heading", offsetof(HeadingRow, heading))
+                                           .Build(sizeof(HeadingRow)));
+  survey["attitude"] =
+      Rows(std::move(arrays.attitude), DtypeBuilder()
+                                           .Header<AttitudeRow>()
+                                           .Field<double>("roll", offsetof(AttitudeRow, roll))
+                                           .Field<double>("pitch", offsetof(AttitudeRow, pitch))
+                                           .Field<double>("heave", offsetof(AttitudeRow, heave))
+                                           .Build(sizeof(AttitudeRow)));
+
+  py::dict multibeam = Columns(Rows(
+      std::move(arrays.pings), DtypeBuilder()
+                                   .Header<PingRow>()
+                                   .Field<int32_t>("pingNumber", offsetof(PingRow, pingNumber))
+                                   .Field<double>("soundVelocity", offsetof(PingRow, soundVelocity))
+                                   .Field<uint32_t>("beamCount", offsetof(PingRow, beamCount))
+                                   .Build(sizeof(PingRow))));
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  for (int field = 0; field < kBeamFloatFields; ++field) {
+    multibeam[SurveyArrays::BeamFieldName(field)] = Table(std::move(arrays.beams[field]), nan);
+  }
+  multibeam["quality"] = Table(std::move(arrays.quality), uint8_t{0});
+  survey["multibeam"] = multibeam;
+
+  py::dict sidescan =
+      Columns(Rows(std::move(arrays.sidescanPings),
+                   DtypeBuilder()
+                       .Header<SidescanRow>()
+                       .Field<int32_t>("pingNumber", offsetof(SidescanRow, pingNumber))
+                       .Field<float>("slantRange", offsetof(SidescanRow, slantRange))
+                       .Field<float>("soundVelocity", offsetof(SidescanRow, soundVelocity))
+                       .Field<float>("sampleInterval", offsetof(SidescanRow, sampleInterval))
+                       .Field<uint32_t>("sampleCount", offsetof(SidescanRow, sampleCount))
+                       .Build(sizeof(SidescanRow))));
+  sidescan["samples"] = Table(std::move(arrays.samples), nan);
+  survey["sidescan"] = sidescan;
+
+  py::list parameters;
+  for (const auto& parameter : arrays.parameters) parameters.append(ParameterDict(parameter));
+  survey["parameters"] = parameters;
+  return survey;
+}
+
+// soundings(): one row per georeferenced beam.
+struct SoundingRow {
+  double time;
+  int32_t pingNumber;
+  uint32_t beam;
+  double latitude;
+  double longitude;
+  float depth;
+  int16_t quality;
+};
+
+class SoundingRows final : public soundings::ISoundingSink {
+ public:
+  void HandleSounding(const soundings::Sounding& s) override {
+    rows.push_back({s.time.tv_sec + s.time.tv_usec * 1e-6, s.pingNumber, s.beam, s.latitude,
+                    s.longitude, s.depth, s.quality});
+  }
+  std::vector<SoundingRow> rows;
+};
+
+py::array Soundings(const py::object& pathObject, const std::string& head) {
+  const std::string path = PathArgument(pathObject);
+  auto reader = Open(path, HeadsArgument(head));
+  SoundingRows sink;
+  {
+    py::gil_scoped_release unlocked;
+    soundings::SoundingTarget target(sink);
+    reader->ReadAll(target);
+    target.Finish();
+  }
+  return Rows(std::move(sink.rows),
+              DtypeBuilder()
+                  .Field<double>("time", offsetof(SoundingRow, time))
+                  .Field<int32_t>("pingNumber", offsetof(SoundingRow, pingNumber))
+                  .Field<uint32_t>("beam", offsetof(SoundingRow, beam))
+                  .Field<double>("latitude", offsetof(SoundingRow, latitude))
+                  .Field<double>("longitude", offsetof(SoundingRow, longitude))
+                  .Field<float>("depth", offsetof(SoundingRow, depth))
+                  .Field<int16_t>("quality", offsetof(SoundingRow, quality))
+                  .Build(sizeof(SoundingRow)));
+}
+
+// records(): an iterator over one file's records.
+class RecordIterator {
+ public:
+  explicit RecordIterator(std::unique_ptr<xsereader::SurveyReader> reader)
+      : reader_(std::move(reader)) {}
+  py::dict Next() {
+    const xsereader::Record* record = reader_ ? reader_->Next() : nullptr;
+    if (record == nullptr) {
+      reader_.reset();
+      throw py::stop_iteration();
+    }
+    return RecordDict(*record);
+  }
+
+ private:
+  std::unique_ptr<xsereader::SurveyReader> reader_;
+};
+
+}  // namespace
+}  // namespace xsepython
+
+PYBIND11_MODULE(xsereader, module) {
+  using namespace xsepython;
+  module.doc() = "Reads multibeam survey data in the XSE format.";
+  module.attr("__version__") = xsereader::Version();
+
+  module.def("read", &Read, py::arg("path"), py::arg("head") = "all",
+             R"(Reads a whole XSE file into numpy arrays.
+
+Returns a dict: "startTimes" (frame times), "positions", "headings" and
+"attitude" (structured arrays, one row per record), "multibeam" and
+"sidescan" (dicts of per-ping columns and pings x beams or pings x samples
+arrays, NaN where a ping has fewer values or does not carry them; quality
+0), and "parameters" (a list of dicts). Times are float64 seconds since
+1970. head is "all", "first" or "second". Raises OSError when the file
+cannot be opened and ValueError for an unknown head; damaged data is
+skipped as `xse` skips it.)");
+
+  module.def("soundings", &Soundings, py::arg("path"), py::arg("head") = "all",
+             R"(Georeferences every beam of every ping of an XSE file, as `xse soundings`.
+
+Returns a structured array, one row per sounding: time (float64 seconds
+since 1970), pingNumber, beam, latitude and longitude (degrees, WGS84),
+depth (as recorded) and quality (-1 where the ping carries none). Pings
+outside the navigation, beams of quality 0 or without depth or distances,
+and positions not in WGS84 are left out. Raises as read() does.)");
+
+  py::class_<RecordIterator>(module, "RecordIterator")
+      .def("__iter__", [](RecordIterator& self) -> RecordIterator& { return self; })
+      .def("__next__", &RecordIterator::Next);
+
+  module.def(
+      "records",
+      [](const py::object& path, const std::string& head) {
+        const xsereader::Heads heads = HeadsArgument(head);
+        return RecordIterator(Open(PathArgument(path), heads));
+      },
+      py::arg("path"), py::arg("head") = "all",
+      R"(Yields each record of an XSE file as a dict with the keys of `xse dump`'s
+JSON lines, in the same order. Raises OSError when the file cannot be opened
+(at the call, not at the first record) and ValueError for an unknown head.)");
+}

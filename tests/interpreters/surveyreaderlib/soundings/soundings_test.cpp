@@ -1,0 +1,172 @@
+#include "interpreters/surveyreaderlib/soundings/soundings.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "interpreters/surveyreaderlib/soundings/geodesy.h"
+
+namespace {
+
+constexpr double kDegree = 3.14159265358979323846 / 180.0;
+
+// Metres between two nearby points given in degrees.
+double MetresApart(double lat1, double lon1, double lat2, double lon2) {
+  const double north = (lat2 - lat1) * 111320.0;
+  const double east = std::remainder(lon2 - lon1, 360.0) * 111320.0 * std::cos(lat1 * kDegree);
+  return std::hypot(north, east);
+}
+
+// Reference end points of geodesics on WGS84 from an independent geodesic
+// library: start, azimuth and length, end.
+TEST(OffsetOnEllipsoid, StaysWithinOneCentimetreOfTheGeodesicUpToOneKilometre) {
+  const struct {
+    double lat, lon, azimuth, metres, endLat, endLon;
+  } kCases[] = {
+      {54.4, 10.8, 0, 1000, 54.4089837151, 10.8000000000},
+      {54.4, 10.8, 90, 1000, 54.3999990185, 10.8153975224},
+      {54.4, 10.8, 225, 1000, 54.3936470553, 10.7891139893},
+      {-33.9, 151.2, 30, 707.1, -33.8944791723, 151.2038222091},
+      {80.0, -179.99, 90, 1000, 79.9999960313, -179.9384363068},  // across 180°
+      {0, 0, 270, 1000, 0.0000000000, -0.0089831528},
+  };
+  for (const auto& c : kCases) {
+    const double north = c.metres * std::cos(c.azimuth * kDegree);
+    const double east = c.metres * std::sin(c.azimuth * kDegree);
+    const auto end = soundings::OffsetOnEllipsoid({c.lat * kDegree, c.lon * kDegree}, north, east);
+    EXPECT_LT(MetresApart(c.endLat, c.endLon, end.latitude / kDegree, end.longitude / kDegree),
+              0.01)
+        << c.lat << " " << c.lon << " azimuth " << c.azimuth;
+  }
+}
+
+struct Collected final : soundings::ISoundingSink {
+  void HandleSounding(const soundings::Sounding& sounding) override { all.push_back(sounding); }
+  std::vector<soundings::Sounding> all;
+};
+
+quor::timeval At(double seconds) {
+  const auto whole = static_cast<int32_t>(std::floor(seconds));
+  return {whole, static_cast<int32_t>(std::lround((seconds - whole) * 1e6))};
+}
+
+void Fix(soundings::SoundingTarget& target, double seconds, double latDeg, double lonDeg,
+         uint32_t mask = 0x3) {
+  quor::NavigationRec fix;
+  fix.time = At(seconds);
+  fix.fieldMask = mask;
+  fix.geographicFirst = latDeg * kDegree;
+  fix.geographicSecond = lonDeg * kDegree;
+  target.HandlePosition(fix);
+}
+
+void Heading(soundings::SoundingTarget& target, double seconds, double degrees,
+             int32_t sensor = 0) {
+  quor::GyroRec gyro;
+  gyro.time = At(seconds);
+  gyro.heading = degrees;
+  gyro.sensorIndex = sensor;
+  target.HandleGyro(gyro);
+}
+
+// A ping of beams given as {along, across, depth, quality}.
+void Ping(soundings::SoundingTarget& target, double seconds,
+          std::vector<std::vector<float>> beams) {
+  using MB = quor::MultibeamRec;
+  quor::MultibeamRec ping;
+  ping.Reallocate(
+      MB::kDefaultArrayMask | MB::kAcrossTrack | MB::kAlongTrack | MB::kDepth | MB::kQuality,
+      static_cast<uint32_t>(beams.size()));
+  ping.fieldMask = MB::kDepth | MB::kAcrossTrack | MB::kAlongTrack | MB::kQuality;
+  ping.time = At(seconds);
+  ping.pingNumber = 7;
+  for (size_t i = 0; i < beams.size(); ++i) {
+    ping.alongTrack[i] = beams[i][0];
+    ping.acrossTrack[i] = beams[i][1];
+    ping.depth[i] = beams[i][2];
+    ping.quality[i] = static_cast<uint8_t>(beams[i][3]);
+  }
+  target.HandleMultibeam(ping);
+}
+
+// North and east metres of a sounding from 54.4 N 10.8 E.
+std::string Offset(const soundings::Sounding& s) {
+  constexpr double kMeridianRadius = 6377733.0, kNormalRadius = 6392298.4;  // at 54.4 N
+  const double north = (s.latitude - 54.4) * kDegree * kMeridianRadius;
+  const double east = (s.longitude - 10.8) * kDegree * kNormalRadius * std::cos(54.4 * kDegree);
+  const auto centimetres = [](double metres) { return std::round(metres * 100) / 100 + 0.0; };
+  char text[64];
+  std::snprintf(text, sizeof text, "N%.2f E%.2f", centimetres(north), centimetres(east));
+  return text;
+}
+
+TEST(SoundingTarget, TurnsBeamsByTheInterpolatedHeadingAtTheInterpolatedPosition) {
+  const struct {
+    double headingBefore, headingAfter, along, across;
+    const char* offset;
+  } kCases[] = {
+      {0, 0, 100, 0, "N100.00 E0.00"},     // forward, heading north
+      {90, 90, 0, 10, "N-10.00 E0.00"},    // starboard while heading east: south
+      {180, 180, 0, 10, "N0.00 E-10.00"},  // starboard while heading south: west
+      {350, 10, 100, 0, "N100.00 E0.00"},  // across north: 0, not 180
+      {10, 350, 0, 50, "N0.00 E50.00"},    // and back
+      {0, 90, 100, 0, "N70.71 E70.71"},    // half-way between north and east
+  };
+  for (const auto& c : kCases) {
+    Collected sink;
+    soundings::SoundingTarget target(sink);
+    Fix(target, 10.0, 54.4, 10.8);
+    Heading(target, 10.0, c.headingBefore);
+    Ping(target, 10.5, {{static_cast<float>(c.along), static_cast<float>(c.across), 20, 1}});
+    Heading(target, 11.0, c.headingAfter);
+    EXPECT_TRUE(sink.all.empty()) << "waits for the fix after the ping";
+    Fix(target, 11.0, 54.4, 10.8);
+    ASSERT_EQ(sink.all.size(), 1u);
+    EXPECT_EQ(Offset(sink.all[0]), c.offset) << c.headingBefore << " to " << c.headingAfter;
+    EXPECT_EQ(sink.all[0].depth, 20.0f);
+  }
+}
+
+TEST(SoundingTarget, InterpolatesThePositionAndCountsWhatItLeavesOut) {
+  Collected sink;
+  soundings::SoundingTarget target(sink);
+  Ping(target, 9.0, {{0, 0, 5, 1}});  // before the first fix
+  Fix(target, 10.0, 54.4, 10.8);
+  Fix(target, 10.2, 0.5, 0.5, 0x0);  // projected: left out, not guessed
+  Heading(target, 10.0, 0);
+  Heading(target, 10.0, 90, 1);  // a ping's own heading is not the navigation's
+  Ping(target, 10.25, {{0, 0, 5, 1}, {0, 0, 5, 0}, {0, 0, NAN, 3}});
+  Fix(target, 11.0, 54.4 + 400 / (kDegree * 6377733.0), 10.8);
+  Heading(target, 11.0, 0);
+  Ping(target, 12.0, {{0, 0, 5, 1}});  // after the last fix
+  target.Finish();
+  ASSERT_EQ(sink.all.size(), 1u);
+  EXPECT_EQ(Offset(sink.all[0]), "N100.00 E0.00");
+  EXPECT_EQ(sink.all[0].beam, 0u);
+  EXPECT_EQ(sink.all[0].pingNumber, 7);
+  EXPECT_EQ(sink.all[0].time, At(10.25));
+  const auto& counts = target.counts();
+  EXPECT_EQ(counts.soundings, 1u);
+  EXPECT_EQ(counts.pingsGeoreferenced, 1u);
+  EXPECT_EQ(counts.pingsBeforeNavigation, 1u);
+  EXPECT_EQ(counts.pingsAfterNavigation, 1u);
+  EXPECT_EQ(counts.beamsLeftOut, 2u);  // quality 0 and a missing depth
+  EXPECT_EQ(counts.projectedFixes, 1u);
+}
+
+TEST(SoundingTarget, BoundsThePingsThatWaitForNavigation) {
+  Collected sink;
+  soundings::SoundingTarget target(sink);
+  Fix(target, 0, 54.4, 10.8);
+  Heading(target, 0, 0);
+  const size_t pings = soundings::SoundingTarget::kMaxWaitingPings + 10;
+  for (size_t i = 1; i <= pings; ++i) Ping(target, static_cast<double>(i), {{0, 0, 5, 1}});
+  EXPECT_EQ(target.counts().pingsAfterNavigation, 10u);
+  target.Finish();
+  EXPECT_EQ(target.counts().pingsAfterNavigation, pings);
+  EXPECT_TRUE(sink.all.empty());
+}
+
+}  // namespace
