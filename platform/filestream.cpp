@@ -12,9 +12,11 @@ namespace {
 // sequentially: a reader that looks at the start of a file and stops (a
 // file check) never starts a thread.
 constexpr unsigned kSequentialFillsBeforeReadAhead = 2;
-// Blocks of the buffer's size in the read-ahead ring: the reading thread
-// runs on while the caller works on one of them.
+// The read-ahead ring: four blocks of four buffers each. The reading thread
+// runs on while the caller works on one of them; large blocks keep the
+// hand-overs (a thread wake-up each when one side waits) rare.
 constexpr size_t kReadAheadBlocks = 4;
+constexpr size_t kReadAheadBlockBuffers = 4;
 
 }  // namespace
 
@@ -97,7 +99,8 @@ void FileStreamBuf::ReadNextAhead(uint64_t position, size_t count) {
   if (readAhead_ == nullptr) {
     if (readAheadFailed_) return;
     try {
-      readAhead_ = std::make_unique<ReadAhead>(file_, bufferSize_, kReadAheadBlocks);
+      readAhead_ = std::make_unique<ReadAhead>(file_, kReadAheadBlockBuffers * bufferSize_,
+                                               kReadAheadBlocks);
     } catch (...) {
       // Without memory or a thread, reading goes on without read ahead.
       readAheadFailed_ = true;

@@ -4,7 +4,7 @@
 // back to read the frame.
 //
 // Once the stream is read sequentially past its first buffers, a thread of
-// its own reads the next buffers ahead (a ring of four) while the caller
+// its own reads ahead (a ring of four blocks of four buffers) while the caller
 // works on the current one; a seek elsewhere drops them. Reads are made in
 // file order at the positions they are for: a file that grows while it is
 // read shows its new bytes (after a short read ahead the stream reads on by

@@ -53,16 +53,16 @@ TEST(FileStreamBuf, ReadAheadFollowsAFileThatGrowsOrShrinks) {
   EXPECT_EQ(read, Pattern(4 * kBuffer));
 
   // Shrinks behind what can have been read ahead (two buffers read
-  // directly, then a ring of four, one of them in use).
-  const std::string shrinking = dir.Write("shrinking", Pattern(10 * kBuffer));
+  // directly, then a ring of four blocks of four buffers).
+  const std::string shrinking = dir.Write("shrinking", Pattern(24 * kBuffer));
   platform::FileStreamBuf second(kBuffer);
   ASSERT_TRUE(second.Open(shrinking));
   std::istream secondStream(&second);
   read = ReadSome(secondStream, 3 * kBuffer);
-  std::filesystem::resize_file(shrinking, 7 * kBuffer + 100);
+  std::filesystem::resize_file(shrinking, 20 * kBuffer + 100);
   const auto tail = ReadSome(secondStream, SIZE_MAX);
   read.insert(read.end(), tail.begin(), tail.end());
-  EXPECT_EQ(read, Pattern(7 * kBuffer + 100));
+  EXPECT_EQ(read, Pattern(20 * kBuffer + 100));
 }
 
 }  // namespace
