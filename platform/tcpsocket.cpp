@@ -8,7 +8,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 namespace platform {
@@ -139,6 +141,49 @@ bool ConnectIpv4(SocketHandle socket, uint32_t address, uint16_t port) {
   return result == 0;
 }
 
+bool ConnectIpv4Within(SocketHandle socket, uint32_t address, uint16_t port, uint32_t milliseconds,
+                       KeepGoing keepGoing, const void* context) {
+  // Long enough not to spin, short enough that a stop is seen at once.
+  constexpr int kSliceMs = 10;
+  const int flags = ::fcntl(Fd(socket), F_GETFL);
+  if (flags < 0 || ::fcntl(Fd(socket), F_SETFL, flags | O_NONBLOCK) != 0) return false;
+  const sockaddr_in socketAddress = Ipv4(address, port);
+  int result;
+  do {
+    result = ::connect(Fd(socket), reinterpret_cast<const sockaddr*>(&socketAddress),
+                       sizeof socketAddress);
+  } while (result != 0 && errno == EINTR);
+  int error = result == 0 ? 0 : errno;
+  if (error == EINPROGRESS) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    error = ETIMEDOUT;
+    for (;;) {
+      if (keepGoing != nullptr && !keepGoing(context)) {
+        error = EINTR;
+        break;
+      }
+      const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                            end - std::chrono::steady_clock::now())
+                            .count();
+      if (left <= 0) break;
+      pollfd entry{Fd(socket), POLLOUT, 0};
+      const int ready = ::poll(&entry, 1, static_cast<int>(std::min<int64_t>(left, kSliceMs)));
+      if (ready < 0 && errno != EINTR) {
+        error = errno;
+        break;
+      }
+      if (ready == 1) {
+        socklen_t length = sizeof error;
+        if (::getsockopt(Fd(socket), SOL_SOCKET, SO_ERROR, &error, &length) != 0) error = errno;
+        break;
+      }
+    }
+  }
+  ::fcntl(Fd(socket), F_SETFL, flags);
+  errno = error;
+  return error == 0;
+}
+
 bool SetNonBlocking(SocketHandle socket) {
   const int flags = ::fcntl(Fd(socket), F_GETFL);
   return flags >= 0 && ::fcntl(Fd(socket), F_SETFL, flags | O_NONBLOCK) == 0;
@@ -174,6 +219,14 @@ int32_t ReceiveSome(SocketHandle socket, void* into, int32_t length) {
 }
 
 bool ShutdownSocket(SocketHandle socket) { return ::shutdown(Fd(socket), SHUT_RDWR) == 0; }
+
+bool ShutdownSending(SocketHandle socket) { return ::shutdown(Fd(socket), SHUT_WR) == 0; }
+
+bool AbortConnection(SocketHandle socket) {
+  const linger immediately{1, 0};
+  ::setsockopt(Fd(socket), SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
+  return CloseSocket(socket);
+}
 
 std::array<uint8_t, 4> LocalHostAddress() {
   std::array<uint8_t, 4> octets{};

@@ -66,6 +66,14 @@ bool SetReceiveBufferSize(SocketHandle socket, int32_t size);
 // `address` holds the four octets first to last in memory order (network
 // order); `port` is in host order.
 bool ConnectIpv4(SocketHandle socket, uint32_t address, uint16_t port);
+// Connects without waiting longer than `milliseconds`, asking `keepGoing`
+// (when given) every few milliseconds whether to go on. The socket's
+// blocking mode is as before afterwards. False on failure: LastSocketError
+// gives kSocketTimedOut when the time ran out, kSocketInterrupted when
+// `keepGoing` said stop, else the connect's own error.
+using KeepGoing = bool (*)(const void* context);
+bool ConnectIpv4Within(SocketHandle socket, uint32_t address, uint16_t port, uint32_t milliseconds,
+                       KeepGoing keepGoing = nullptr, const void* context = nullptr);
 bool SetNonBlocking(SocketHandle socket);
 
 // Sends `length` bytes in one call: the count sent, or -1 on failure. A
@@ -79,6 +87,12 @@ bool WaitUntilReadable(SocketHandle socket, uint32_t milliseconds);
 int32_t ReceiveSome(SocketHandle socket, void* into, int32_t length);
 // Shuts both directions of a connection; false on failure.
 bool ShutdownSocket(SocketHandle socket);
+// Ends the sending direction only: the peer reads the end of the data and
+// can still send. False on failure.
+bool ShutdownSending(SocketHandle socket);
+// Closes the socket with a reset instead of an orderly end; false when it
+// was no open socket.
+bool AbortConnection(SocketHandle socket);
 
 // The first IPv4 address of the local host's name, first octet first;
 // 0.0.0.0 when the name does not resolve.

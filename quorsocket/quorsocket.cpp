@@ -1,5 +1,6 @@
 #include "quorsocket/quorsocket.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -52,23 +53,42 @@ constexpr SocketErrorText kErrorTexts[] = {
     {10093, "A successful WSAStartup must occur before using this function."},
 };
 
-void TraceLastSocketError() {
+uint32_t TraceLastSocketError() {
+  // Taken before the trace line, whose file calls may change it.
   const uint32_t code = platform::LastSocketError();
   QUORLOG(1, "NTCreateSocketAndConnectToServer(): socket error %d", static_cast<int32_t>(code));
   TraceSocketError(code);
+  return code;
+}
+
+bool StillRunning(const void* running) {
+  return static_cast<const std::atomic<int32_t>*>(running)->load() != 0;
 }
 
 }  // namespace
 
+void PauseWhileRunning(uint32_t milliseconds, const std::atomic<int32_t>* running) {
+  constexpr uint32_t kSliceMs = 10;
+  if (running == nullptr) {
+    platform::SleepMilliseconds(milliseconds);
+    return;
+  }
+  for (uint32_t slept = 0; slept < milliseconds && running->load() != 0; slept += kSliceMs) {
+    platform::SleepMilliseconds(std::min(kSliceMs, milliseconds - slept));
+  }
+}
+
 int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32_t address,
                                        platform::SocketHandle* socketOut, int32_t keepBlocking,
-                                       int32_t attempts, int32_t receiveBuffer, uint32_t pauseMs) {
+                                       int32_t attempts, int32_t receiveBuffer, uint32_t pauseMs,
+                                       const ConnectControl* control, uint32_t* lastError) {
   QUORLOG(3, "CreateSocketAndConnectToServer client id=%d",
           static_cast<int32_t>(platform::CurrentProcessId()));
   const platform::SocketHandle socket = platform::CreateIpv4Socket(socketType);
   *socketOut = socket;
   if (socket == platform::kInvalidSocket) {
-    TraceLastSocketError();
+    const uint32_t error = TraceLastSocketError();
+    if (lastError != nullptr) *lastError = error;
     ERRORLOG(kErrorLogError, kErrorLogMessages[kErrUnixSocketFunction], "socket");
     return 0;
   }
@@ -98,16 +118,41 @@ int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32
   // A negative count makes no attempt and counts as a failed connect.
   if (attempts == 0) attempts = kDefaultAttempts;
   bool connected = false;
+  const std::atomic<int32_t>* running = control != nullptr ? control->running : nullptr;
+  platform::SocketHandle current = socket;
   for (int32_t attempt = 0; attempt < attempts && !connected; ++attempt) {
-    connected = platform::ConnectIpv4(socket, address, port);
+    if (attempt > 0) {
+      // A socket whose connect failed may not connect again: each further
+      // attempt takes a fresh one, sized as the first.
+      const platform::SocketHandle fresh = platform::CreateIpv4Socket(socketType);
+      if (fresh == platform::kInvalidSocket) {
+        const uint32_t error = TraceLastSocketError();
+        if (lastError != nullptr) *lastError = error;
+        break;
+      }
+      platform::CloseSocket(current);
+      current = fresh;
+      *socketOut = current;
+      if (bufferSize < receiveBuffer) platform::SetReceiveBufferSize(current, receiveBuffer);
+    }
+    if (running != nullptr && running->load() == 0) {
+      if (lastError != nullptr) *lastError = platform::kSocketInterrupted;
+      break;
+    }
+    connected = control != nullptr ? platform::ConnectIpv4Within(
+                                         current, address, port, control->attemptMs,
+                                         running != nullptr ? StillRunning : nullptr, running)
+                                   : platform::ConnectIpv4(current, address, port);
     if (!connected) {
-      TraceLastSocketError();
-      platform::SleepMilliseconds(pauseMs);
+      const uint32_t error = TraceLastSocketError();
+      if (lastError != nullptr) *lastError = error;
+      // Nothing follows the last attempt: no pause after it.
+      if (attempt + 1 < attempts) PauseWhileRunning(pauseMs, running);
     }
   }
   if (!connected) return 0;  // the caller owns the socket and closes it
   if (keepBlocking != 0) return 1;
-  if (!platform::SetNonBlocking(socket)) {
+  if (!platform::SetNonBlocking(current)) {
     ERRORLOG(kErrorLogError, kErrorLogMessages[kErrUnixSocketFunction], "fcntl - F_GETFL");
   }
   return 1;

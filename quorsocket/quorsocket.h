@@ -5,6 +5,7 @@
 // of their own: any thread may call them.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "platform/tcpsocket.h"
@@ -16,13 +17,25 @@ inline constexpr uint32_t kConnectRetryPauseMs = 1000;
 // at least `receiveBuffer` bytes and connects to `address`:`port` (address
 // in network order; one whose fourth octet is 0 means 127.0.0.1) in up to
 // `attempts` attempts (0: ten; negative: none), pausing `pauseMs` after each
-// failed one. Unless `keepBlocking`, a connected socket is made
-// non-blocking. Returns 1 when connected, else 0; a socket that failed to
-// connect stays open in `*socketOut` for the caller to close.
+// failed one but the last. Unless `keepBlocking`, a connected socket is
+// made non-blocking. Returns 1 when connected, else 0; a socket that failed
+// to connect stays open in `*socketOut` for the caller to close. With
+// `control`, each attempt is limited in time and the attempts and pauses end
+// as soon as its running flag reads 0. `lastError` (when given) receives the
+// error of the failing call, taken before anything else runs.
+struct ConnectControl {
+  uint32_t attemptMs = 2000;                      // the longest one attempt lasts
+  const std::atomic<int32_t>* running = nullptr;  // null: never stopped
+};
 int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32_t address,
                                        platform::SocketHandle* socketOut, int32_t keepBlocking,
                                        int32_t attempts, int32_t receiveBuffer,
-                                       uint32_t pauseMs = kConnectRetryPauseMs);
+                                       uint32_t pauseMs = kConnectRetryPauseMs,
+                                       const ConnectControl* control = nullptr,
+                                       uint32_t* lastError = nullptr);
+
+// Pauses up to `milliseconds`, less when `running` (when given) reads 0.
+void PauseWhileRunning(uint32_t milliseconds, const std::atomic<int32_t>* running);
 
 // Writes the text of a socket error number as one trace line (level 1).
 void TraceSocketError(uint32_t code);

@@ -82,9 +82,11 @@ int CSocketClient::EstablishConnection(const uint8_t* address, int16_t port,
   uint32_t networkAddress = 0;
   std::memcpy(&networkAddress, serverAddress_.data(), sizeof networkAddress);
   platform::SocketHandle socket = platform::kInvalidSocket;
+  lastError_ = 0;
   const int32_t connected = CreateSocketAndConnectToServer(
       platform::kStreamSocket, static_cast<uint16_t>(port), networkAddress, &socket, 0, attempts,
-      static_cast<int32_t>(receiveBufferSize));
+      static_cast<int32_t>(receiveBufferSize), connectPauseMs_,
+      hasConnectControl_ ? &connectControl_ : nullptr, &lastError_);
   if (connected == 0) {
     QUORLOG(1, "CSocketClient::EstablishConnection() failed!? socket:%d",
             static_cast<int32_t>(socket));
@@ -99,7 +101,8 @@ int CSocketClient::EstablishConnection(const uint8_t* address, int16_t port,
     QUORLOG(1, "CSocketClient::EstablishConnection() failed!? socket:%d",
             static_cast<int32_t>(socket_));
     DropSocket();
-    ReportSocketError(platform::kSocketInvalidArgument);
+    lastError_ = platform::kSocketInvalidArgument;
+    ReportSocketError(lastError_);
     return 0;
   }
   return 1;
@@ -112,8 +115,13 @@ void CSocketClient::CloseConnection() {
   platform::SelectSocketEvents(socket_, GetSafeHwnd(), 0, 0);
   platform::ShutdownSocket(socket_);
   // After the shutdown the reads end at the end of what was in flight; they
-  // never wait.
-  while (platform::ReceiveFromSocket(socket_, receiveBuffer_.data(), packetLength_) > 0) {
+  // never wait. A server that keeps sending cannot hold the close: the
+  // drain stops after a bounded number of reads.
+  constexpr int kMostDrainReads = 64;
+  for (int read = 0; read < kMostDrainReads &&
+                     platform::ReceiveFromSocket(socket_, receiveBuffer_.data(),
+                                                 static_cast<int32_t>(receiveBuffer_.size())) > 0;
+       ++read) {
   }
   if (!platform::CloseSocket(socket_)) ReportSocketError();
   QUORLOG(1, "CloseConnection(): closed %d", number);
@@ -129,8 +137,9 @@ void CSocketClient::DropSocket() {
 int CSocketClient::Send(const uint8_t* data, int32_t length) {
   if (!IsConnected()) return 1;
   if (platform::SendToSocket(socket_, data, length) == -1) {
+    lastError_ = platform::LastSocketError();
     QUORLOG(1, "SEND FAIL on socket:%d bytes:%d", static_cast<int32_t>(socket_), length);
-    ReportSocketError();
+    ReportSocketError(lastError_);
     return 0;
   }
   return 1;
@@ -160,8 +169,9 @@ int32_t CSocketClient::OnReceive(uintptr_t wParam, intptr_t lParam) {
     const int32_t received =
         platform::ReceiveFromSocket(notified, receiveBuffer_.data(), packetLength_);
     if (received == -1) {
+      const uint32_t readError = platform::LastSocketError();
       QUORLOG(1, "READ FAIL");
-      return ReportSocketError();
+      return ReportSocketError(readError);
     }
     if (bufferPackets_ && received < packetLength_) {
       AssemblePacket(received);
@@ -208,6 +218,12 @@ void CSocketClient::Deliver(int32_t length, const uint8_t* data) {
   if (callback_ != nullptr) {
     callback_(static_cast<uint16_t>(port_), length, data, callbackUser_);
   }
+}
+
+void CSocketClient::SetConnectControl(const ConnectControl& control, uint32_t pauseMs) {
+  hasConnectControl_ = true;
+  connectControl_ = control;
+  connectPauseMs_ = pauseMs;
 }
 
 void CSocketClient::SetPacketLength(int32_t length) {

@@ -12,6 +12,7 @@
 
 #include "platform/framework/wnd.h"
 #include "platform/tcpsocket.h"
+#include "quorsocket/quorsocket.h"
 
 inline constexpr int32_t MAX_BUFFER_SIZE = 32768;
 inline constexpr uint32_t WM_SOCKET_EVENT = 4747;
@@ -43,6 +44,14 @@ class CSocketClient : public platform::CWnd {
   // error number when a read or the connection failed.
   virtual int32_t OnReceive(uintptr_t wParam, intptr_t lParam);
 
+  // Connects from now on with these limits: each attempt bounded in time,
+  // the attempts and the pauses of `pauseMs` between them ended by the
+  // running flag.
+  void SetConnectControl(const ConnectControl& control, uint32_t pauseMs);
+  // The socket error of the last failed connect or send, taken right after
+  // the failing call; 0 when none failed yet.
+  uint32_t lastError() const { return lastError_; }
+
   // Above MAX_BUFFER_SIZE: an error-log entry and MAX_BUFFER_SIZE.
   void SetPacketLength(int32_t length);
   bool IsConnected() const;
@@ -70,6 +79,10 @@ class CSocketClient : public platform::CWnd {
   int32_t bufferedBytes_ = 0;
   ReceiveCallback callback_ = nullptr;
   uint32_t callbackUser_ = 0;
+  uint32_t lastError_ = 0;
+  bool hasConnectControl_ = false;
+  ConnectControl connectControl_;
+  uint32_t connectPauseMs_ = kConnectRetryPauseMs;
 
  private:
   int ReportSocketError(uint32_t code);

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "interpreters/surveyreaderlib/isurveytarget.h"
 #include "interpreters/surveyreaderlib/surveyrecords.h"
 #include "platform/framework/propertypage.h"
 #include "platform/hostreader/creader.h"
@@ -41,6 +42,12 @@ XSE_SHARED_API void XSEReaderSetupProperties(CReader* reader,
                                              const CReader::Properties* properties);
 // ZXSEReader::ConvertTime; 0 for a reader from elsewhere.
 XSE_SHARED_API int32_t XSEReaderConvertTime(const CReader* reader, const quor::SensorRec* record);
+
+// ZXSEReader::SetRecordTap: every record the reader decodes also goes to
+// `tap` (null: none), and live runs take the heads `headMode` selects. Does
+// nothing for a reader from elsewhere.
+XSE_SHARED_API void XSEReaderSetRecordTap(CReader* reader, quor::ISurveyTarget* tap,
+                                          int32_t headMode);
 
 // The settings page for `reader` (may be null).
 XSE_SHARED_API platform::CPropertyPage* CreateElacSettingsDlg(CReader* reader);

@@ -41,6 +41,11 @@ int32_t XSEReaderConvertTime(const CReader* reader, const quor::SensorRec* recor
   return xseReader->ConvertTime(*record);
 }
 
+void XSEReaderSetRecordTap(CReader* reader, quor::ISurveyTarget* tap, int32_t headMode) {
+  auto* xseReader = dynamic_cast<ZXSEReader*>(reader);
+  if (xseReader != nullptr) xseReader->SetRecordTap(tap, headMode);
+}
+
 platform::CPropertyPage* CreateElacSettingsDlg(CReader* reader) {
   if (!xsereader::ModuleAttached()) return nullptr;
   return new (std::nothrow) ZElacSettingsDlg(dynamic_cast<ZXSEReader*>(reader));

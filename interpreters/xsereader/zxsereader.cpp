@@ -90,7 +90,9 @@ void ZXSEReader::WaitForOpenContainer() {
       QUORLOG(1, "Stopped while waiting for the container");
       return;
     }
-    platform::SleepMilliseconds(kOpenRetryPauseMs);
+    // A source that failed for good ends the wait; the run reports it.
+    if (connection_ != nullptr && connection_->Failed()) return;
+    openRetryPause(kOpenRetryPauseMs);
   }
   QUORLOG(1, "Container has been opened");
 }
@@ -125,7 +127,7 @@ int32_t ZXSEReader::RunReader() {
   // here cannot give a reported file with a "stopped" result.
   const bool finished = running.load() != 0;
   if (finished) {
-    if (!currentFileName.empty()) {
+    if (SourceEndedWell()) {
       FileAdded();
     } else {
       FailedReading(nullptr);
@@ -169,13 +171,32 @@ int32_t ZXSEReader::StopReader() {
 int32_t ZXSEReader::ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_t port,
                               int32_t /*last*/) {
   auto connection = std::make_unique<ElacConnection>(this);
+  connection->SetMode(liveHeadMode_);
   const uint8_t address[4] = {a, b, c, d};
   if (!connection->Connect(0, port, address, "XSEReader")) return 0;
+  // From here on a stop ends the connect attempts and pauses of the reader
+  // thread (phase 1 above runs before the flag is set).
+  connection->SetRunningFlag(&running);
+  ElacConnection* live = connection.get();
   SetContainer(std::move(connection));
+  connection_ = live;
   return StartReaderThread();
 }
 
-void ZXSEReader::Reset() { container_.reset(); }
+bool ZXSEReader::SourceEndedWell() const {
+  if (connection_ != nullptr) return connection_->EndedWithData();
+  return !currentFileName.empty();
+}
+
+void ZXSEReader::Reset() {
+  connection_ = nullptr;
+  container_.reset();
+}
+
+void ZXSEReader::SetRecordTap(quor::ISurveyTarget* tap, int32_t headMode) {
+  tap_ = tap;
+  liveHeadMode_ = headMode;
+}
 
 void ZXSEReader::SetupProperties(const XSEProperties* properties) {
   if (properties == nullptr) return;
@@ -192,21 +213,25 @@ int32_t ZXSEReader::ConvertTime(const quor::SensorRec& record) const {
 }
 
 void ZXSEReader::SetContainer(std::unique_ptr<IElacContainer> container) {
+  connection_ = nullptr;
   container_ = std::move(container);
 }
 
 void ZXSEReader::HandleStartTime(const quor::timeval& startTime) {
+  if (tap_ != nullptr) tap_->HandleStartTime(startTime);
   if (startTimeSet != 0) return;
   startTimeSec = startTime.tv_sec;
   startTimeMs = startTime.tv_usec / 1000;
 }
 
-void ZXSEReader::HandleParameter(const quor::ParameterRec& /*record*/) {
+void ZXSEReader::HandleParameter(const quor::ParameterRec& record) {
   QUORLOG(3, "HandleParameter()");
+  if (tap_ != nullptr) tap_->HandleParameter(record);
 }
 
 void ZXSEReader::HandlePosition(const quor::NavigationRec& record) {
   QUORLOG(3, "HandlePosition()");
+  if (tap_ != nullptr) tap_->HandlePosition(record);
   if (startTimeSet != 0) return;
   startTimeSec = record.time.tv_sec;
   startTimeSet = 1;
@@ -214,6 +239,7 @@ void ZXSEReader::HandlePosition(const quor::NavigationRec& record) {
 }
 
 void ZXSEReader::HandleGyro(const quor::GyroRec& record) {
+  if (tap_ != nullptr) tap_->HandleGyro(record);
   if (record.sensorIndex == 1) {
     bathymetryHeading_ = record.heading;
   } else {
@@ -221,12 +247,19 @@ void ZXSEReader::HandleGyro(const quor::GyroRec& record) {
   }
 }
 
-void ZXSEReader::HandleMotion(const quor::MotionRec& /*record*/) {}
-
-void ZXSEReader::HandleMultibeam(const quor::MultibeamRec& /*record*/) {
-  QUORLOG(3, "HandleMultibeam()");
+void ZXSEReader::HandleMotion(const quor::MotionRec& record) {
+  if (tap_ != nullptr) tap_->HandleMotion(record);
 }
 
-void ZXSEReader::HandleSidescan(const quor::SidescanRec& /*record*/) {}
+void ZXSEReader::HandleMultibeam(const quor::MultibeamRec& record) {
+  QUORLOG(3, "HandleMultibeam()");
+  if (tap_ != nullptr) tap_->HandleMultibeam(record);
+}
 
-void ZXSEReader::HandleGeodesy() {}
+void ZXSEReader::HandleSidescan(const quor::SidescanRec& record) {
+  if (tap_ != nullptr) tap_->HandleSidescan(record);
+}
+
+void ZXSEReader::HandleGeodesy() {
+  if (tap_ != nullptr) tap_->HandleGeodesy();
+}

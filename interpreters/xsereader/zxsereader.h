@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -13,6 +14,9 @@
 #include "interpreters/surveyreaderlib/isurveytarget.h"
 #include "platform/hostreader/creader.h"
 #include "platform/hostreader/zproplist.h"
+#include "platform/sleep.h"
+
+class ElacConnection;
 
 class ZXSEReader : public CReader, public quor::ISurveyTarget {
  public:
@@ -37,6 +41,8 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   // enough that a stop ends the wait at once for a person, long enough not
   // to burn a core on a server that never answers.
   static constexpr uint32_t kOpenRetryPauseMs = 20;
+  // The pause itself; tests replace it to count pauses instead of sleeping.
+  std::function<void(uint32_t milliseconds)> openRetryPause = platform::SleepMilliseconds;
 
   explicit ZXSEReader(int32_t hostValue = 0);
   // Stops and joins a reader thread still running, then drops the source.
@@ -67,7 +73,10 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   // at): connects to it on this thread, makes the connection the source and
   // starts the reader thread; its result, or 0 when the server cannot be
   // reached. This thread must go on dispatching its window messages until
-  // the reader thread has opened the data connection.
+  // the reader thread has opened the data connection. The run ends by
+  // itself when the exchange fails (FailedReading) or the server ends the
+  // data after sending some (FileAdded, with no file name); a stop ends it
+  // within a fraction of a second in every state.
   int32_t ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_t port,
                     int32_t last) override;
   // Drops the source, if any.
@@ -80,6 +89,11 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   // Milliseconds of `record` since the start time, in wrapping 32-bit
   // arithmetic. Does not look at the start-time flag.
   int32_t ConvertTime(const quor::SensorRec& record) const;
+
+  // Every record also goes to `tap` (not owned; null: none) on the reader
+  // thread, and live runs select the bathymetry heads by `headMode`
+  // (ElacReader::HeadMode). For tools that show what the plug-in decodes.
+  void SetRecordTap(quor::ISurveyTarget* tap, int32_t headMode);
 
   // Makes `container` the source of the next RunReader (owned).
   void SetContainer(std::unique_ptr<IElacContainer> container);
@@ -105,7 +119,14 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   // Waits until the source is open or the running flag is cleared.
   void WaitForOpenContainer();
 
+  // Whether a run that ended by itself read its source through.
+  bool SourceEndedWell() const;
+
   std::unique_ptr<IElacContainer> container_;
+  // The live source among the containers, when the current one is one.
+  ElacConnection* connection_ = nullptr;
+  quor::ISurveyTarget* tap_ = nullptr;
+  int32_t liveHeadMode_ = 0;
   double primaryHeading_ = -1.0;
   double bathymetryHeading_ = -1.0;
 };

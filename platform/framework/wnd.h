@@ -4,6 +4,7 @@
 // WindowProc. A message for a window destroyed in the meantime is dropped.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "platform/framework/resources.h"
@@ -33,8 +34,14 @@ class XSE_SHARED_API CWnd : public CObject {
   // (no window) when OnCreate returns -1 or there is a window already.
   bool CreateOnThisThread();
   // Runs OnDestroy and takes the window away; false when there is none.
+  // Any thread may call it: a handler of the window running on its own
+  // thread is waited for, and none starts afterwards. Called from inside
+  // one of its own handlers, the window is gone when that handler returns.
   virtual bool DestroyWindow();
-  WindowHandle GetSafeHwnd() const { return handle_; }
+  // 0 once the window is gone for good (no handler of it runs any more).
+  WindowHandle GetSafeHwnd() const { return handle_.load(std::memory_order_acquire); }
+  // True when there is no window or the calling thread owns it.
+  bool IsOwnedByCallingThread() const;
 
   // The window's message handler; the default handles nothing and returns 0.
   virtual intptr_t WindowProc(uint32_t message, uintptr_t wParam, intptr_t lParam);
@@ -44,7 +51,10 @@ class XSE_SHARED_API CWnd : public CObject {
   virtual void OnDestroy() {}
 
  private:
-  WindowHandle handle_ = 0;
+  // Ends the life of a window destroyed from inside its own handler.
+  friend intptr_t DispatchThreadMessage(const WindowMessage& message);
+
+  std::atomic<WindowHandle> handle_{0};
 };
 
 // Queues a message for `window`'s thread; false when there is no such window.

@@ -8,6 +8,8 @@
 namespace {
 
 using xsetool::ParseByteSize;
+using xsetool::ParseFinite;
+using xsetool::ParseInt32;
 using xsetool::ParsePositive;
 using xsetool::ParseUnsigned;
 
@@ -46,6 +48,17 @@ TEST(ParsePositive, AcceptsFiniteNumbersAboveZero) {
   EXPECT_EQ(ParsePositive(".5"), 0.5);
   for (const char* text : {"", "0", "-1", "+1", "inf", "nan", "1e999", "1s", " 1"})
     EXPECT_EQ(ParsePositive(text), std::nullopt) << text;
+}
+
+TEST(ParseSigned, Int32AndFiniteNumbersTakeAMinusSign) {
+  EXPECT_EQ(ParseInt32("-2147483648"), INT32_MIN);
+  EXPECT_EQ(ParseInt32("2147483647"), INT32_MAX);
+  for (const char* text : {"", "-", "+1", "--1", "2147483648", "1.0", " 1"})
+    EXPECT_EQ(ParseInt32(text), std::nullopt) << text;
+  EXPECT_EQ(ParseFinite("0"), 0.0);
+  EXPECT_EQ(ParseFinite("-.5"), -0.5);
+  for (const char* text : {"", "-", "abc", "-inf", "nan", "1e999", "+1", "1 "})
+    EXPECT_EQ(ParseFinite(text), std::nullopt) << text;
 }
 
 }  // namespace

@@ -1,13 +1,17 @@
-// `xse serve` and `xse run --connect`: a recorded file played as a live
-// server on 127.0.0.1 and read through the reader plug-in, as a user would.
+// `xse serve`, `xse dump --connect` and `xse run --connect`: a recorded file
+// played as a live server on 127.0.0.1 and read through the reader plug-in,
+// as a user would; and the plug-in against servers that misbehave.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 
 #include "platform/tcpsocket.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
+#include "tools/xseserver/xseserver.h"
 
 namespace {
 
@@ -23,30 +27,111 @@ uint16_t FreePort() {
   return port;
 }
 
-TEST(XseServeTest, FileIsPlayedToTheReaderPluginOverLoopback) {
+TEST(XseServeTest, LiveRecordsEqualTheFileLineForLineAndTheWholeFileIsSent) {
   xsetest::TempDir dir;
   const std::string survey = dir.File("live.xse");
-  ASSERT_EQ(RunXse({"gen", "--duration", "1", "--seed", "5", survey}).status, 0);
+  // Sidescan pings of about 160 KiB in both byte orders: frames larger than
+  // any one read.
+  ASSERT_EQ(RunXse({"gen", "--duration", "3", "--samples", "40000", "--byte-order", "mixed",
+                    "--seed", "5", survey})
+                .status,
+            0);
+  const xsetest::ToolResult fromFile = RunXse({"dump", survey});
+  ASSERT_EQ(fromFile.status, 0);
   const std::string port = std::to_string(FreePort());
   const std::string serveOut = dir.File("serve.out");
-  // The server in the background; the reader connects (retrying while the
-  // server starts up), reads for a second and a half, and releases.
+  // The server in the background, unpaced; the reader connects (retrying
+  // while the server starts up) and ends when the server ends the data.
   const std::string command =
       "( " + CommandLine(XSE_XSE_TOOL, {"serve", "--port", port, "--wait", "10", survey}) + " >" +
       ShellQuote(serveOut) + " 2>&1 & " +
-      CommandLine(XSE_XSE_TOOL, {"run", "--connect", "127.0.0.1:" + port, "--duration", "1.5"}) +
+      CommandLine(XSE_XSE_TOOL, {"dump", "--connect", "127.0.0.1:" + port, "--idle-exit", "10"}) +
       "; status=$?; wait $!; echo \"serve exit $?\" >>" + ShellQuote(serveOut) + "; exit $status )";
-  const xsetest::ToolResult run = xsetest::RunCaptured(command);
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_THAT(run.out, StartsWith("127.0.0.1:" + port + ": "));
-  EXPECT_THAT(run.out, HasSubstr(" bytes processed"));
-  EXPECT_THAT(run.out, ::testing::Not(HasSubstr(": 0 bytes")));
+  const xsetest::ToolResult live = xsetest::RunCaptured(command);
+  EXPECT_EQ(live.status, 0) << live.err;
+  EXPECT_EQ(live.out, fromFile.out);
 
   const std::string served = xsetest::ReadWholeFile(serveOut);
+  const std::string size = std::to_string(std::filesystem::file_size(survey));
   EXPECT_THAT(served, StartsWith("listening on 127.0.0.1:" + port + ", data port "));
-  EXPECT_THAT(served, HasSubstr("requests 3, set-up frames 3, bytes sent " +
-                                std::to_string(std::filesystem::file_size(survey))));
+  EXPECT_THAT(served, HasSubstr("requests 3, set-up frames 3, bytes sent " + size + " of " + size));
   EXPECT_THAT(served, HasSubstr("serve exit 0"));
+}
+
+// Each server ends the run by itself with the outcome it deserves.
+TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
+  const std::vector<uint8_t> survey = [] {
+    xsetest::TempDir dir;
+    const std::string file = dir.File("s.xse");
+    RunXse({"gen", "--duration", "2", file});
+    const std::string bytes = xsetest::ReadWholeFile(file);
+    return std::vector<uint8_t>(bytes.begin(), bytes.end());
+  }();
+  ASSERT_GT(survey.size(), 10000u);
+  struct Case {
+    const char* name;
+    std::function<void(xseserver::Options&)> set;
+    bool sendSurvey;
+    int status;
+    std::string err;  // what stderr starts with
+  };
+  const std::string sent = std::to_string(survey.size());
+  const Case cases[] = {
+      {"sound", [](auto&) {}, true, 0, ""},
+      {"no reply",
+       [](auto& o) {
+         o.acknowledgeLength = 0;
+         o.waitMs = 4000;
+       },
+       false, 1, "xse: the exchange with the XSE server at ADDR failed before any data"},
+      {"81 bytes", [](auto& o) { o.acknowledgeLength = 81; }, false, 1, "xse: the exchange"},
+      {"port 0", [](auto& o) { o.announcedPort = 0; }, false, 1, "xse: the exchange"},
+      {"port 40000", [](auto& o) { o.announcedPort = 40000; }, false, 1, "xse: the exchange"},
+      {"garbage", [](auto& o) { o.acknowledgeBytes.assign(100, 0xA5); }, false, 1,
+       "xse: the exchange"},
+      {"data port nobody listens on", [](auto& o) { o.announcedPort = FreePort(); }, false, 1,
+       "xse: the exchange"},
+      {"data port never accepts", [](auto& o) { o.dataNeverAccepts = true; }, false, 1,
+       "xse: the exchange"},
+      {"close right after set-up", [](auto&) {}, false, 1, "xse: the exchange"},
+      {"reset mid-stream", [&](auto& o) { o.resetAfterBytes = survey.size() / 2; }, true, 1,
+       "xse: the XSE server at ADDR broke off the data connection"},
+      {"silent after set-up",
+       [](auto& o) {
+         o.closeAfterSurvey = false;
+         o.waitMs = 3000;
+       },
+       false, 1, "xse: no data from the XSE server at ADDR before the idle time ran out"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    xseserver::Options options;
+    options.waitMs = 600;
+    c.set(options);
+    xseserver::XseServer server(options);
+    std::string error;
+    ASSERT_TRUE(server.Start(error)) << error;
+    std::thread serving([&] {
+      server.ServeOne(c.sendSurvey ? std::span<const uint8_t>(survey) : std::span<const uint8_t>());
+    });
+    const std::string address = "127.0.0.1:" + std::to_string(server.port());
+    const auto start = std::chrono::steady_clock::now();
+    const xsetest::ToolResult run =
+        RunXse({"run", "--events", "--connect", address, "--idle-exit",
+                std::string(c.name) == "silent after set-up" ? "1" : "10"});
+    const auto took = std::chrono::steady_clock::now() - start;
+    serving.join();
+    EXPECT_EQ(run.status, c.status) << run.err;
+    std::string err = c.err;
+    if (const size_t at = err.find("ADDR"); at != std::string::npos) err.replace(at, 4, address);
+    EXPECT_THAT(run.err, StartsWith(err));
+    EXPECT_LT(took, std::chrono::seconds(6));
+    if (c.status == 0) {
+      EXPECT_THAT(run.out, HasSubstr("{\"event\":\"fileAdded\""));
+      EXPECT_THAT(run.out,
+                  HasSubstr("{\"event\":\"finished\",\"result\":1,\"bytes\":" + sent + "}"));
+    }
+  }
 }
 
 TEST(XseServeTest, UsageAndUnreachableServers) {
@@ -58,16 +143,17 @@ TEST(XseServeTest, UsageAndUnreachableServers) {
   const std::string closed = "127.0.0.1:" + std::to_string(FreePort());
   const Case cases[] = {
       {{"serve"}, 2, "xse serve: no input file\n"},
-      {{"serve", "--port", "70000", "a.xse"}, 2, "xse serve: bad port '70000'\n"},
+      {{"serve", "--port", "70000", "a.xse"}, 2, "xse serve: invalid value '70000' for --port\n"},
+      {{"serve", "--rate", "0", "a.xse"}, 2, "xse serve: invalid value '0' for --rate\n"},
       {{"serve", "/nonexistent/a.xse"},
        1,
        "xse serve: /nonexistent/a.xse: No such file or directory\n"},
-      {{"run", "--connect", "1.2.3:4"},
-       2,
-       "xse run: bad server address '1.2.3:4' (ADDRESS:PORT)\n"},
+      {{"run", "--connect", "1.2.3:4"}, 2, "xse run: invalid value '1.2.3:4' for --connect\n"},
+      {{"dump", "--idle-exit", "1", "a.xse"}, 2, "xse dump: --idle-exit needs --connect\n"},
       {{"run", "--connect", closed, "--duration", "1"},
        1,
-       "xse run: cannot reach the XSE server at " + closed + "\n"},
+       "xse: cannot reach the XSE server at " + closed + "\n"},
+      {{"dump", "--connect", closed}, 1, "xse: cannot reach the XSE server at " + closed + "\n"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.args.back());

@@ -53,4 +53,32 @@ std::optional<double> ParsePositive(std::string_view text) {
   return value;
 }
 
+std::optional<int32_t> ParseInt32(std::string_view text) {
+  const size_t sign = !text.empty() && text.front() == '-' ? 1 : 0;
+  if (text.size() == sign || !std::isdigit(static_cast<unsigned char>(text[sign])))
+    return std::nullopt;
+  int32_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+std::optional<double> ParseFinite(std::string_view text) {
+  const std::string_view digits = !text.empty() && text.front() == '-' ? text.substr(1) : text;
+  if (digits.empty() ||
+      !(std::isdigit(static_cast<unsigned char>(digits.front())) || digits.front() == '.'))
+    return std::nullopt;
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
+    return std::nullopt;
+  return value;
+}
+
+std::optional<uint64_t> ParseSecondsAsMilliseconds(std::string_view text) {
+  const auto seconds = ParsePositive(text);
+  if (!seconds || *seconds > 1e6) return std::nullopt;
+  return static_cast<uint64_t>(*seconds * 1000.0);
+}
+
 }  // namespace xsetool

@@ -19,6 +19,8 @@ int RunInfoCommand(std::span<const std::string_view> args);
 int RunRunCommand(std::span<const std::string_view> args);
 int RunCheckCommand(std::span<const std::string_view> args);
 int RunServeCommand(std::span<const std::string_view> args);
+int RunSettingsCommand(std::span<const std::string_view> args);
+int RunPlotCommand(std::span<const std::string_view> args);
 int RunSoundingsCommand(std::span<const std::string_view> args);
 
 // The exit status of `xse run` over files: 130 only for a run stopped on

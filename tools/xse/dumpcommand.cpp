@@ -1,14 +1,19 @@
 // xse dump: the records of every file as JSON lines, or the records of one
 // kind as a CSV table.
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
+#include "interpreters/xsereader/host/xsereadermodule.h"
 #include "tools/xse/argparse.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/csvwriter.h"
+#include "tools/xse/headoption.h"
+#include "tools/xse/livehost.h"
 #include "tools/xse/recordfilter.h"
 #include "tools/xse/recordjsonwriter.h"
 
@@ -17,7 +22,8 @@ namespace {
 
 constexpr const char* kDumpUsage =
     "usage: xse dump [--format jsonl|csv] [--kind KIND] [--limit N]\n"
-    "                [--head all|first|second] FILE...\n";
+    "                [--head all|first|second] FILE...\n"
+    "       xse dump [options] --connect ADDRESS:PORT [--idle-exit SECONDS]\n";
 
 constexpr const char* kDumpHelp =
     "Decodes XSE files and writes the records the decoder delivers, in call\n"
@@ -30,58 +36,83 @@ constexpr const char* kDumpHelp =
     "                   gyro, motion, multibeam, sidescan\n"
     "  --limit N        stop after N records\n"
     "  --head MODE      bathymetry head selection: all (default), first, second\n"
-    "  --help           show this help\n";
+    "  --help           show this help\n"
+    "\n"
+    "With --connect the records come live from the XSE server at ADDRESS:PORT\n"
+    "(an IPv4 address), read by the reader plug-in as the host runs it, and\n"
+    "are written exactly as for a file of the same bytes. The run ends when\n"
+    "the server ends the data, --idle-exit SECONDS pass without a new record\n"
+    "(counted from the start as well), --limit is reached, or Ctrl-C. Exit\n"
+    "status 0 when data arrived and the exchange held, 1 with the reason on\n"
+    "stderr when it failed or no data came, 130 when stopped by Ctrl-C.\n";
 
-int DumpUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse dump: %s\n%s", message.c_str(), kDumpUsage);
-  return kExitUsage;
+// The records of a live server, through the reader plug-in.
+int DumpLive(const ServerAddress& server, const std::string& connect, const LiveLimits& limits,
+             int32_t mode, RecordFilter& filter) {
+  XseReaderModule module;
+  if (!module.Load(XseReaderModule::DefaultPath())) {
+    std::fprintf(stderr, "xse: cannot load the reader plug-in: %s\n", module.error().c_str());
+    return kExitFailure;
+  }
+  const XseReaderEntryPoints& entry = module.entry();
+  std::unique_ptr<CReader, decltype(entry.destroyReader)> reader(entry.createReader(0),
+                                                                 entry.destroyReader);
+  if (reader == nullptr) {
+    std::fprintf(stderr, "xse: the reader plug-in did not start\n");
+    return kExitFailure;
+  }
+  LiveReportObserver observer;
+  reader->SetObserver(&observer);
+  LiveTap tap(&filter, [&filter] { return filter.done(); });
+  entry.setRecordTap(reader.get(), &tap, mode);
+  int32_t result = 0;
+  const int status =
+      RunLiveSession(*reader, server, connect, limits, tap, observer.reports(), result);
+  reader.reset();
+  module.Unload();
+  return status;
 }
 
 }  // namespace
 
 int RunDumpCommand(std::span<const std::string_view> args) {
-  std::vector<std::string> files;
   int32_t mode = ElacReader::kAllBeams;
   bool csv = false;
   std::optional<RecordKind> kind;
   std::optional<uint64_t> limit;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string_view arg = args[i];
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kDumpUsage, stdout);
-      std::fputs(kDumpHelp, stdout);
-      return kExitOk;
-    }
-    if (arg == "--format" || arg == "--head" || arg == "--kind" || arg == "--limit") {
-      if (i + 1 >= args.size()) return DumpUsageError(std::string(arg) + " needs a value");
-      const std::string_view value = args[++i];
-      if (arg == "--format") {
-        if (value != "jsonl" && value != "csv")
-          return DumpUsageError("unknown format '" + std::string(value) + "'");
-        csv = value == "csv";
-      } else if (arg == "--kind") {
-        kind = ParseRecordKind(value);
-        if (!kind) return DumpUsageError("unknown kind '" + std::string(value) + "'");
-      } else if (arg == "--limit") {
-        limit = ParseUnsigned(value);
-        if (!limit) return DumpUsageError("invalid limit '" + std::string(value) + "'");
-      } else if (value == "all") {
-        mode = ElacReader::kAllBeams;
-      } else if (value == "first") {
-        mode = ElacReader::kFirstHead;
-      } else if (value == "second") {
-        mode = ElacReader::kSecondHead;
-      } else {
-        return DumpUsageError("unknown head '" + std::string(value) + "'");
-      }
-      continue;
-    }
-    if (arg.size() > 1 && arg.front() == '-' && arg != "--")
-      return DumpUsageError("unknown option '" + std::string(arg) + "'");
-    if (arg != "--") files.emplace_back(arg);
-  }
-  if (csv && !kind) return DumpUsageError("--format csv needs --kind");
-  if (files.empty()) return DumpUsageError("no input file");
+  std::string connect;
+  LiveLimits liveLimits;
+  CommandLine line("dump", kDumpUsage, kDumpHelp);
+  line.Value("--format", [&csv](std::string_view value) {
+    csv = value == "csv";
+    return value == "csv" || value == "jsonl";
+  });
+  line.Value("--kind", [&kind](std::string_view value) {
+    kind = ParseRecordKind(value);
+    return kind.has_value();
+  });
+  line.Value("--limit", [&limit](std::string_view value) {
+    limit = ParseUnsigned(value);
+    return limit.has_value();
+  });
+  line.Value("--head", [&mode](std::string_view value) { return ParseHeadMode(value, mode); });
+  std::optional<ServerAddress> server;
+  line.Value("--connect", [&connect, &server](std::string_view value) {
+    connect = value;
+    server = ParseServerAddress(connect);
+    return server.has_value();
+  });
+  line.Value("--idle-exit", [&liveLimits](std::string_view value) {
+    liveLimits.idleExitMs = ParseSecondsAsMilliseconds(value).value_or(0);
+    return liveLimits.idleExitMs > 0;
+  });
+  if (const auto exit = line.Parse(args)) return *exit;
+  const std::vector<std::string>& files = line.operands();
+  if (csv && !kind) return line.UsageError("--format csv needs --kind");
+  if (server && !files.empty())
+    return line.UsageError("--connect reads from the server, not from files");
+  if (!server && liveLimits.idleExitMs > 0) return line.UsageError("--idle-exit needs --connect");
+  if (files.empty() && !server) return line.UsageError("no input file");
 
   std::optional<RecordJsonWriter> jsonWriter;
   std::optional<CsvRecordWriter> csvWriter;
@@ -95,6 +126,7 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   RecordFilter filter(*writer, kind, limit);
 
   int status = kExitOk;
+  if (server) status = DumpLive(*server, connect, liveLimits, mode, filter);
   for (const auto& file : files) {
     if (filter.done()) break;
     ElacFile source(&filter);

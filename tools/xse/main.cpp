@@ -11,13 +11,15 @@ constexpr const char* kUsage =
     "usage: xse COMMAND [ARGS...]\n"
     "\n"
     "commands:\n"
-    "  gen OUT.xse      write a synthetic survey\n"
-    "  info FILE...     summarise each file: frames, records, pings, time, positions\n"
-    "  dump FILE...     write the decoded records as JSON lines or a CSV table\n"
-    "  run FILE...      read the files through the reader plug-in, as the host does\n"
-    "  check FILE...    ask the reader plug-in whether it can read each file\n"
-    "  serve FILE       play a file as a live XSE data server on 127.0.0.1\n"
+    "  gen OUT.xse        write a synthetic survey\n"
+    "  info FILE...       summarise each file: frames, records, pings, time, positions\n"
+    "  dump FILE...       write the decoded records as JSON lines or a CSV table\n"
     "  soundings FILE...  every beam as a point on the earth (CSV or xyz)\n"
+    "  plot FILE          draw a survey's track, swath or sidescan into a PNG\n"
+    "  run FILE...        read the files through the reader plug-in, as the host does\n"
+    "  check FILE...      ask the reader plug-in whether it can read each file\n"
+    "  serve FILE         play a file as a live XSE data server on 127.0.0.1\n"
+    "  settings           show the reader's settings page\n"
     "\n"
     "Run 'xse COMMAND --help' for the options of a command.\n";
 
@@ -41,6 +43,8 @@ int main(int argc, char** argv) {
   if (command == "run") return xsetool::RunRunCommand(rest);
   if (command == "check") return xsetool::RunCheckCommand(rest);
   if (command == "serve") return xsetool::RunServeCommand(rest);
+  if (command == "settings") return xsetool::RunSettingsCommand(rest);
+  if (command == "plot") return xsetool::RunPlotCommand(rest);
   if (command == "soundings") return xsetool::RunSoundingsCommand(rest);
   std::fprintf(stderr, "xse: unknown command '%.*s'\n%s", static_cast<int>(command.size()),
                command.data(), kUsage);

@@ -10,12 +10,13 @@
 #include <vector>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
-#include "platform/framework/wnd.h"
 #include "platform/interruptsignal.h"
 #include "platform/terminal.h"
 #include "tools/xse/argparse.h"
+#include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/jsontext.h"
+#include "tools/xse/livehost.h"
 #include "tools/xse/progressbar.h"
 
 namespace xsetool {
@@ -23,7 +24,8 @@ namespace {
 
 constexpr const char* kRunUsage =
     "usage: xse run [--events] [--no-ext-check] FILE...\n"
-    "       xse run [--events] [--duration SECONDS] --connect ADDRESS:PORT\n";
+    "       xse run [--events] [--duration SECONDS] [--idle-exit SECONDS]\n"
+    "               --connect ADDRESS:PORT\n";
 
 constexpr const char* kRunHelp =
     "Loads the reader plug-in and reads the files with it as the host does:\n"
@@ -40,10 +42,13 @@ constexpr const char* kRunHelp =
     "  --help          show this help\n"
     "\n"
     "With --connect the plug-in reads live data from the XSE server at\n"
-    "ADDRESS:PORT (an IPv4 address) instead, until --duration SECONDS have\n"
-    "passed or Ctrl-C; then the bytes it decoded are shown. Exit status 0 when\n"
-    "the run lasted its time, 1 when the server could not be reached or the\n"
-    "exchange with it failed, 130 when stopped by Ctrl-C.\n"
+    "ADDRESS:PORT (an IPv4 address) instead, until the server ends the data,\n"
+    "--duration SECONDS have passed, --idle-exit SECONDS went by without a new\n"
+    "record (counted from the start as well), or Ctrl-C; then the bytes it\n"
+    "decoded are shown (with --events, as \"bytes\" of the finished event).\n"
+    "Exit status 0 when data arrived and the exchange held, 1 with the reason\n"
+    "on stderr when the server could not be reached, the exchange failed or no\n"
+    "data came, 130 when stopped by Ctrl-C.\n"
     "\n"
     "The plug-in is $XSE_READER_MODULE, else xsereader.so beside xse, else the\n"
     "one this build made.\n";
@@ -51,13 +56,6 @@ constexpr const char* kRunHelp =
 // How often the waiting main thread looks for a Ctrl-C.
 constexpr uint32_t kInterruptPollMs = 50;
 constexpr int kExitStopped = 130;
-// How often a live run's main thread dispatches its messages.
-constexpr uint32_t kLivePumpMs = 5;
-
-int RunUsageError(const std::string& message) {
-  std::fprintf(stderr, "xse run: %s\n%s", message.c_str(), kRunUsage);
-  return kExitUsage;
-}
 
 // What the host shows of a run. Reports arrive on the reader thread; the
 // main thread reads the outcomes only after that thread has ended.
@@ -67,8 +65,15 @@ class RunObserver final : public IReaderObserver {
 
   void OnProgress(const CReader& reader, const CReader::ProgressStat& stat) override {
     if (events_) {
-      Emit("{\"event\":\"progress\",\"percent\":" + std::to_string(stat.percent) + ",\"done\":" +
-           std::to_string(stat.done) + ",\"total\":" + std::to_string(stat.total) + "}");
+      std::string line;
+      JsonBuilder(line)
+          .BeginObject()
+          .String("event", "progress")
+          .Number("percent", stat.percent)
+          .Number("done", stat.done)
+          .Number("total", stat.total)
+          .EndObject();
+      Emit(line);
     }
     if (bar_ == nullptr) {
       bar_ = std::make_unique<ProgressBar>(stderr, showProgress_, reader.currentFileName,
@@ -76,21 +81,35 @@ class RunObserver final : public IReaderObserver {
     }
     bar_->Update(static_cast<uint64_t>(std::max(stat.done, 0)));
     done_ = stat.done;
+    reports_.bytes = stat.done;
     if (stat.percent >= 100) bar_.reset();
   }
 
   void OnFileAdded(const CReader& /*reader*/, const std::string& fileName) override {
     if (events_) {
-      std::string line = "{\"event\":\"fileAdded\",\"file\":";
-      AppendJsonString(line, fileName);
-      Emit(line + "}");
+      std::string line;
+      JsonBuilder(line)
+          .BeginObject()
+          .String("event", "fileAdded")
+          .String("file", fileName)
+          .EndObject();
+      Emit(line);
     }
     filesAdded_.push_back(fileName);
+    reports_.added = true;
   }
 
   void OnFailedReading(const CReader& /*reader*/, const char* /*text*/) override {
-    if (events_) Emit("{\"event\":\"failedReading\"}");
+    if (events_) {
+      std::string line;
+      JsonBuilder(line).BeginObject().String("event", "failedReading").EndObject();
+      Emit(line);
+    }
+    reports_.failed = true;
   }
+
+  // What a live run reported; read after the reader thread has ended.
+  const LiveReports& reports() const { return reports_; }
 
   // The bytes the last progress report counted as done.
   int64_t done() const { return done_; }
@@ -111,118 +130,71 @@ class RunObserver final : public IReaderObserver {
   std::unique_ptr<ProgressBar> bar_;
   std::vector<std::string> filesAdded_;
   int64_t done_ = 0;
+  LiveReports reports_;
 };
 
 enum class Outcome { kRead, kNotRead, kNotRecognised };
 
-struct ServerAddress {
-  uint8_t octets[4] = {};
-  uint16_t port = 0;
-};
-
-// "a.b.c.d:port", each part decimal.
-std::optional<ServerAddress> ParseServerAddress(std::string_view text) {
-  ServerAddress address;
-  for (int i = 0; i < 5; ++i) {
-    const char separator = i < 3 ? '.' : ':';
-    const size_t end = i < 4 ? text.find(separator) : text.size();
-    if (end == std::string_view::npos) return std::nullopt;
-    const auto value = ParseUnsigned(text.substr(0, end));
-    if (!value || *value > (i < 4 ? 255u : 65535u)) return std::nullopt;
-    if (i < 4) {
-      address.octets[i] = static_cast<uint8_t>(*value);
-      text.remove_prefix(end + 1);
-    } else {
-      address.port = static_cast<uint16_t>(*value);
-    }
+// A live run: the records are not shown, only whether and when they came.
+int RunLive(CReader& reader, const XseReaderEntryPoints& entry, RunObserver& observer,
+            const ServerAddress& server, const LiveLimits& limits, bool events,
+            const std::string& name) {
+  LiveTap tap(nullptr, nullptr);
+  entry.setRecordTap(&reader, &tap, 0);
+  int32_t result = 0;
+  const int status = RunLiveSession(reader, server, name, limits, tap, observer.reports(), result);
+  if (status == kExitFailure && result == 0) {
+    // Not reached at all: nothing ran, nothing to show.
+    entry.setRecordTap(&reader, nullptr, 0);
+    return status;
   }
-  return address;
-}
-
-// A live run: this thread connects, then keeps dispatching its window
-// messages (the server's acknowledge arrives through them) while the reader
-// thread reads, until the time is up or Ctrl-C.
-int RunLive(CReader& reader, RunObserver& observer, const ServerAddress& server,
-            uint64_t durationMs, bool events, const std::string& name) {
-  platform::InterruptCatcher interrupt;
-  const auto& o = server.octets;
-  if (reader.ConnectTo(o[0], o[1], o[2], o[3], static_cast<int16_t>(server.port), 0) == 0) {
-    std::fprintf(stderr, "xse run: cannot reach the XSE server at %s\n", name.c_str());
-    return kExitFailure;
-  }
-  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(durationMs);
-  bool interrupted = false;
-  bool stopRequested = false;
-  while (!reader.WaitReaderThread(kLivePumpMs)) {
-    platform::DispatchThreadMessages();
-    if (stopRequested) continue;
-    interrupted = interrupt.Caught();
-    if (interrupted || (durationMs > 0 && std::chrono::steady_clock::now() >= end)) {
-      reader.StopReader();
-      stopRequested = true;
-    }
-  }
-  const int32_t result = reader.JoinReaderThread();
   if (events) {
-    RunObserver::Emit("{\"event\":\"finished\",\"result\":" + std::to_string(result) +
-                      ",\"bytes\":" + std::to_string(observer.done()) + "}");
+    std::string line;
+    JsonBuilder(line)
+        .BeginObject()
+        .String("event", "finished")
+        .Number("result", result)
+        .Number("bytes", observer.done())
+        .EndObject();
+    RunObserver::Emit(line);
   } else {
     std::printf("%s: %lld bytes processed\n", name.c_str(),
                 static_cast<long long>(observer.done()));
   }
-  if (interrupted) return kExitStopped;
-  if (result >= 0) {
-    std::fprintf(stderr, "xse run: the exchange with the XSE server at %s failed\n", name.c_str());
-    return kExitFailure;
-  }
-  return kExitOk;
+  entry.setRecordTap(&reader, nullptr, 0);
+  return status;
 }
 
 }  // namespace
 
 int RunRunCommand(std::span<const std::string_view> args) {
   bool events = false;
-  bool extensionCheck = true;
-  std::vector<std::string> files;
+  bool noExtensionCheck = false;
   std::string connect;
-  uint64_t durationMs = 0;
-  for (size_t index = 0; index < args.size(); ++index) {
-    const std::string_view arg = args[index];
-    if (arg == "--help" || arg == "-h") {
-      std::fputs(kRunUsage, stdout);
-      std::fputs(kRunHelp, stdout);
-      return kExitOk;
-    }
-    if (arg == "--events") {
-      events = true;
-    } else if (arg == "--no-ext-check") {
-      extensionCheck = false;
-    } else if (arg == "--connect" || arg == "--duration") {
-      if (index + 1 >= args.size()) return RunUsageError(std::string(arg) + " needs a value");
-      const std::string_view value = args[++index];
-      if (arg == "--connect") {
-        connect = value;
-      } else {
-        const auto seconds = ParsePositive(value);
-        if (!seconds || *seconds > 1e6) {
-          return RunUsageError("bad duration '" + std::string(value) + "'");
-        }
-        durationMs = static_cast<uint64_t>(*seconds * 1000.0);
-      }
-    } else if (arg.size() > 1 && arg.front() == '-' && arg != "--") {
-      return RunUsageError("unknown option '" + std::string(arg) + "'");
-    } else if (arg != "--") {
-      files.emplace_back(arg);
-    }
-  }
   std::optional<ServerAddress> server;
-  if (!connect.empty()) {
+  LiveLimits limits;
+  CommandLine line("run", kRunUsage, kRunHelp);
+  line.Flag("--events", events);
+  line.Flag("--no-ext-check", noExtensionCheck);
+  line.Value("--connect", [&connect, &server](std::string_view value) {
+    connect = value;
     server = ParseServerAddress(connect);
-    if (!server) return RunUsageError("bad server address '" + connect + "' (ADDRESS:PORT)");
-    if (!files.empty()) return RunUsageError("--connect reads from the server, not from files");
-  } else if (files.empty()) {
-    return RunUsageError("no input file");
-  }
+    return server.has_value();
+  });
+  const auto millisecondsIn = [](uint64_t& target) {
+    return [&target](std::string_view value) {
+      target = ParseSecondsAsMilliseconds(value).value_or(0);
+      return target > 0;
+    };
+  };
+  line.Value("--duration", millisecondsIn(limits.durationMs));
+  line.Value("--idle-exit", millisecondsIn(limits.idleExitMs));
+  if (const auto exit = line.Parse(args)) return *exit;
+  const bool extensionCheck = !noExtensionCheck;
+  const std::vector<std::string>& files = line.operands();
+  if (server && !files.empty())
+    return line.UsageError("--connect reads from the server, not from files");
+  if (!server && files.empty()) return line.UsageError("no input file");
 
   XseReaderModule module;
   if (!module.Load(XseReaderModule::DefaultPath())) {
@@ -251,7 +223,7 @@ int RunRunCommand(std::span<const std::string_view> args) {
   RunObserver observer(events, platform::IsTerminal(platform::StandardStream::kError));
   reader->SetObserver(&observer);
   if (server) {
-    const int status = RunLive(*reader, observer, *server, durationMs, events, connect);
+    const int status = RunLive(*reader, entry, observer, *server, limits, events, connect);
     reader.reset();
     module.Unload();
     return status;
@@ -286,10 +258,16 @@ int RunRunCommand(std::span<const std::string_view> args) {
   }
 
   if (events) {
-    RunObserver::Emit("{\"event\":\"finished\",\"result\":" + std::to_string(result) +
-                      ",\"startTimeSet\":" + std::to_string(reader->startTimeSet) +
-                      ",\"startTimeSec\":" + std::to_string(reader->startTimeSec) +
-                      ",\"startTimeMs\":" + std::to_string(reader->startTimeMs) + "}");
+    std::string finished;
+    JsonBuilder(finished)
+        .BeginObject()
+        .String("event", "finished")
+        .Number("result", result)
+        .Number("startTimeSet", reader->startTimeSet)
+        .Number("startTimeSec", reader->startTimeSec)
+        .Number("startTimeMs", reader->startTimeMs)
+        .EndObject();
+    RunObserver::Emit(finished);
   } else {
     for (size_t i = 0; i < files.size(); ++i) {
       static constexpr const char* kWords[] = {"read", "not read", "not recognised"};

@@ -32,6 +32,7 @@ uint32_t BigEndianWord(const uint8_t* bytes) { return elac::LoadScalar<uint32_t>
 XseServer::XseServer(Options options) : options_(options) {}
 
 XseServer::~XseServer() {
+  for (const SocketHandle filler : queueFillers_) platform::CloseSocket(filler);
   platform::CloseSocket(listener_);
   platform::CloseSocket(dataListener_);
 }
@@ -40,11 +41,21 @@ bool XseServer::Start(std::string& error) {
   port_ = options_.port;
   dataPort_ = options_.dataPort;
   listener_ = platform::ListenOnLoopback(port_);
-  if (listener_ != platform::kInvalidSocket) dataListener_ = platform::ListenOnLoopback(dataPort_);
+  // A queue of one, kept full, makes every further connect wait in vain.
+  const int32_t backlog = options_.dataNeverAccepts ? 0 : 4;
+  if (listener_ != platform::kInvalidSocket)
+    dataListener_ = platform::ListenOnLoopback(dataPort_, backlog);
   if (listener_ == platform::kInvalidSocket || dataListener_ == platform::kInvalidSocket) {
     error = "cannot listen on 127.0.0.1 (socket error " +
             std::to_string(platform::LastSocketError()) + ")";
     return false;
+  }
+  constexpr uint32_t kLoopback = 0x0100007F;  // 127.0.0.1, first octet first in memory
+  for (int i = 0; options_.dataNeverAccepts && i < 4; ++i) {
+    const SocketHandle filler = platform::CreateIpv4Socket(platform::kStreamSocket);
+    if (filler == platform::kInvalidSocket) break;
+    queueFillers_.push_back(filler);
+    if (!platform::ConnectIpv4Within(filler, kLoopback, dataPort_, 100)) break;
   }
   return true;
 }
@@ -107,7 +118,9 @@ Session XseServer::ServeOne(const ChunkSource& survey) {
 
     elac::AcknowledgeFrame acknowledge = elac::AcknowledgeFrame::Build();
     acknowledge.SetSequenceNumber(session.requests.back().SequenceNumber());
-    acknowledge.SetHalfWord(44, options_.announcedPort != 0 ? options_.announcedPort : dataPort_);
+    acknowledge.SetHalfWord(44, options_.announcedPort >= 0
+                                    ? static_cast<uint16_t>(options_.announcedPort)
+                                    : dataPort_);
     acknowledge.ToNetworkOrder();
     // The record's conversion leaves the group words alone (a client keeps
     // them as received); on the wire they are big-endian like the rest.
@@ -115,13 +128,22 @@ Session XseServer::ServeOne(const ChunkSource& survey) {
       acknowledge.SetWord(offset, elac::ByteSwap(acknowledge.Word(offset)));
     }
     const size_t length = std::min(options_.acknowledgeLength, acknowledge.kSize);
-    platform::SendToSocket(control.socket, acknowledge.Bytes().data(),
-                           static_cast<int32_t>(length));
+    if (!options_.acknowledgeBytes.empty()) {
+      platform::SendToSocket(control.socket, options_.acknowledgeBytes.data(),
+                             static_cast<int32_t>(options_.acknowledgeBytes.size()));
+    } else if (length > 0) {
+      platform::SendToSocket(control.socket, acknowledge.Bytes().data(),
+                             static_cast<int32_t>(length));
+    }
     // The client releases this connection with its request before it
     // closes it.
     if (!ReadRequest(control.socket, session)) return session;
   }
 
+  if (options_.dataNeverAccepts) {
+    session.error = "the data port does not accept";
+    return session;
+  }
   ScopedSocket data;
   if (!AcceptFrom(dataListener_, data.socket, session.error)) return session;
   for (const size_t length : kSetupLengths) {
@@ -131,6 +153,13 @@ Session XseServer::ServeOne(const ChunkSource& survey) {
     session.setupFrames.push_back(std::move(frame));
   }
   SendSurvey(data.socket, survey, session);
+  if (session.bytesSent >= options_.resetAfterBytes) {
+    platform::AbortConnection(data.socket);
+    data.socket = platform::kInvalidSocket;
+    session.error = "data connection reset";
+    return session;
+  }
+  if (options_.closeAfterSurvey) platform::ShutdownSending(data.socket);
   ReadReleases(data.socket, session);
   return session;
 }
@@ -138,7 +167,9 @@ Session XseServer::ServeOne(const ChunkSource& survey) {
 void XseServer::SendSurvey(SocketHandle socket, const ChunkSource& survey, Session& session) const {
   for (std::span<const uint8_t> piece = survey(); !piece.empty(); piece = survey()) {
     while (!piece.empty()) {
-      const size_t length = std::min<size_t>(piece.size(), size_t{1} << 30);
+      if (session.bytesSent >= options_.resetAfterBytes) return;
+      const size_t length = std::min<size_t>(
+          {piece.size(), size_t{1} << 30, options_.resetAfterBytes - session.bytesSent});
       const int32_t sent =
           platform::SendToSocket(socket, piece.data(), static_cast<int32_t>(length));
       if (sent <= 0) {

@@ -22,10 +22,18 @@ struct Options {
   uint16_t dataPort = 0;  // 0: any free one
   // Bytes of the acknowledge sent (a shorter reply is no acknowledge).
   size_t acknowledgeLength = elac::AcknowledgeFrame::kFrameLength;
-  // The port the acknowledge names; 0: the data port.
-  uint16_t announcedPort = 0;
+  // The port the acknowledge names; -1: the data port.
+  int32_t announcedPort = -1;
   uint32_t waitMs = 10000;    // the longest any wait for the client lasts
   size_t chunkBytes = 65536;  // survey bytes per send, for a survey in memory
+  // Ends the data with an orderly close of the sending side after the
+  // survey; otherwise the connection stays open until the client releases.
+  bool closeAfterSurvey = true;
+
+  // Misbehaviour, for tests of what a client does with a hostile server.
+  std::vector<uint8_t> acknowledgeBytes;  // sent instead of the acknowledge
+  uint64_t resetAfterBytes = UINT64_MAX;  // reset the data connection then
+  bool dataNeverAccepts = false;          // the data port's queue stays full
 };
 
 // The survey to send, a piece at a time: the next bytes to send, valid
@@ -72,6 +80,8 @@ class XseServer {
   Options options_;
   platform::SocketHandle listener_ = platform::kInvalidSocket;
   platform::SocketHandle dataListener_ = platform::kInvalidSocket;
+  // Connections that fill the data port's queue when it never accepts.
+  std::vector<platform::SocketHandle> queueFillers_;
   uint16_t port_ = 0;
   uint16_t dataPort_ = 0;
 };

@@ -1,12 +1,14 @@
 #include "interpreters/surveyreaderlib/elacreader/elacconnection.h"
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
 #include <new>
 
-#include "interpreters/surveyreaderlib/elacreader/memorystream.h"
 #include "libsys/errorlog.h"
 #include "libsys/ztracelogfile.h"
 #include "platform/framework/asyncselect.h"
+#include "platform/tcpsocket.h"
 #include "quorsocket/quorsocket.h"
 #include "quorsocket/socketerrortext.h"
 
@@ -15,10 +17,6 @@ namespace {
 constexpr uint32_t kReceiveBufferSize = 8192;
 constexpr int32_t kConnectAttempts = 3;
 constexpr int32_t kRequestPacketLength = 92;
-constexpr uint32_t kPendingDataWaitMs = 100;
-// Four or fewer bytes left after a frame are its end marker, which ReadFrame
-// leaves in the stream.
-constexpr int32_t kEndMarkerRest = 5;
 
 // Texts as they stand, with their leading and trailing blanks.
 constexpr SocketErrorText kReceiveErrorTexts[] = {
@@ -71,6 +69,10 @@ ElacConnection::ElacConnection() : CSocketClient(false) {}
 
 ElacConnection::~ElacConnection() {
   QUORLOG(1, "~ElacConnection()");
+  // Phase 1's window, while it lasts, is dispatched by the thread that
+  // called Connect: taking it down first waits for a handler of that thread
+  // still running (the acknowledge step, say) and stops any further one.
+  if (!IsOwnedByCallingThread()) DestroyWindow();
   ElacConnection::Close();
   requestFrame_.reset();
   acknowledgeFrame_.reset();
@@ -78,6 +80,8 @@ ElacConnection::~ElacConnection() {
   // The socket client's destructor destroys the window, which closes the
   // connection.
 }
+
+void ElacConnection::SetRunningFlag(const std::atomic<int32_t>* running) { running_ = running; }
 
 bool ElacConnection::CreateCommunicationWindow() {
   // Stands for the framework's child window "XSE Communication" of the
@@ -102,8 +106,8 @@ bool ElacConnection::Connect(int32_t type, int16_t port, const uint8_t* address,
   QUORLOG(1, "Type %d Port %d", type, port);
   if (GetSafeHwnd() != 0) {
     QUORLOG(1, "Client socket already created!?");
-  } else if (CreateCommunicationWindow()) {
-    phaseOneWindow_.store(true, std::memory_order_release);
+  } else {
+    CreateCommunicationWindow();
   }
   const elac::Ipv4Address localAddress = platform::LocalHostAddress();
 
@@ -126,26 +130,42 @@ bool ElacConnection::Connect(int32_t type, int16_t port, const uint8_t* address,
   request.SetIdentification(107, 1);
   if (name != nullptr) request.SetName(name);
 
+  SetConnectControl({limits_.attemptMs, running_}, limits_.pauseMs);
   const int connected = EstablishConnection(address, port, kReceiveBufferSize, kConnectAttempts);
-  const uint32_t error = platform::LastSocketError();
   QUORLOG(1, "Socket to XSE Port %d -> soc %d ret %d", port_, static_cast<int32_t>(socket_),
           connected);
   if (connected == 0) {
-    ReportReceiveError(error);
+    TraceSocketError(lastError());  // a connect error: the connect texts
     return false;
   }
   SetPacketLength(kRequestPacketLength);
   state_ = CLIENTREQUEST;
+  requestSent_ = std::chrono::steady_clock::now();
+  phaseOne_.store(kPending, std::memory_order_release);
   if (SendFrame(request, elac::RequestFrame::kSize) != 0) return true;
   state_ = CONNECTED;
-  ReportReceiveError(platform::LastSocketError());
+  phaseOne_.store(kRefused, std::memory_order_release);
+  ReportReceiveError(lastError());
   return false;
 }
 
 int32_t ElacConnection::OnReceive(uintptr_t wParam, intptr_t lParam) {
   const uint32_t event = static_cast<uint32_t>(lParam) & 0xFFFFu;
+  const uint32_t error = static_cast<uint32_t>(lParam) >> 16;
   if (event == platform::kSocketCloseEvent) {
     QUORLOG(1, "OnReceive(): socket %d closed", static_cast<int32_t>(wParam));
+    if (state_ == CLIENTREQUEST) {
+      // The server went away without an acknowledge.
+      state_ = CONNECTED;
+      phaseOne_.store(kRefused, std::memory_order_release);
+    } else if (state_ == READYFORDATA || state_ == DATARECEIVED) {
+      // What was sent before the close has been read: the data ends here.
+      ended_ = true;
+      if (error != 0) {
+        failed_ = true;
+        ReportReceiveError(error);
+      }
+    }
     return 1;
   }
   if (event != platform::kSocketReadEvent) return 0;
@@ -163,9 +183,10 @@ int32_t ElacConnection::OnReceive(uintptr_t wParam, intptr_t lParam) {
       return 1;
     case READYFORDATA:
       QUORLOG(3, "OnReceive(): Received data - READYFORDATA");
-      return ReceiveData();
+      [[fallthrough]];
     case DATARECEIVED:
-      return ReceiveData();
+      if (ReadWaiting() > 0) state_ = DATARECEIVED;
+      return 1;
     default:
       QUORLOG(1, "OnReceive(): State ? %d", static_cast<int32_t>(state_));
       return CSocketClient::OnReceive(wParam, lParam);
@@ -173,81 +194,89 @@ int32_t ElacConnection::OnReceive(uintptr_t wParam, intptr_t lParam) {
 }
 
 int32_t ElacConnection::ReceiveAcknowledge() {
-  const int32_t received =
-      platform::ReceiveFromSocket(socket_, dataBuffer_.data(), kDataBufferSize);
+  // The acknowledge is read into the data buffer's room, which is free
+  // until the data connection is up.
+  const std::span<uint8_t> room = decoder_.Room();
+  const int32_t received = platform::ReceiveFromSocket(
+      socket_, room.data(),
+      static_cast<int32_t>(std::min<size_t>(room.size(), elac::LiveDecoder::kInitialCapacity)));
   if (received == -1) {
+    const uint32_t error = platform::LastSocketError();
     state_ = CONNECTED;
-    ReportReceiveError(platform::LastSocketError());
+    phaseOne_.store(kRefused, std::memory_order_release);
+    ReportReceiveError(error);
     return 0;
   }
   if (received < static_cast<int32_t>(elac::AcknowledgeFrame::kFrameLength)) {
     QUORLOG(1, "OnReceive(): Bad request acknowledge from server!? %d bytes expected",
             static_cast<int32_t>(elac::AcknowledgeFrame::kFrameLength));
     state_ = CONNECTED;
+    phaseOne_.store(kRefused, std::memory_order_release);
     return 0;
   }
   Close();  // releases the request on this connection; NOTCONNECTED
   // The socket service stays started while no window holds it.
   StartSocketLibrary();
-  // The acknowledge is stored and the state set before the window goes:
-  // the reader thread's Open proceeds as soon as it sees the window gone.
-  acknowledgeFrame_->Receive(std::span<const uint8_t>(dataBuffer_.data(), kDataBufferSize));
+  // The record takes the bytes received and zeros behind them (never what
+  // an earlier use of the buffer left).
+  if (static_cast<size_t>(received) < elac::AcknowledgeFrame::kSize) {
+    std::fill(room.begin() + received, room.begin() + elac::AcknowledgeFrame::kSize, uint8_t{0});
+  }
+  acknowledgeFrame_->Receive(std::span<const uint8_t>(room.data(), elac::AcknowledgeFrame::kSize));
   QUORLOG(1, "OnReceive(): New requested port %d", acknowledgeFrame_->SignedDataPort());
   state_ = CLIENTACCEPTED;
+  phaseOne_.store(kAccepted, std::memory_order_release);
+  // The window goes for good when this handler has returned; Open waits
+  // for that.
   DestroyWindow();
-  phaseOneWindow_.store(false, std::memory_order_release);
   return 1;
 }
 
-int32_t ElacConnection::ReceiveData() {
-  for (;;) {
-    int32_t free = kDataBufferSize - bufferstart_;
-    QUORLOG(3, "OnReceive(): DATARECEIVED - bufferstart %d; buffersize %d", bufferstart_, free);
-    if (free < 1) {
-      bufferstart_ = 0;
-      QUORLOG(1, "OnReceive(): DATARECEIVED - buffer reset, data discarded!");
-      free = kDataBufferSize;
-    }
-    const int32_t received =
-        platform::ReceiveFromSocket(socket_, dataBuffer_.data() + bufferstart_, free);
-    if (received == -1) {
-      // Also the way out when nothing more is waiting: the socket does not
-      // block. What earlier passes stored stays held.
-      ReportReceiveError(platform::LastSocketError());
-      return 0;
-    }
-    if (received > 0) {
-      bufferstart_ += received;
-      QUORLOG(3, "OnReceive(): DATARECEIVED - bytes read %d - (new) bufferstart %d", received,
-              bufferstart_);
-    }
-    if (received == free && received > 0) continue;  // there may be more waiting
-    state_ = DATARECEIVED;
-    pendingDataEvent_.Set();
-    return 1;
-  }
+bool ElacConnection::GiveUp(const char* reason) {
+  QUORLOG(1, "%s", reason);
+  failed_ = true;
+  return false;
 }
 
 bool ElacConnection::Open(const char* /*name*/) {
   QUORLOG(1, "Open(void)");
-  // Phase 1's flag first: once it reads clear, the window handle and the
-  // acknowledge are this thread's to read.
-  if (phaseOneWindow_.load(std::memory_order_acquire) || GetSafeHwnd() != 0) {
+  if (failed_) return false;
+  switch (phaseOne_.load(std::memory_order_acquire)) {
+    case kNoRequest:
+      return GiveUp("Open(): no request sent - nothing to open");
+    case kRefused:
+      return GiveUp("Open(): no valid acknowledge from server - giving up");
+    case kPending: {
+      const auto waited = std::chrono::steady_clock::now() - requestSent_;
+      if (waited >= std::chrono::milliseconds(limits_.acknowledgeMs)) {
+        QUORLOG(1, "Open(): no acknowledge from server within %d ms - giving up",
+                static_cast<int32_t>(limits_.acknowledgeMs));
+        failed_ = true;
+        return false;
+      }
+      QUORLOG(1, "Open suspended due to already active window handle.");
+      return false;
+    }
+    default:
+      break;
+  }
+  // Accepted: phase 1's window is gone once its handler has returned.
+  if (!IsOwnedByCallingThread() || GetSafeHwnd() != 0) {
     QUORLOG(1, "Open suspended due to already active window handle.");
     return false;
   }
-  if (acknowledgeFrame_ == nullptr) return false;  // no Connect came first
   CreateCommunicationWindow();
   const uint16_t dataPort = acknowledgeFrame_->DataPort();
+  SetConnectControl({limits_.attemptMs, running_}, limits_.pauseMs);
   const int connected = EstablishConnection(serverAddress_.data(), static_cast<int16_t>(dataPort),
                                             kReceiveBufferSize, kConnectAttempts);
-  const uint32_t error = platform::LastSocketError();
   QUORLOG(1, "Socket to XSE Port %d -> soc %d ret %d", port_, static_cast<int32_t>(socket_),
           connected);
   if (connected == 0) {
     QUORLOG(1, "Couldn't connect finally to server port %d!?", acknowledgeFrame_->SignedDataPort());
     state_ = NOTCONNECTED;
-    ReportReceiveError(error);
+    TraceSocketError(lastError());  // a connect error: the connect texts
+    failed_ = true;
     return false;
   }
 
@@ -267,99 +296,110 @@ bool ElacConnection::Open(const char* /*name*/) {
                     SendFrame(setup3, setup3.kSize) != 0;
   if (!sent) {
     state_ = CONNECTED;
-    ReportReceiveError(platform::LastSocketError());
+    ReportReceiveError(lastError());
+    failed_ = true;
     return false;
   }
   state_ = READYFORDATA;
   return true;
 }
 
+size_t ElacConnection::ReadWaiting() {
+  size_t total = 0;
+  while (!ended_ && IsConnected()) {
+    const std::span<uint8_t> room = decoder_.Room();
+    if (room.empty()) {
+      // Full: nothing is discarded. The bytes wait in the kernel, and TCP
+      // slows the server down until the held frames are decoded.
+      QUORLOG(3, "OnReceive(): DATARECEIVED - buffer full (%d bytes), reading paused",
+              static_cast<int32_t>(decoder_.capacity()));
+      break;
+    }
+    const auto asked =
+        static_cast<int32_t>(std::min<size_t>(room.size(), std::numeric_limits<int32_t>::max()));
+    const int32_t received = platform::ReceiveFromSocket(socket_, room.data(), asked);
+    if (received > 0) {
+      decoder_.Commit(static_cast<size_t>(received));
+      total += static_cast<size_t>(received);
+      bytesReceived_ += static_cast<uint64_t>(received);
+      QUORLOG(3, "OnReceive(): DATARECEIVED - bytes read %d - (new) bufferstart %d", received,
+              bufferstart());
+      if (received < asked) break;  // nothing more was waiting
+      continue;
+    }
+    if (received == 0) {
+      QUORLOG(1, "receiveData(): the server closed the data connection");
+      ended_ = true;
+      break;
+    }
+    const uint32_t error = platform::LastSocketError();
+    if (error == platform::kSocketWouldBlock) break;
+    ReportReceiveError(error);
+    QUORLOG(1, "receiveData(): the data connection failed - giving up");
+    ended_ = true;
+    failed_ = true;
+  }
+  return total;
+}
+
 bool ElacConnection::receiveData(int32_t& processed, int32_t /*reserved*/) {
-  PumpMessages();
-  pendingDataEvent_.Wait(kPendingDataWaitMs);
-  processed = bufferstart_;
+  processed = 0;
+  if (failed_ && decoder_.held() == 0) {
+    QUORLOG(1,
+            "receiveData(): state ElacConnection::(NOT)CONNECTED - something went wrong in "
+            "server communication!?");
+    return false;
+  }
+  // Phase 1 may still be running on another thread: nothing here is ours
+  // to look at until it has handed over.
+  if (phaseOne_.load(std::memory_order_acquire) == kPending) return true;
+  PumpMessages();  // the data connection's notifications
   switch (state_) {
     case CLIENTREQUEST:
     case CLIENTACCEPTED:
+      return true;
     case READYFORDATA:
-      processed = 0;
-      pendingDataEvent_.Reset();
-      return true;
     case DATARECEIVED:
-      if (processed < 1) {
-        QUORLOG(1, "receiveData(): state ElacConnection::DATARECEIVED but no data in buffer!?");
-        processed = 0;
-        pendingDataEvent_.Reset();
-        return true;
-      }
-      DecodeHeld();
-      state_ = READYFORDATA;
-      pendingDataEvent_.Reset();
-      return true;
+      break;
     default:
       QUORLOG(1,
               "receiveData(): state ElacConnection::(NOT)CONNECTED - something went wrong in "
               "server communication!?");
-      processed = 0;
-      pendingDataEvent_.Reset();
       return false;
   }
-}
 
-// Frames are decoded in place through a stream over the bytes held. A pass
-// that stops early (a frame not yet complete, or one rejected) keeps only the
-// bytes it has not consumed, moved to the front, so no frame is decoded
-// twice and an incomplete one is completed by the next read.
-void ElacConnection::DecodeHeld() {
-  const int32_t available = bufferstart_;
-  QUORLOG(3, "receiveData(): %d bytes about to be processed", available);
-  elac::MemoryStream stream(
-      std::span<const uint8_t>(dataBuffer_.data(), static_cast<size_t>(available)));
-  int32_t remain = 0;
-  int32_t keepFrom = 0;  // the first byte not consumed
+  // Read and decode in turn until nothing more waits or the budget is
+  // spent; wait for data only when a round found none.
+  const auto start = std::chrono::steady_clock::now();
+  size_t consumed = 0;
+  bool waited = false;
   for (;;) {
-    const std::streamoff before = stream.tellg();
-    const bool read = ReadFrame(stream);
-    const std::streamoff after = stream.fail() ? -1 : static_cast<std::streamoff>(stream.tellg());
-    const auto consumed = static_cast<int32_t>(after - before);
-    if (!read) {
-      if (!stream.eof()) {
-        QUORLOG(1, "receiveData(): Bad Frame ignored, %d bytes buffered up", bufferstart_);
-        // What the rejected frame consumed is passed over.
-        stream.clear();
-        const std::streamoff at = stream.tellg();
-        keepFrom = at < 0 ? available : static_cast<int32_t>(at);
-      } else {
-        QUORLOG(1, "receiveData(): ok eof, %d bytes buffered up", bufferstart_);
-        keepFrom = static_cast<int32_t>(before);
-      }
+    const size_t read = ReadWaiting();
+    consumed += decoder_.Decode(*this);
+    if (!Running() || ended_) break;
+    if (read == 0) {
+      if (consumed > 0 || waited || !IsConnected()) break;
+      // Nothing was waiting: wait for data, but no longer than that.
+      waited = true;
+      if (!platform::WaitUntilReadable(socket_, kPendingDataWaitMs)) break;
+      continue;
+    }
+    if (consumed >= kDrainBudgetBytes ||
+        std::chrono::steady_clock::now() - start >= std::chrono::milliseconds(kDrainBudgetMs))
       break;
-    }
-    keepFrom = static_cast<int32_t>(after);
-    if (consumed < 2 || consumed > available) {
-      QUORLOG(3, "receiveData(): %d bytes processed - buffer reset!?", consumed);
-      bufferstart_ = 0;
-    } else if (remain == 0) {
-      remain = available - consumed;
-      if (remain < kEndMarkerRest) {
-        QUORLOG(1, "receiveData(): ok, %d bytes processed - buffer reset", consumed);
-        bufferstart_ = 0;
-      }
-    } else {
-      remain -= consumed;
-      QUORLOG(1, "receiveData(): ok, %d bytes processed - remain %d", consumed, remain);
-      if (remain < kEndMarkerRest) {
-        QUORLOG(1, "receiveData(): ok, all %d buffered bytes processed - buffer reset", available);
-        bufferstart_ = 0;
-      }
-    }
-    if (stream.eof() || bufferstart_ <= 0) break;
   }
-  if (bufferstart_ > 0 && keepFrom > 0) {
-    const int32_t kept = available - keepFrom;
-    std::memmove(dataBuffer_.data(), dataBuffer_.data() + keepFrom, static_cast<size_t>(kept));
-    bufferstart_ = kept;
+  state_ = READYFORDATA;
+  QUORLOG(3, "receiveData(): %d bytes processed, %d held", static_cast<int32_t>(consumed),
+          bufferstart());
+  processed = static_cast<int32_t>(std::min<size_t>(consumed, std::numeric_limits<int32_t>::max()));
+  if (ended_ && consumed == 0) {
+    // Every complete frame has been decoded; what is still held is the
+    // start of a frame that will never be completed.
+    QUORLOG(1, "receiveData(): end of the data, %d bytes left undecoded", bufferstart());
+    decoder_.Clear();
+    return false;
   }
+  return true;
 }
 
 void ElacConnection::Close() {

@@ -7,19 +7,20 @@
 // arrives through that thread's messages and names the data port. Open
 // (phase 2, on the reader thread) proceeds once phase 1 has handed over:
 // it connects to the data port and sends the three set-up frames. From then
-// on receiveData dispatches the reader thread's messages, which store what
-// arrives, and decodes the complete frames held.
+// on receiveData reads what arrives and decodes the complete frames held.
+// A failure at any step, or the server ending the data, ends the run; no
+// byte is ever discarded to make room (see LiveDecoder).
 #pragma once
 
-#include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
 #include "interpreters/surveyreaderlib/elacreader/elacmessages.h"
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 #include "interpreters/surveyreaderlib/elacreader/ielaccontainer.h"
-#include "platform/event.h"
+#include "interpreters/surveyreaderlib/elacreader/livedecoder.h"
 #include "quorsocket/socketclient.h"
 
 class ElacConnection : public CSocketClient, public IElacContainer, public ElacReader {
@@ -33,25 +34,49 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
     DATARECEIVED = 5,
   };
 
-  static constexpr int32_t kDataBufferSize = 65536;
+  // How long each step may take. A step that runs out ends the run.
+  struct Limits {
+    uint32_t acknowledgeMs = 3000;  // from the request to the acknowledge
+    uint32_t attemptMs = 1000;      // one connect attempt to the data port
+    uint32_t pauseMs = 250;         // between connect attempts
+  };
+
+  // What one receiveData call may take before it returns, so that progress
+  // reports and a stop are seen in good time while a fast server streams.
+  static constexpr size_t kDrainBudgetBytes = 16u << 20;
+  static constexpr uint32_t kDrainBudgetMs = 20;
+  // The longest receiveData waits when nothing is waiting.
+  static constexpr uint32_t kPendingDataWaitMs = 100;
 
   // Records go to `target` (not owned; null: nowhere), all heads.
   explicit ElacConnection(quor::ISurveyTarget* target);
   ElacConnection();
+  // Releases the server's side and closes the connection. A phase-1 window
+  // still up belongs to the thread that called Connect: its handler is
+  // waited for and no further one runs, so this may run on any thread.
   ~ElacConnection() override;
+
+  // Connect attempts, the pauses between them and the draining in
+  // receiveData end as soon as `running` (not owned; null: never) reads 0.
+  void SetRunningFlag(const std::atomic<int32_t>* running);
+  void SetLimits(const Limits& limits) { limits_ = limits; }
 
   // Phase 1: connects to `address` (four bytes, first octet first):`port`
   // and sends the request naming the client `name` (null: no name). True
   // when the request went out; `type` only appears in the trace.
   bool Connect(int32_t type, int16_t port, const uint8_t* address, const char* name);
-  // Phase 2: false at once while phase 1 has not handed over (or failed, or
-  // no Connect came first); otherwise connects to the data port and sends
-  // the set-up frames. `name` is not used.
+  // Phase 2: false while phase 1 has not handed over; false for good (see
+  // Failed) when phase 1 failed, no acknowledge came in time, no Connect came
+  // first, the data port cannot be reached or a set-up frame not sent.
+  // Otherwise connects to the data port, sends the set-up frames and is
+  // true. `name` is not used.
   bool Open(const char* name) override;
-  // Dispatches the thread's messages, waits up to 100 ms for new data and
-  // decodes the complete frames held. `processed` is the byte count held
-  // when the call began (0 when nothing was decoded). False once the
-  // exchange with the server has failed or the connection was closed.
+  // Reads what is waiting and decodes every complete frame, in turn, until
+  // nothing more waits or the budget is spent; waits up to 100 ms (less when
+  // data arrives) only when nothing was waiting. `processed` is the bytes
+  // this call consumed. False, with processed 0, once the exchange failed or
+  // the server ended the data connection and every complete frame held was
+  // decoded.
   bool receiveData(int32_t& processed, int32_t reserved) override;
   // Releases the server's side (the acknowledge record and the request with
   // link code 2); the socket and window stay until the window goes.
@@ -63,28 +88,46 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   // Traces the text of a receive-side socket error.
   static void ReportReceiveError(uint32_t code);
 
+  // The reader thread's view: the exchange failed (phase 1, phase 2, or the
+  // data connection reset).
+  bool Failed() const { return failed_; }
+  // The server ended the data connection in order after data had arrived.
+  bool EndedWithData() const { return ended_ && !failed_ && bytesReceived_ > 0; }
+  uint64_t bytesReceived() const { return bytesReceived_; }
+
   State state() const { return state_; }
-  int32_t bufferstart() const { return bufferstart_; }
+  // Bytes held, not yet consumed.
+  int32_t bufferstart() const { return static_cast<int32_t>(decoder_.held()); }
+  size_t bufferCapacity() const { return decoder_.capacity(); }
 
  private:
+  enum PhaseOne : int32_t { kNoRequest, kPending, kAccepted, kRefused };
+
   bool CreateCommunicationWindow();
   int32_t ReceiveAcknowledge();
-  int32_t ReceiveData();
-  void DecodeHeld();
+  // Reads until nothing more waits, the buffer is full or the connection
+  // ended; returns the bytes read.
+  size_t ReadWaiting();
+  bool GiveUp(const char* reason);
+  bool Running() const { return running_ == nullptr || running_->load() != 0; }
   // Sends a message record in network order and turns it back; traces the
   // send as "Open ... Send ...". Returns the send's result.
   template <typename Frame>
   int SendFrame(Frame& frame, size_t length);
 
-  platform::ManualResetEvent pendingDataEvent_;
   std::unique_ptr<elac::RequestFrame> requestFrame_;
   std::unique_ptr<elac::AcknowledgeFrame> acknowledgeFrame_;
   uint32_t sequenceNumber_ = 1;
   State state_ = NOTCONNECTED;
-  std::array<uint8_t, kDataBufferSize> dataBuffer_{};
-  int32_t bufferstart_ = 0;
-  // Phase 1's window is up. Cleared, with release order, only when the
-  // acknowledge step has stored the acknowledge and set CLIENTACCEPTED, so
-  // an Open that sees it clear also sees all of that.
-  std::atomic<bool> phaseOneWindow_{false};
+  elac::LiveDecoder decoder_;
+  Limits limits_;
+  const std::atomic<int32_t>* running_ = nullptr;
+  std::chrono::steady_clock::time_point requestSent_;
+  // Phase 1's outcome, published by the thread that handles the
+  // acknowledge (release order) once it has stored it and set its state.
+  std::atomic<int32_t> phaseOne_{kNoRequest};
+  // The reader thread's own.
+  bool failed_ = false;
+  bool ended_ = false;
+  uint64_t bytesReceived_ = 0;
 };

@@ -12,7 +12,10 @@ namespace elac {
 
 class MemoryStreamBuf final : public std::streambuf {
  public:
-  explicit MemoryStreamBuf(std::span<const uint8_t> bytes) {
+  explicit MemoryStreamBuf(std::span<const uint8_t> bytes) { Reset(bytes); }
+
+  // Makes `bytes` the whole stream, read from its start.
+  void Reset(std::span<const uint8_t> bytes) {
     // The get area is only read through; the cast is the streambuf interface's.
     char* begin = const_cast<char*>(reinterpret_cast<const char*>(bytes.data()));
     setg(begin, begin, begin + bytes.size());
@@ -41,6 +44,13 @@ class MemoryStream : public std::istream {
  public:
   explicit MemoryStream(std::span<const uint8_t> bytes) : std::istream(nullptr), buffer_(bytes) {
     rdbuf(&buffer_);
+  }
+
+  // Reads `bytes` from their start from now on, the stream's state cleared;
+  // nothing is allocated.
+  void Reset(std::span<const uint8_t> bytes) {
+    buffer_.Reset(bytes);
+    clear();
   }
 
  private:

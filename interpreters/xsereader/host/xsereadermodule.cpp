@@ -53,6 +53,7 @@ bool XseReaderModule::Load(const std::string& path) {
   lookUp(found.destroyProperties, "DestroyXSEProperties");
   lookUp(found.setupProperties, "XSEReaderSetupProperties");
   lookUp(found.convertTime, "XSEReaderConvertTime");
+  lookUp(found.setRecordTap, "XSEReaderSetRecordTap");
   lookUp(found.createSettingsPage, "CreateElacSettingsDlg");
   lookUp(found.destroySettingsPage, "DestroyElacSettingsDlg");
   if (!complete) {

@@ -17,6 +17,7 @@ struct XseReaderEntryPoints {
   decltype(&DestroyXSEProperties) destroyProperties = nullptr;
   decltype(&XSEReaderSetupProperties) setupProperties = nullptr;
   decltype(&XSEReaderConvertTime) convertTime = nullptr;
+  decltype(&XSEReaderSetRecordTap) setRecordTap = nullptr;
   decltype(&CreateElacSettingsDlg) createSettingsPage = nullptr;
   decltype(&DestroyElacSettingsDlg) destroySettingsPage = nullptr;
 };

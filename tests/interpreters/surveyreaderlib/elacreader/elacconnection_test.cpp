@@ -7,12 +7,16 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "grouptestsupport.h"
+#include "interpreters/surveyreaderlib/elacreader/livedecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/memorystream.h"
 #include "quorsocket/sockettestsupport.h"
+#include "support/recordfingerprint.h"
 #include "support/recordingtarget.h"
 #include "tools/xseserver/xseserver.h"
 
@@ -23,45 +27,148 @@ using xsetest::Bytes;
 
 constexpr uint8_t kLoopback[4] = {127, 0, 0, 1};
 
-// Dispatches the calling thread's messages until `done` holds; at most five
-// seconds.
-bool PumpUntil(const std::function<bool()>& done) {
-  const auto end = std::chrono::steady_clock::now() + 5s;
-  while (std::chrono::steady_clock::now() < end) {
-    platform::DispatchThreadMessages();
-    if (done()) return true;
-    std::this_thread::sleep_for(1ms);
-  }
-  return false;
+// A sidescan ping of `samples` samples per side: about 4 bytes a sample.
+Bytes SidescanFrame(bool bigEndian, uint32_t micros, size_t samples) {
+  std::vector<uint16_t> values(2 * samples);
+  for (size_t i = 0; i < values.size(); ++i) values[i] = static_cast<uint16_t>(i * 7 + micros);
+  return xsetest::WriteFrame(
+      bigEndian, elac::kSidescanFrame,
+      [&](xsewriter::FrameWriter& w) {
+        xsewriter::PutSidescanPingGroup(w, micros);
+        xsewriter::PutSidescanSamplesGroup(w, 20, 0, values);
+        xsewriter::PutSidescanGainGroup(w, 1, 2);
+      },
+      micros);
 }
 
-Bytes Survey(int frames) {
-  Bytes survey;
-  for (int i = 0; i < frames; ++i) {
-    const Bytes frame = xsetest::WriteFrame(true, elac::kNavigationFrame, [i](auto& writer) {
-      xsewriter::PutHeadingGroup(writer, 0.01 * i);
-    });
-    survey.insert(survey.end(), frame.begin(), frame.end());
-  }
-  return survey;
+// Frames of both byte orders from 52 bytes to over 1 MiB, with damage
+// between them: a wrong end marker, an absurd size, a frame too short for
+// its header, stray bytes. It ends with a sound frame.
+Bytes LiveStream() {
+  Bytes damaged = xsetest::HeadingFrame(true, 7);
+  damaged[damaged.size() - 1] ^= 0xFF;  // end marker
+  Bytes absurd = xsetest::HeadingFrame(false, 8);
+  absurd[7] = 0x7F;  // size far beyond the limit
+  const Bytes tooShort = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
+                          0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
+  return xsetest::Concat({
+      xsetest::HeadingFrame(true, 1),
+      SidescanFrame(false, 2, 300000),
+      xsetest::PingFrame(true, 3, 400),
+      Bytes{1, 2, 3, 4},
+      xsetest::HeadingFrame(false, 4),
+      damaged,
+      SidescanFrame(true, 5, 20000),
+      absurd,
+      tooShort,
+      Bytes(5000, 0x24),
+      xsetest::PingFrame(false, 6, 50),
+      SidescanFrame(true, 9, 70000),
+      xsetest::HeadingFrame(true, 10),
+  });
 }
 
+// What a file of these bytes gives: ReadFrame to the end of the data.
+std::vector<uint64_t> FileRecords(const Bytes& bytes) {
+  xsetest::FingerprintTarget target;
+  ElacReader reader(&target, ElacReader::kAllBeams);
+  elac::MemoryStream stream(bytes);
+  while (stream.good()) reader.ReadFrame(stream);
+  return target.prints;
+}
+
+// Feeds `bytes` in reads whose sizes `next` picks, decoding after each.
+struct Fed {
+  std::vector<uint64_t> prints;
+  size_t consumed = 0;
+  size_t held = 0;
+};
+Fed FeedInPieces(const Bytes& bytes, const std::function<size_t()>& next) {
+  Fed fed;
+  xsetest::FingerprintTarget target;
+  ElacReader reader(&target, ElacReader::kAllBeams);
+  elac::LiveDecoder decoder;
+  for (size_t at = 0; at < bytes.size();) {
+    const std::span<uint8_t> room = decoder.Room();
+    EXPECT_FALSE(room.empty()) << "a full buffer with nothing to decode at " << at;
+    if (room.empty()) break;
+    const size_t count = std::min({next(), room.size(), bytes.size() - at});
+    std::copy_n(bytes.begin() + static_cast<ptrdiff_t>(at), count, room.begin());
+    decoder.Commit(count);
+    at += count;
+    fed.consumed += decoder.Decode(reader);
+  }
+  fed.prints = target.prints;
+  fed.held = decoder.held();
+  return fed;
+}
+
+TEST(LiveDecoderTest, AnyCutGivesTheRecordsOfTheFileEachFrameOnceInOrder) {
+  const Bytes stream = LiveStream();
+  const std::vector<uint64_t> expected = FileRecords(stream);
+  ASSERT_GT(expected.size(), 10u);
+  struct Cut {
+    const char* name;
+    std::function<size_t()> next;
+  };
+  std::mt19937 random(11);
+  const auto upTo = [&random](size_t most) {
+    return [&random, most] { return std::uniform_int_distribution<size_t>(1, most)(random); };
+  };
+  const Cut cuts[] = {
+      {"byte by byte", [] { return size_t{1}; }}, {"odd words", [] { return size_t{4093}; }},
+      {"64 KiB", [] { return size_t{65536}; }},   {"random to 100 B", upTo(100)},
+      {"random to 64 KiB", upTo(65536)},          {"random to 1 MiB", upTo(1u << 20)},
+      {"whole", [] { return size_t{1} << 30; }},
+  };
+  for (const Cut& cut : cuts) {
+    SCOPED_TRACE(cut.name);
+    const Fed fed = FeedInPieces(stream, cut.next);
+    EXPECT_EQ(fed.prints, expected);
+    // Everything is consumed, the last end marker included.
+    EXPECT_EQ(fed.held, 0u);
+    EXPECT_EQ(fed.consumed, stream.size());
+  }
+}
+
+TEST(LiveDecoderTest, GrowsOnlyForTheFrameAtItsHeadAndThenAllocatesNoMore) {
+  const Bytes big = SidescanFrame(true, 1, 300000);
+  elac::LiveDecoder decoder;
+  xsetest::FingerprintTarget target;
+  ElacReader reader(&target, ElacReader::kAllBeams);
+  for (int round = 0; round < 3; ++round) {
+    for (size_t at = 0; at < big.size();) {
+      const std::span<uint8_t> room = decoder.Room();
+      ASSERT_FALSE(room.empty());
+      const size_t count = std::min(room.size(), big.size() - at);
+      std::copy_n(big.begin() + static_cast<ptrdiff_t>(at), count, room.begin());
+      decoder.Commit(count);
+      at += count;
+      decoder.Decode(reader);
+    }
+    EXPECT_EQ(target.prints.size(), static_cast<size_t>(round + 1) * 2);  // start time, ping
+    EXPECT_GE(decoder.capacity(), big.size());
+    EXPECT_LE(decoder.capacity(), 2 * big.size());
+  }
+  // A full buffer whose head frame fits is not grown: it is decoded first.
+  elac::LiveDecoder small;
+  const Bytes heading = xsetest::HeadingFrame(true, 1);
+  while (!small.Room().empty()) {
+    const std::span<uint8_t> room = small.Room();
+    const size_t count = std::min(room.size(), heading.size());
+    std::copy_n(heading.begin(), count, room.begin());
+    small.Commit(count);
+  }
+  EXPECT_EQ(small.capacity(), elac::LiveDecoder::kInitialCapacity);
+}
+
+// The live connection against the project's own server on 127.0.0.1.
 class ElacConnectionTest : public sockettest::SocketTest {
  protected:
-  // `lowDataPort`: a data port below 32768, which the client's release
-  // check (a signed 16-bit port above 0) lets through; free ports the
-  // system picks are usually above it.
-  void StartServer(xseserver::Options options, Bytes survey, bool lowDataPort = false) {
+  void StartServer(xseserver::Options options, Bytes survey) {
+    server_ = std::make_unique<xseserver::XseServer>(options);
     std::string error;
-    bool started = false;
-    for (int attempt = 0; attempt < 50 && !started; ++attempt) {
-      if (lowDataPort)
-        options.dataPort = static_cast<uint16_t>(20000 + (::getpid() + attempt * 97) % 12000);
-      server_ = std::make_unique<xseserver::XseServer>(options);
-      started = server_->Start(error);
-      if (!lowDataPort) break;
-    }
-    ASSERT_TRUE(started) << error;
+    ASSERT_TRUE(server_->Start(error)) << error;
     survey_ = std::move(survey);
     serverThread_ = std::thread([this] { session_ = server_->ServeOne(survey_); });
   }
@@ -70,35 +177,34 @@ class ElacConnectionTest : public sockettest::SocketTest {
     SocketTest::TearDown();
   }
 
-  // Phase 1 here, phase 2 and the reading on a reader thread, as in a run:
-  // Open until it succeeds, then receiveData until `frames` headings came,
-  // then once more without data, then after Close; the connection ends on
-  // the reader thread.
-  void RunLive(int frames) {
+  // Phase 1 here; phase 2 and the reading on a reader thread, as in a run,
+  // until receiveData returns false.
+  void RunLive() {
     auto connection = std::make_unique<ElacConnection>(&target_);
     ASSERT_TRUE(
         connection->Connect(0, static_cast<int16_t>(server_->port()), kLoopback, "XSEReader"));
-    std::atomic<bool> opened{false};
+    std::atomic<bool> done{false};
     std::thread reader([&] {
       const auto end = std::chrono::steady_clock::now() + 5s;
-      while (!connection->Open("") && std::chrono::steady_clock::now() < end) {
+      while (!connection->Open("") && !connection->Failed() &&
+             std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(1ms);
       }
-      opened = true;
       int32_t processed = 0;
-      while (target_.Count<quor::GyroRec>() < static_cast<size_t>(frames) &&
-             std::chrono::steady_clock::now() < end) {
-        ASSERT_TRUE(connection->receiveData(processed, 0));
+      while (connection->receiveData(processed, 0) && std::chrono::steady_clock::now() < end) {
+        processed_ += processed;
       }
-      idleResult_ = connection->receiveData(processed, 0);
-      idleProcessed_ = processed;
-      connection->Close();
-      closedResult_ = connection->receiveData(processed, 0);
-      closedProcessed_ = processed;
+      endedWithData_ = connection->EndedWithData();
+      failed_ = connection->Failed();
       connection.reset();
+      done = true;
     });
     // The acknowledge arrives through this thread's messages.
-    EXPECT_TRUE(PumpUntil([&] { return opened.load(); }));
+    const auto end = std::chrono::steady_clock::now() + 5s;
+    while (!done && std::chrono::steady_clock::now() < end) {
+      platform::DispatchThreadMessages();
+      std::this_thread::sleep_for(1ms);
+    }
     reader.join();
     serverThread_.join();
   }
@@ -108,30 +214,33 @@ class ElacConnectionTest : public sockettest::SocketTest {
   Bytes survey_;
   std::thread serverThread_;
   xseserver::Session session_;
-  bool idleResult_ = false;
-  int32_t idleProcessed_ = -1;
-  bool closedResult_ = true;
-  int32_t closedProcessed_ = -1;
+  int64_t processed_ = 0;
+  bool endedWithData_ = false;
+  bool failed_ = false;
 };
 
 TEST_F(ElacConnectionTest, LiveSurveyIsDecodedOnceInOrderAndTheServerReleased) {
+  Bytes survey;
+  for (uint32_t i = 0; i < 40; ++i) {
+    const Bytes frame = xsetest::HeadingFrame(i % 2 == 0, i);
+    survey.insert(survey.end(), frame.begin(), frame.end());
+  }
   xseserver::Options options;
   options.chunkBytes = 30;  // frames arrive in pieces and several per read
-  StartServer(options, Survey(40), true);
-  RunLive(40);
+  StartServer(options, survey);
+  RunLive();
 
   ASSERT_EQ(target_.Count<quor::GyroRec>(), 40u);
   for (size_t i = 0; i < 40; ++i) {
-    EXPECT_NEAR(target_.Nth<quor::GyroRec>(i)->heading, 0.01 * static_cast<double>(i) * 57.29578,
-                1e-6);
+    EXPECT_EQ(target_.Nth<quor::GyroRec>(i)->time.tv_usec, static_cast<int32_t>(i));
   }
-  EXPECT_TRUE(idleResult_);
-  EXPECT_EQ(idleProcessed_, 0);
-  EXPECT_FALSE(closedResult_);
-  EXPECT_EQ(closedProcessed_, 0);
+  // Every byte counted once, and the server's end ended the run well.
+  EXPECT_EQ(processed_, static_cast<int64_t>(survey.size()));
+  EXPECT_TRUE(endedWithData_);
+  EXPECT_FALSE(failed_);
 
   EXPECT_EQ(session_.error, "");
-  ASSERT_EQ(session_.requests.size(), 4u);  // asked, released twice at Close, and at the end
+  ASSERT_EQ(session_.requests.size(), 3u);  // asked, released at the acknowledge and at the end
   const elac::RequestFrame& request = session_.requests[0];
   EXPECT_EQ(request.SequenceNumber(), 1u);
   EXPECT_EQ(request.Port(), 3400);
@@ -142,44 +251,50 @@ TEST_F(ElacConnectionTest, LiveSurveyIsDecodedOnceInOrderAndTheServerReleased) {
     EXPECT_EQ(session_.requests[i].SequenceNumber(), 1u);
   }
   EXPECT_THAT(session_.setupSequenceNumbers, testing::ElementsAre(2u, 3u, 4u));
-  EXPECT_TRUE(session_.acknowledgeReleased);
-  EXPECT_EQ(session_.releasedAcknowledgePort, server_->dataPort());
+  // The acknowledge goes back at release only for a port above 0 as a
+  // signed 16-bit value.
+  EXPECT_EQ(session_.acknowledgeReleased, static_cast<int16_t>(server_->dataPort()) > 0);
   EXPECT_EQ(CountLinesEndingWith("OnReceive(): New requested port " +
                                  std::to_string(static_cast<int16_t>(server_->dataPort()))),
             1u);
 }
 
-TEST_F(ElacConnectionTest, TwoFramesInOneReadAreDecodedInOnePass) {
-  StartServer({}, Survey(2));
-  RunLive(2);
-  ASSERT_EQ(target_.Count<quor::GyroRec>(), 2u);
-  // The acknowledge goes back at release only for a port above 0 as a
-  // signed 16-bit value.
-  EXPECT_EQ(session_.acknowledgeReleased, static_cast<int16_t>(server_->dataPort()) > 0);
-  EXPECT_EQ(CountLinesEndingWith("receiveData(): ok, 52 bytes processed - remain 4"), 1u);
-  EXPECT_EQ(
-      CountLinesEndingWith("receiveData(): ok, all 104 buffered bytes processed - buffer reset"),
-      1u);
-}
-
-TEST_F(ElacConnectionTest, ShortReplyToTheRequestBlocksTheSecondPhase) {
+TEST_F(ElacConnectionTest, ShortReplyToTheRequestEndsTheRun) {
   xseserver::Options options;
   options.acknowledgeLength = 81;
   options.waitMs = 200;
   StartServer(options, {});
-  ElacConnection connection(&target_);
-  ASSERT_TRUE(connection.Connect(0, static_cast<int16_t>(server_->port()), kLoopback, "XSEReader"));
-  ASSERT_TRUE(PumpUntil([&] { return connection.state() == ElacConnection::CONNECTED; }));
-  EXPECT_FALSE(connection.Open(""));
+  RunLive();
+  EXPECT_TRUE(failed_);
+  EXPECT_FALSE(endedWithData_);
   EXPECT_EQ(
       CountLinesEndingWith("OnReceive(): Bad request acknowledge from server!? 82 bytes expected"),
       1u);
-  EXPECT_EQ(CountLinesEndingWith("Open suspended due to already active window handle."), 1u);
+  EXPECT_EQ(CountLinesEndingWith("Open(): no valid acknowledge from server - giving up"), 1u);
+}
+
+TEST_F(ElacConnectionTest, RefusedDataPortTracesTheRefusalNotALaterError) {
+  xseserver::Options options;
+  uint16_t closed = 0;
+  platform::CloseSocket(platform::ListenOnLoopback(closed));
+  options.announcedPort = closed;
+  options.waitMs = 300;
+  StartServer(options, {});
+  RunLive();
+  EXPECT_TRUE(failed_);
+  // Each attempt's refusal, and the refusal again when the connection gives
+  // up: the error of the connect, not of a call made after it.
+  EXPECT_EQ(CountLinesEndingWith("NTCreateSocketAndConnectToServer(): socket error 10061"), 3u);
+  EXPECT_EQ(CountLinesEndingWith("The attempt to connect was forcefully rejected. "), 4u);
+  EXPECT_EQ(CountLinesEndingWith("Couldn't connect finally to server port " +
+                                 std::to_string(static_cast<int16_t>(closed)) + "!?"),
+            1u);
 }
 
 TEST(ElacConnectionAloneTest, OpenWithoutConnectFailsCleanly) {
   ElacConnection connection;
   EXPECT_FALSE(connection.Open(""));
+  EXPECT_TRUE(connection.Failed());
   int32_t processed = -1;
   EXPECT_FALSE(connection.receiveData(processed, 0));
   EXPECT_EQ(processed, 0);

@@ -1,0 +1,194 @@
+// The settings page as real Qt widgets, driven as a user would: clicks and
+// typing on the offscreen platform.
+#include "platform/qtframework/qtpropertysheet.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QFontInfo>
+#include <QGroupBox>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTimer>
+#include <QtTest/QTest>
+#include <optional>
+#include <string>
+
+#include "interpreters/xsereader/xsereaderresources.h"
+#include "interpreters/xsereader/zelacsettingsdlg.h"
+#include "platform/framework/resources.h"
+#include "platform/qtframework/qtmessagebox.h"
+
+// fontconfig, under Qt's font database, keeps allocations for the life of
+// the process that LeakSanitizer reports; nothing else is excused.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
+// Qt hands work to its own thread pool (painting, the message box); Qt is
+// not built for ThreadSanitizer, which then sees races inside it. Only
+// reports with a frame in a Qt library are excused.
+extern "C" const char* __tsan_default_suppressions() {
+  return "race:libQt6Core.so\nrace:libQt6Gui.so\nrace:libQt6Widgets.so\n";
+}
+
+namespace {
+
+using namespace xsereader;
+using platform::qt::QtPropertySheet;
+
+// One application for the whole run, never destroyed: at exit Qt's own
+// globals go first, and an application torn down after them crashes.
+QApplication& Application() {
+  static int argc = 3;
+  static char name[] = "test_qtframework", option[] = "-platform", value[] = "offscreen";
+  static char* argv[] = {name, option, value, nullptr};
+  static auto* app = new QApplication(argc, argv);
+  return *app;
+}
+
+class QtSettingsPageTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Application();
+    ASSERT_TRUE(platform::InitExtensionModule(module_, &module_, ModuleResources()));
+    platform::AddToResourceChain(module_);
+    page_.emplace(nullptr);  // after the resources: the page takes its caption from them
+  }
+  void TearDown() override {
+    sheet_.reset();
+    page_.reset();
+    platform::TermExtensionModule(module_);
+  }
+
+  QtPropertySheet& Show() {
+    sheet_ = QtPropertySheet::Open(*page_);
+    EXPECT_NE(sheet_, nullptr);
+    sheet_->show();
+    return *sheet_;
+  }
+  template <typename Widget>
+  Widget* Control(int32_t id) {
+    return qobject_cast<Widget*>(sheet_->control(id));
+  }
+  void Type(int32_t id, const QString& text) {
+    QLineEdit* edit = Control<QLineEdit>(id);
+    edit->selectAll();
+    QTest::keyClicks(edit, text);
+  }
+
+  platform::ExtensionModule module_;
+  std::optional<ZElacSettingsDlg> page_;
+  std::unique_ptr<QtPropertySheet> sheet_;
+};
+
+TEST_F(QtSettingsPageTest, FreshPageShowsTheTemplateAtItsPlaces) {
+  QtPropertySheet& sheet = Show();
+  EXPECT_EQ(sheet.windowTitle().toStdString(), "Elac settings");
+  EXPECT_TRUE(Control<QRadioButton>(kIdcIntensityNone)->isChecked());
+  EXPECT_FALSE(Control<QRadioButton>(kIdcIntensityManual)->isChecked());
+  EXPECT_FALSE(Control<QRadioButton>(kIdcIntensityAutomatic)->isChecked());
+  EXPECT_EQ(Control<QLineEdit>(kIdcLateralGain)->text().toStdString(), "0");
+  EXPECT_EQ(Control<QLineEdit>(kIdcMeanValue)->text().toStdString(), "0");
+  EXPECT_EQ(Control<QLabel>(kIdcMeanValueLabel)->text().toStdString(), "Mean value:");
+
+  // "MS Sans Serif" is not on Linux: the page shows DejaVu Sans at 8 points.
+  EXPECT_EQ(QFontInfo(sheet.pageFont()).family().toStdString(), "DejaVu Sans");
+  const platform::qt::DialogBaseUnits base = sheet.baseUnits();
+  EXPECT_GT(base.x, 3);
+  EXPECT_GT(base.y, 8);
+  EXPECT_EQ(sheet.pageWidget()->size(), QSize(platform::qt::DialogToPixels(200, base.x, 4),
+                                              platform::qt::DialogToPixels(80, base.y, 8)));
+  EXPECT_EQ(sheet.control(kIdcMeanValue)->geometry(),
+            platform::qt::DialogRectToPixels(112, 43, 40, 14, base));
+  const auto* group = qobject_cast<QGroupBox*>(
+      sheet.pageWidget()->findChild<QGroupBox*>(QString(), Qt::FindDirectChildrenOnly));
+  ASSERT_NE(group, nullptr);
+  EXPECT_EQ(group->title().toStdString(), "Intensity ctrl");
+}
+
+TEST_F(QtSettingsPageTest, UsersChoicesComeBackThroughOk) {
+  Show();
+  QTest::mouseClick(Control<QRadioButton>(kIdcIntensityAutomatic), Qt::LeftButton);
+  EXPECT_FALSE(Control<QRadioButton>(kIdcIntensityNone)->isChecked());
+  Type(kIdcLateralGain, "0.5");
+  Type(kIdcMeanValue, "12");
+  QTest::mouseClick(sheet_->okButton(), Qt::LeftButton);
+  EXPECT_EQ(sheet_->result(), QDialog::Accepted);
+  EXPECT_FALSE(sheet_->isVisible());
+  EXPECT_EQ(page_->intensityControl(), 2);
+  EXPECT_EQ(page_->lateralGain(), 0.5f);
+  EXPECT_EQ(page_->meanValue(), 12);
+}
+
+TEST_F(QtSettingsPageTest, TextThatDoesNotParseKeepsThePageOpenWithTheMessage) {
+  const platform::qt::QtMessageBoxScope boxes;
+  Show();
+  Type(kIdcLateralGain, "abc");
+  // The framework's box is modal: read it and close it from inside its loop.
+  QString shown;
+  QTimer closer;
+  QObject::connect(&closer, &QTimer::timeout, [&] {
+    if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+      shown = box->windowTitle() + ": " + box->text();
+      box->accept();
+    }
+  });
+  closer.start(10);
+  QTest::mouseClick(sheet_->okButton(), Qt::LeftButton);
+  closer.stop();
+  EXPECT_EQ(shown.toStdString(), "Elac settings: Please enter a number.");
+  EXPECT_TRUE(sheet_->isVisible());
+  EXPECT_TRUE(page_->IsOpen());
+  EXPECT_EQ(page_->lateralGain(), 0.0f);
+}
+
+TEST_F(QtSettingsPageTest, IntensityOutOfRangeChecksNoneAndReadsBackMinusOne) {
+  page_->SetValues(3, 1.5f, 4);
+  Show();
+  for (int32_t id : {kIdcIntensityNone, kIdcIntensityManual, kIdcIntensityAutomatic})
+    EXPECT_FALSE(Control<QRadioButton>(id)->isChecked()) << id;
+  QTest::mouseClick(sheet_->okButton(), Qt::LeftButton);
+  EXPECT_EQ(sheet_->result(), QDialog::Accepted);
+  EXPECT_EQ(page_->intensityControl(), -1);
+  EXPECT_EQ(page_->lateralGain(), 1.5f);
+}
+
+TEST_F(QtSettingsPageTest, CancelKeepsTheValues) {
+  page_->SetValues(1, 2.0f, 3);
+  Show();
+  Type(kIdcMeanValue, "99");
+  QTest::mouseClick(sheet_->cancelButton(), Qt::LeftButton);
+  EXPECT_EQ(sheet_->result(), QDialog::Rejected);
+  EXPECT_FALSE(page_->IsOpen());
+  EXPECT_EQ(page_->meanValue(), 3);
+}
+
+// Whether the pixels of `area` are not all one colour: something is drawn.
+bool Drawn(const QImage& image, const QRect& area) {
+  const QRgb first = image.pixel(area.topLeft());
+  for (int y = area.top(); y <= area.bottom(); ++y)
+    for (int x = area.left(); x <= area.right(); ++x)
+      if (image.pixel(x, y) != first) return true;
+  return false;
+}
+
+TEST_F(QtSettingsPageTest, ScreenshotDrawsEveryControl) {
+  page_->SetValues(2, 0.5f, 12);
+  QtPropertySheet& sheet = Show();
+  QApplication::processEvents();
+  const QImage image = sheet.grab().toImage();
+  EXPECT_EQ(image.size(), sheet.size());
+  const QPoint pageOrigin = sheet.pageWidget()->mapTo(&sheet, QPoint(0, 0));
+  for (QWidget* widget : sheet.pageWidget()->findChildren<QWidget*>()) {
+    const QRect area = widget->geometry().translated(pageOrigin);
+    ASSERT_TRUE(image.rect().contains(area)) << widget->objectName().toStdString();
+    EXPECT_TRUE(Drawn(image, area)) << widget->objectName().toStdString();
+  }
+  const QRect okArea = sheet.okButton()->geometry();
+  EXPECT_TRUE(Drawn(
+      image, okArea.translated(sheet.okButton()->parentWidget()->mapTo(&sheet, QPoint(0, 0)))));
+}
+
+}  // namespace

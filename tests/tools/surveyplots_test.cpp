@@ -1,0 +1,164 @@
+// The survey plots fed known geometry: where a track, a flat or stepped
+// seafloor and a one-sided sidescan must land in the picture.
+#include "tools/plot/surveyplots.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <optional>
+
+#include "tools/plot/colormap.h"
+
+namespace {
+
+using namespace xseplot;
+
+constexpr double kLatitude = 0.95;  // radians, about 54.4 degrees north
+constexpr double kLongitude = 0.19;
+constexpr double kEarthRadius = 6371008.8;
+
+template <typename Plot>
+struct Drawing {
+  SurveyExtent extent;
+  std::optional<Plot> plot;
+  std::optional<Raster> picture;
+};
+
+// Both passes over the same records, as xse plot streams a file twice.
+template <typename Plot, typename Feed>
+std::unique_ptr<Drawing<Plot>> Draw(Feed feed, int width = 400, int height = 300) {
+  auto drawing = std::make_unique<Drawing<Plot>>();
+  feed(drawing->extent);
+  drawing->plot.emplace(drawing->extent, width, height);
+  feed(*drawing->plot);
+  drawing->picture.emplace(drawing->plot->Render());
+  return drawing;
+}
+
+quor::NavigationRec Fix(double eastMetres, double northMetres) {
+  quor::NavigationRec fix;
+  fix.valid = 1;
+  fix.fieldMask = quor::NavigationRec::kWgs84 | quor::NavigationRec::kWgs84Datum;
+  fix.geographicFirst = kLatitude + northMetres / kEarthRadius;
+  fix.geographicSecond = kLongitude + eastMetres / (kEarthRadius * std::cos(kLatitude));
+  return fix;
+}
+
+TEST(TrackPlotTest, NorthThenEastLandsNorthUpAtOneScale) {
+  // 200 m north, then 100 m east, a fix every metre and a ping at each fix.
+  const auto feed = [](quor::ISurveyTarget& target) {
+    quor::MultibeamRec ping;
+    for (int i = 0; i <= 300; ++i) {
+      target.HandlePosition(i <= 200 ? Fix(0, i) : Fix(i - 200, 200));
+      target.HandleMultibeam(ping);
+    }
+  };
+  const auto drawing = Draw<TrackPlot>(feed);
+  const SurveyExtent& extent = drawing->extent;
+  const TrackPlot* plot = &*drawing->plot;
+  const Raster& picture = *drawing->picture;
+  EXPECT_EQ(picture.width(), 400);
+  EXPECT_EQ(picture.height(), 300);
+  EXPECT_NEAR(extent.north.max, 200, 0.01);
+  EXPECT_NEAR(extent.east.max, 100, 0.01);
+  // The taller side fills the plot's height; east keeps the same scale.
+  EXPECT_NEAR(plot->metresPerPixel(), 200.0 / (plot->area().height - 1), 1e-6);
+
+  int startX = 0, startY = 0, cornerX = 0, cornerY = 0, endX = 0, endY = 0;
+  plot->ToPixel(0, 0, startX, startY);
+  plot->ToPixel(0, 200, cornerX, cornerY);
+  plot->ToPixel(100, 200, endX, endY);
+  EXPECT_EQ(startX, cornerX);
+  EXPECT_EQ(startY - cornerY, plot->area().height - 1);  // north is up
+  EXPECT_EQ(cornerY, endY);
+  EXPECT_NEAR(endX - cornerX, (plot->area().height - 1) / 2.0, 1.0);
+  EXPECT_EQ(picture.At(startX, startY), (Rgb{30, 160, 60}));  // start
+  EXPECT_EQ(picture.At(endX, endY), (Rgb{200, 30, 30}));      // end
+  const Rgb track = {24, 64, 128};
+  // Fixes land on the pixel nearest them: one pixel either way at most.
+  const auto nearTrack = [&](int x, int y) {
+    for (int dy = -1; dy <= 1; ++dy)
+      for (int dx = -1; dx <= 1; ++dx)
+        if (picture.At(x + dx, y + dy) == track) return true;
+    return false;
+  };
+  EXPECT_TRUE(nearTrack(cornerX, cornerY));
+  EXPECT_TRUE(nearTrack(startX, (startY + cornerY) / 2));
+  EXPECT_TRUE(nearTrack((cornerX + endX) / 2, cornerY));
+  // Nothing of the track west of the first leg or south of the start.
+  for (int y = plot->area().y; y < plot->area().y + plot->area().height; ++y)
+    EXPECT_NE(picture.At(startX - 3, y), track);
+}
+
+quor::MultibeamRec Ping(uint32_t beams) {
+  quor::MultibeamRec ping;
+  ping.Reallocate(quor::MultibeamRec::kDefaultArrayMask | quor::MultibeamRec::kDepth, beams);
+  ping.fieldMask = quor::MultibeamRec::kDepth;
+  return ping;
+}
+
+TEST(SwathPlotTest, FlatSeafloorIsOneColourOverTheWholeSwath) {
+  const auto feed = [](quor::ISurveyTarget& target) {
+    quor::MultibeamRec ping = Ping(64);
+    for (uint32_t beam = 0; beam < 64; ++beam) ping.depth[beam] = 20.0f;
+    for (int i = 0; i < 1000; ++i) target.HandleMultibeam(ping);  // more pings than columns
+  };
+  const auto drawing = Draw<SwathPlot>(feed);
+  const SwathPlot* plot = &*drawing->plot;
+  const Raster& picture = *drawing->picture;
+  const Area area = plot->area();
+  const Rgb middle = DepthColour(0.5);
+  for (int y = area.y; y < area.y + area.height; ++y)
+    for (int x = area.x; x < area.x + area.width; ++x)
+      ASSERT_EQ(picture.At(x, y), middle) << x << "," << y;
+  EXPECT_NE(picture.At(area.x - 2, area.y + area.height / 2), middle);
+}
+
+TEST(SwathPlotTest, StepInDepthAndMissingBeamsLandInTheirColumnsAndRows) {
+  // 10 shallow pings then 10 deep ones; the starboard half of the beams has
+  // no depth.
+  const auto feed = [](quor::ISurveyTarget& target) {
+    quor::MultibeamRec ping = Ping(8);
+    for (int i = 0; i < 20; ++i) {
+      for (uint32_t beam = 0; beam < 8; ++beam)
+        ping.depth[beam] =
+            beam < 4 ? (i < 10 ? 10.0f : 30.0f) : std::numeric_limits<float>::quiet_NaN();
+      target.HandleMultibeam(ping);
+    }
+  };
+  const auto drawing = Draw<SwathPlot>(feed);
+  const SwathPlot* plot = &*drawing->plot;
+  const Raster& picture = *drawing->picture;
+  const Area area = plot->area();
+  const int portRow = area.y + area.height / 4, starboardRow = area.y + 3 * area.height / 4;
+  EXPECT_EQ(picture.At(area.x, portRow), DepthColour(0));
+  EXPECT_EQ(picture.At(area.x + area.width / 2 - 1, portRow), DepthColour(0));
+  EXPECT_EQ(picture.At(area.x + area.width / 2, portRow), DepthColour(1));
+  EXPECT_EQ(picture.At(area.x + area.width - 1, portRow), DepthColour(1));
+  EXPECT_EQ(picture.At(area.x + area.width / 4, starboardRow), (Rgb{235, 235, 235}));
+}
+
+TEST(WaterfallPlotTest, QuietPortAndLoudStarboardSplitThePicture) {
+  const auto feed = [](quor::ISurveyTarget& target) {
+    quor::SidescanRec ping;
+    ping.fieldMask = quor::SidescanRec::kSamples;
+    ping.sampleCount = 100;
+    ping.samples = std::make_unique<float[]>(100);
+    for (uint32_t i = 0; i < 100; ++i) ping.samples[i] = i < 50 ? 0.0f : 500.0f;
+    for (int i = 0; i < 30; ++i) target.HandleSidescan(ping);
+  };
+  const auto drawing = Draw<WaterfallPlot>(feed, 200, 150);
+  const WaterfallPlot* plot = &*drawing->plot;
+  const Raster& picture = *drawing->picture;
+  EXPECT_EQ(picture.width(), 200);
+  EXPECT_EQ(picture.height(), 150);
+  const Area area = plot->area();
+  for (int y = area.y; y < area.y + area.height; y += 7) {
+    EXPECT_EQ(picture.At(area.x + 1, y), (Rgb{0, 0, 0}));
+    EXPECT_EQ(picture.At(area.x + area.width - 2, y), (Rgb{255, 255, 255}));
+  }
+}
+
+}  // namespace

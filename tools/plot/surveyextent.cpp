@@ -1,0 +1,85 @@
+#include "tools/plot/surveyextent.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace xseplot {
+namespace {
+
+constexpr double kEarthRadius = 6371008.8;  // mean radius, metres
+
+}  // namespace
+
+bool LocalProjection::Project(const quor::NavigationRec& fix, double& east, double& north) {
+  const bool geographic = (fix.fieldMask & quor::NavigationRec::kWgs84) != 0;
+  const double first = geographic ? fix.geographicFirst : fix.projectedFirst;
+  const double second = geographic ? fix.geographicSecond : fix.projectedSecond;
+  if (!std::isfinite(first) || !std::isfinite(second)) return false;
+  if (!started_) {
+    started_ = true;
+    geographic_ = geographic;
+    firstNorth_ = first;
+    firstEast_ = second;
+    eastScale_ = geographic ? std::cos(first) : 1.0;
+  }
+  if (geographic != geographic_) return false;
+  const double scale = geographic ? kEarthRadius : 1.0;
+  north = (first - firstNorth_) * scale;
+  east = (second - firstEast_) * scale * eastScale_;
+  return true;
+}
+
+void AmplitudeHistogram::Add(float amplitude) {
+  if (!(amplitude > 0) || !std::isfinite(amplitude)) return;
+  const double bin = (std::log2(static_cast<double>(amplitude)) - kLowestOctave) * kBinsPerOctave;
+  bins_[static_cast<size_t>(std::clamp(bin, 0.0, static_cast<double>(kBins - 1)))]++;
+  ++count_;
+}
+
+double AmplitudeHistogram::Log2Quantile(double fraction) const {
+  if (count_ == 0) return 0;
+  const auto wanted = static_cast<uint64_t>(fraction * static_cast<double>(count_));
+  uint64_t seen = 0;
+  for (int bin = 0; bin < kBins; ++bin) {
+    seen += bins_[static_cast<size_t>(bin)];
+    if (seen > wanted) return kLowestOctave + (bin + 0.5) / kBinsPerOctave;
+  }
+  return kLowestOctave + static_cast<double>(kBins) / kBinsPerOctave;
+}
+
+bool HasDepths(const quor::MultibeamRec& record) {
+  return record.beamCount > 0 && record.depth != nullptr &&
+         (record.fieldMask & quor::MultibeamRec::kDepth) != 0;
+}
+
+bool HasSamples(const quor::SidescanRec& record) {
+  return record.sampleCount > 0 && record.samples != nullptr &&
+         (record.fieldMask & quor::SidescanRec::kSamples) != 0;
+}
+
+void SurveyExtent::HandlePosition(const quor::NavigationRec& record) {
+  double e = 0, n = 0;
+  if (!projection_.Project(record, e, n)) return;
+  ++fixes;
+  east.Add(e);
+  north.Add(n);
+}
+
+void SurveyExtent::HandleMultibeam(const quor::MultibeamRec& record) {
+  if (!HasDepths(record)) return;
+  ++pings;
+  maxBeams = std::max(maxBeams, record.beamCount);
+  for (uint32_t beam = 0; beam < record.beamCount; ++beam) {
+    const double value = record.depth[beam];
+    if (std::isfinite(value)) depth.Add(value);
+  }
+}
+
+void SurveyExtent::HandleSidescan(const quor::SidescanRec& record) {
+  if (!HasSamples(record)) return;
+  ++sidescanPings;
+  maxSamples = std::max(maxSamples, record.sampleCount);
+  for (uint32_t i = 0; i < record.sampleCount; ++i) amplitudes.Add(record.samples[i]);
+}
+
+}  // namespace xseplot

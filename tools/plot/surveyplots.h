@@ -1,0 +1,104 @@
+// The survey plots, each drawn in a second pass over the survey after a
+// SurveyExtent has seen it all: every record lands at once in an
+// accumulator of the picture's size, so memory does not grow with the
+// survey. Render() then turns the accumulator into the picture.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "tools/plot/raster.h"
+#include "tools/plot/surveyextent.h"
+
+namespace xseplot {
+
+struct Area {
+  int x = 0, y = 0, width = 0, height = 0;
+};
+
+inline constexpr int kMinPlotSize = 100;  // pixels, either side
+inline constexpr int kMaxPlotSize = 8000;
+
+// The vessel's track seen from above, north up, in metres from the first
+// fix, with a mark at each bathymetry ping, the start (green) and end (red),
+// a scale bar and a north arrow. Both axes share one scale.
+class TrackPlot final : public quor::ISurveyTarget {
+ public:
+  TrackPlot(const SurveyExtent& extent, int width, int height);
+  void HandlePosition(const quor::NavigationRec& record) override;
+  void HandleMultibeam(const quor::MultibeamRec& record) override;
+  Raster Render() const;
+
+  const Area& area() const { return area_; }
+  // The pixel of a point in metres east and north of the first fix.
+  void ToPixel(double east, double north, int& x, int& y) const;
+  double metresPerPixel() const { return metresPerPixel_; }
+
+ private:
+  const SurveyExtent& extent_;
+  int width_, height_;
+  Area area_;
+  double metresPerPixel_ = 1, midEast_ = 0, midNorth_ = 0;
+  LocalProjection projection_;
+  // Layers of the picture, non-black where the track or a ping mark lies.
+  Raster track_, marks_;
+  bool haveFix_ = false;
+  int lastX_ = 0, lastY_ = 0, firstX_ = 0, firstY_ = 0;
+  int lastMarkX_ = -1, lastMarkY_ = -1;
+};
+
+// Depth along the track: one column per ping (pings averaged when there are
+// more than columns), one row per beam across the swath, port at the top,
+// coloured shallow red to deep blue, with a legend.
+class SwathPlot final : public quor::ISurveyTarget {
+ public:
+  SwathPlot(const SurveyExtent& extent, int width, int height);
+  void HandleMultibeam(const quor::MultibeamRec& record) override;
+  Raster Render() const;
+
+  const Area& area() const { return area_; }
+
+ private:
+  const SurveyExtent& extent_;
+  int width_, height_;
+  Area area_;
+  uint64_t ping_ = 0;
+  std::vector<float> sum_;
+  std::vector<uint32_t> count_;
+};
+
+// Sidescan: one row per ping (pings averaged when there are more than rows),
+// first ping at the top, port to starboard, grey in proportion to the
+// amplitude as recorded (gains applied), white from the 99.5th percentile
+// of all amplitudes up.
+class WaterfallPlot final : public quor::ISurveyTarget {
+ public:
+  WaterfallPlot(const SurveyExtent& extent, int width, int height);
+  void HandleSidescan(const quor::SidescanRec& record) override;
+  Raster Render() const;
+
+  const Area& area() const { return area_; }
+
+ private:
+  const SurveyExtent& extent_;
+  int width_, height_;
+  Area area_;
+  uint64_t ping_ = 0;
+  std::vector<float> sum_;
+  std::vector<uint32_t> count_;
+};
+
+// The pixel span [first, end) that item `index` of `count` takes in
+// `pixels` pixels: at least one pixel, items sharing a pixel when there are
+// more of them than pixels.
+void Span(uint64_t index, uint64_t count, int pixels, int& first, int& end);
+
+// A round length (1, 2 or 5 times a power of ten) near `about`.
+double RoundLength(double about);
+
+// "12.5"-style text with `decimals` digits after the point.
+std::string FormatNumber(double value, int decimals);
+
+}  // namespace xseplot

@@ -1,0 +1,97 @@
+// Live runs of the reader plug-in for `xse run --connect` and `xse dump
+// --connect`: the tool plays the host. It calls ConnectTo on this thread,
+// keeps dispatching this thread's window messages (the server's acknowledge
+// arrives through them) while the plug-in's reader thread reads, and ends
+// the run on Ctrl-C, after a given time, after a time without new records,
+// or when the caller has seen enough.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "platform/hostreader/creader.h"
+
+namespace xsetool {
+
+struct ServerAddress {
+  uint8_t octets[4] = {};
+  uint16_t port = 0;
+};
+
+// "a.b.c.d:port", each part decimal; nothing when malformed.
+std::optional<ServerAddress> ParseServerAddress(std::string_view text);
+
+// Passes every record on to `next` (may be null) on the reader thread and
+// notes when the last one came, for the main thread's idle check.
+// `enough`, when given, is asked after each record whether to stop.
+class LiveTap final : public quor::ISurveyTarget {
+ public:
+  LiveTap(quor::ISurveyTarget* next, std::function<bool()> enough)
+      : next_(next), enough_(std::move(enough)) {}
+
+  // Steady-clock nanoseconds of the last record; 0 before the first.
+  int64_t lastRecordNs() const { return lastRecordNs_.load(std::memory_order_relaxed); }
+  bool enough() const { return enough_reached_.load(std::memory_order_relaxed); }
+
+  void HandleStartTime(const quor::timeval& time) override;
+  void HandleParameter(const quor::ParameterRec& record) override;
+  void HandlePosition(const quor::NavigationRec& record) override;
+  void HandleGyro(const quor::GyroRec& record) override;
+  void HandleMotion(const quor::MotionRec& record) override;
+  void HandleMultibeam(const quor::MultibeamRec& record) override;
+  void HandleSidescan(const quor::SidescanRec& record) override;
+
+ private:
+  void Noted();
+
+  quor::ISurveyTarget* next_;
+  std::function<bool()> enough_;
+  std::atomic<int64_t> lastRecordNs_{0};
+  std::atomic<bool> enough_reached_{false};
+};
+
+// What the host was told, filled on the reader thread and read after it
+// has ended.
+struct LiveReports {
+  bool added = false;   // FileAdded: the server ended the data after some
+  bool failed = false;  // FailedReading: the exchange failed
+  int64_t bytes = 0;    // the bytes the last progress report counted
+};
+
+// An observer that only keeps the reports.
+class LiveReportObserver final : public IReaderObserver {
+ public:
+  void OnProgress(const CReader&, const CReader::ProgressStat& stat) override {
+    reports_.bytes = stat.done;
+  }
+  void OnFileAdded(const CReader&, const std::string&) override { reports_.added = true; }
+  void OnFailedReading(const CReader&, const char*) override { reports_.failed = true; }
+  const LiveReports& reports() const { return reports_; }
+
+ private:
+  LiveReports reports_;
+};
+
+struct LiveLimits {
+  uint64_t durationMs = 0;  // 0: no limit
+  uint64_t idleExitMs = 0;  // 0: no limit; counted from the start as well
+};
+
+// Runs the live session to its end. Returns the exit status, and writes
+// `xse: REASON` on stderr when it is not 0: 0 when data arrived and the
+// exchange held (ended by the server, by a limit or by `tap` having
+// enough), 1 when the server could not be reached, the exchange failed or
+// nothing arrived before a limit ended the run, 130 on Ctrl-C. `result` is
+// the run's result (RunReader's: 1 ended by itself, -1 stopped; 0 when it
+// never ran).
+int RunLiveSession(CReader& reader, const ServerAddress& server, const std::string& name,
+                   const LiveLimits& limits, const LiveTap& tap, const LiveReports& reports,
+                   int32_t& result);
+
+}  // namespace xsetool
