@@ -17,19 +17,19 @@ class CheckingTarget final : public quor::ISurveyTarget {
         !record.acrossTrack || !record.alongTrack || !record.quality)
       return;
     for (uint32_t i = 0; i < record.beamCount; ++i) {
-      sink += record.depth[i] + record.travelTime[i] + record.acrossAngle[i] +
-              record.alongAngle[i] + record.acrossTrack[i] + record.alongTrack[i] +
-              static_cast<float>(record.quality[i]);
+      sink = sink + record.depth[i] + record.travelTime[i] + record.acrossAngle[i] +
+             record.alongAngle[i] + record.acrossTrack[i] + record.alongTrack[i] +
+             static_cast<float>(record.quality[i]);
     }
   }
   void HandleSidescan(const quor::SidescanRec& record) override {
     if (record.sampleCount > record.sampleCapacity) std::abort();
     if (!record.samples) return;
-    for (uint32_t i = 0; i < record.sampleCount; ++i) sink += record.samples[i];
+    for (uint32_t i = 0; i < record.sampleCount; ++i) sink = sink + record.samples[i];
   }
   void HandleParameter(const quor::ParameterRec& record) override {
     if (record.name.View().size() > 255) std::abort();
-    sink += static_cast<float>(record.name.length);
+    sink = sink + static_cast<float>(record.name.length);
   }
   volatile float sink = 0;
 };

@@ -88,12 +88,17 @@ int32_t TraceWriteDetached(const char* modulePath) {
 }
 
 std::string PerProcessTraceName(std::string_view name, uint32_t processId) {
-  std::string stem(name);
+  // Only the file name is rewritten: a dot in a folder name must not cut the
+  // path short and move the trace into another folder.
+  const size_t slash = name.find_last_of("/\\");
+  const size_t nameStart = slash == std::string_view::npos ? 0 : slash + 1;
+  std::string folder(name.substr(0, nameStart));
+  std::string stem(name.substr(nameStart));
   const size_t log = stem.find(".log");
   if (log != std::string::npos && log > 0) stem.erase(log, 4);
   const size_t dot = stem.find('.');
   if (dot != std::string::npos && dot > 0) stem.erase(dot);
-  return stem + "." + std::to_string(processId) + ".log";
+  return folder + stem + "." + std::to_string(processId) + ".log";
 }
 
 bool PathAsksForTrace(std::string_view modulePath) {

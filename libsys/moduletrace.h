@@ -63,8 +63,9 @@ int32_t FormatBuildStamp(const char* date, const char* time, const char* kind, c
 int32_t TraceWriteAttached(const char* modulePath, const char* buildText);
 int32_t TraceWriteDetached(const char* modulePath);
 
-// "<stem>.<processId>.log": the first ".log" removed (unless it begins the
-// name), then everything from the first '.' (unless it begins the name).
+// "<stem>.<processId>.log": in the file name (the folders stay as they
+// are), the first ".log" removed (unless it begins the name), then
+// everything from the first '.' (unless it begins the name).
 std::string PerProcessTraceName(std::string_view name, uint32_t processId);
 
 // Whether a module at `modulePath` traces: "keelon", in any letter case,

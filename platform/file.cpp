@@ -27,20 +27,31 @@ ReadOnlyFile::~ReadOnlyFile() { Close(); }
 bool ReadOnlyFile::Open(const std::string& path) {
   Close();
   error_.clear();
+  // Without O_NONBLOCK, opening a FIFO waits for a writer and a device may
+  // wait for its hardware: the type is checked before anything can block.
   int descriptor;
   do {
-    descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   } while (descriptor < 0 && errno == EINTR);
   if (descriptor < 0) {
     error_ = std::strerror(errno);
     return false;
   }
   struct stat status {};
-  if (::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+  if (::fstat(descriptor, &status) != 0) {
+    error_ = std::strerror(errno);
     ::close(descriptor);
-    error_ = std::strerror(EISDIR);
     return false;
   }
+  if (!S_ISREG(status.st_mode)) {
+    ::close(descriptor);
+    error_ = kNotARegularFile;
+    return false;
+  }
+  // Reads of a regular file never block; the flag is dropped all the same
+  // so that the descriptor behaves as an ordinary one.
+  const int flags = ::fcntl(descriptor, F_GETFL);
+  if (flags >= 0) ::fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK);
   descriptor_ = descriptor;
   return true;
 }

@@ -12,6 +12,8 @@ namespace platform {
 
 class ReadOnlyFile {
  public:
+  static constexpr const char* kNotARegularFile = "not a regular file";
+
   ReadOnlyFile() = default;
   ReadOnlyFile(const ReadOnlyFile&) = delete;
   ReadOnlyFile& operator=(const ReadOnlyFile&) = delete;
@@ -20,8 +22,9 @@ class ReadOnlyFile {
   ~ReadOnlyFile();
 
   // Opens `path` for reading. On failure returns false and `error()` tells
-  // why in words (such as "No such file or directory"); directories are
-  // refused as "Is a directory".
+  // why in words (such as "No such file or directory"). Only regular files
+  // are opened: a directory, FIFO, socket or device is refused at once,
+  // without blocking, as kNotARegularFile.
   bool Open(const std::string& path);
   bool IsOpen() const { return descriptor_ >= 0; }
   // Closes the file; false when the system reported an error.

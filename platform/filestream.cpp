@@ -2,12 +2,31 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace platform {
 
-FileStreamBuf::FileStreamBuf(size_t bufferSize) : bufferSize_(bufferSize) {}
+namespace {
+
+// Reads ahead only once this many buffers in a row were filled
+// sequentially: a reader that looks at the start of a file and stops (a
+// file check) never starts a thread.
+constexpr unsigned kSequentialFillsBeforeReadAhead = 2;
+// The read-ahead ring: four blocks of four buffers each. The reading thread
+// runs on while the caller works on one of them; large blocks keep the
+// hand-overs (a thread wake-up each when one side waits) rare.
+constexpr size_t kReadAheadBlocks = 4;
+constexpr size_t kReadAheadBlockBuffers = 4;
+
+}  // namespace
+
+FileStreamBuf::FileStreamBuf(size_t bufferSize) : bufferSize_(std::max<size_t>(bufferSize, 1)) {}
+
+FileStreamBuf::~FileStreamBuf() { readAhead_.reset(); }
 
 bool FileStreamBuf::Open(const std::string& path) {
+  readAhead_.reset();
+  sequentialFills_ = 0;
   if (!file_.Open(path)) return false;
   if (!buffer_) buffer_ = std::make_unique<char[]>(bufferSize_);
   bufferStart_ = 0;
@@ -16,6 +35,8 @@ bool FileStreamBuf::Open(const std::string& path) {
 }
 
 bool FileStreamBuf::Close() {
+  readAhead_.reset();  // it reads from the file
+  sequentialFills_ = 0;
   setg(nullptr, nullptr, nullptr);
   bufferStart_ = 0;
   return file_.Close();
@@ -38,16 +59,55 @@ void FileStreamBuf::Reposition(uint64_t position) {
 FileStreamBuf::int_type FileStreamBuf::underflow() {
   if (!file_.IsOpen()) return traits_type::eof();
   if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
-  const uint64_t position = Position();
-  const auto count =
+  if (Fill(Position()) == 0) return traits_type::eof();
+  return traits_type::to_int_type(*gptr());
+}
+
+size_t FileStreamBuf::Fill(uint64_t position) {
+  if (readAhead_ != nullptr) {
+    if (readAhead_->Continues(position)) {
+      if (const auto block = readAhead_->Next()) {
+        // The get area is only ever read from.
+        char* bytes = const_cast<char*>(reinterpret_cast<const char*>(block->data()));
+        bufferStart_ = position;
+        sequentialEnd_ = position + block->size();
+        setg(bytes, bytes, bytes + block->size());
+        return block->size();
+      }
+    } else {
+      readAhead_->Stop();  // a seek: what it read is not wanted
+    }
+  }
+  const std::optional<size_t> count =
       file_.ReadAt(position, {reinterpret_cast<uint8_t*>(buffer_.get()), bufferSize_});
   bufferStart_ = position;
   if (!count || *count == 0) {
     setg(buffer_.get(), buffer_.get(), buffer_.get());
-    return traits_type::eof();
+    sequentialFills_ = 0;
+    return 0;
   }
   setg(buffer_.get(), buffer_.get(), buffer_.get() + *count);
-  return traits_type::to_int_type(*gptr());
+  ReadNextAhead(position, *count);
+  return *count;
+}
+
+void FileStreamBuf::ReadNextAhead(uint64_t position, size_t count) {
+  sequentialFills_ = position == sequentialEnd_ ? sequentialFills_ + 1 : 0;
+  sequentialEnd_ = position + count;
+  // A short read is the end of the data for now: nothing to read ahead.
+  if (count < bufferSize_ || sequentialFills_ < kSequentialFillsBeforeReadAhead) return;
+  if (readAhead_ == nullptr) {
+    if (readAheadFailed_) return;
+    try {
+      readAhead_ = std::make_unique<ReadAhead>(file_, kReadAheadBlockBuffers * bufferSize_,
+                                               kReadAheadBlocks);
+    } catch (...) {
+      // Without memory or a thread, reading goes on without read ahead.
+      readAheadFailed_ = true;
+      return;
+    }
+  }
+  readAhead_->Start(sequentialEnd_);
 }
 
 std::streamsize FileStreamBuf::xsgetn(char_type* into, std::streamsize count) {
@@ -65,6 +125,7 @@ std::streamsize FileStreamBuf::xsgetn(char_type* into, std::streamsize count) {
     // Large reads go straight into the caller's memory.
     const auto left = static_cast<size_t>(count - done);
     if (left >= bufferSize_) {
+      sequentialFills_ = 0;
       const uint64_t position = Position();
       const auto read = file_.ReadAt(position, {reinterpret_cast<uint8_t*>(into + done), left});
       if (!read || *read == 0) break;

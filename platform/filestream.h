@@ -2,6 +2,15 @@
 // read buffer of its own. Seeks that land inside the buffer cost nothing,
 // which matters to a reader that checks a frame's end marker and then seeks
 // back to read the frame.
+//
+// Once the stream is read sequentially past its first buffers, a thread of
+// its own reads ahead (a ring of four blocks of four buffers) while the caller
+// works on the current one; a seek elsewhere drops them. Reads are made in
+// file order at the positions they are for: a file that grows while it is
+// read shows its new bytes (after a short read ahead the stream reads on by
+// itself), and one that shrinks ends where it now ends, give or take the
+// buffers read ahead before it shrank (a plain read keeps the buffer it
+// holds in the same way).
 #pragma once
 
 #include <istream>
@@ -10,12 +19,14 @@
 #include <string>
 
 #include "platform/file.h"
+#include "platform/readahead.h"
 
 namespace platform {
 
 class FileStreamBuf final : public std::streambuf {
  public:
   explicit FileStreamBuf(size_t bufferSize = size_t{256} * 1024);
+  ~FileStreamBuf() override;
 
   bool Open(const std::string& path);
   bool IsOpen() const { return file_.IsOpen(); }
@@ -32,11 +43,22 @@ class FileStreamBuf final : public std::streambuf {
  private:
   uint64_t Position() const;
   void Reposition(uint64_t position);
+  // Fills the get area at `position` from the read ahead when it read
+  // there (the get area then lies in its block), else by reading now. The count of bytes now ready
+  // (0 at the end of the data or on a read error).
+  size_t Fill(uint64_t position);
+  // Starts reading ahead behind the buffer at `position` (of `count`
+  // bytes), once reading has gone on sequentially.
+  void ReadNextAhead(uint64_t position, size_t count);
 
   ReadOnlyFile file_;
   std::unique_ptr<char[]> buffer_;
   size_t bufferSize_;
-  uint64_t bufferStart_ = 0;  // file offset of the buffer's first byte
+  uint64_t bufferStart_ = 0;    // file offset of the buffer's first byte
+  uint64_t sequentialEnd_ = 0;  // where the last fill ended
+  unsigned sequentialFills_ = 0;
+  bool readAheadFailed_ = false;          // no thread could be started
+  std::unique_ptr<ReadAhead> readAhead_;  // last: ends before the buffers go
 };
 
 class InputFileStream final : public std::istream {

@@ -68,7 +68,9 @@ int32_t ZXSEReader::sCanReadFile(const std::string& fileName, int32_t extensionC
       do {
         consumed = file.receiveData(processed, 0);
       } while (!consumed && processed >= 1);
-      answer = consumed ? 1 : 0;
+      // Consuming bytes is not enough: a size field that lies (too large
+      // for the decoder to follow) consumes the marker and size as well.
+      answer = consumed && file.LastFrameFits() ? 1 : 0;
     }
     file.Close();
     return answer;

@@ -43,7 +43,9 @@ TEST(ModuleTraceNamesTest, PerProcessNameKeepsTheStemAndKeelonMustFollowThePaths
       {"trace.txt", "trace.4711.log"},
       {"a.log.log", "a.4711.log"},
       {".log", ".log.4711.log"},  // a leading dot is part of the stem
-      {"", ".4711.log"}};
+      {"", ".4711.log"},
+      {"/tmp/x/dir.d/trace.log", "/tmp/x/dir.d/trace.4711.log"},  // folders keep their dots
+      {"C:\\a.b\\.log", "C:\\a.b\\.log.4711.log"}};
   for (const auto& [configured, perProcess] : cases) {
     EXPECT_EQ(PerProcessTraceName(configured, 4711), perProcess) << configured;
   }

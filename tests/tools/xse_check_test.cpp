@@ -1,5 +1,6 @@
 // `xse check`: one answer per file and an exit code scripts can test.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -43,6 +44,31 @@ TEST(XseCheck, AnswersPerFileAndSucceedsOnlyWhenAllAreYes) {
 
   const auto allYes = RunXse({"check", good, tail});
   EXPECT_EQ(allYes.status, 0);
+}
+
+// Special files get an answer at once, and the tools say why they are not
+// read; a frame that only claims to be large is no XSE data.
+TEST(XseCheck, SpecialFilesAndALyingFirstFrameAreNoAtOnce) {
+  TempDir dir;
+  const std::string fifo = dir.File("pipe.xse");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::vector<uint8_t> lying = {'$', 'H', 'S', 'F', 0x7F, 0, 0, 0};
+  lying.resize(108, 0);
+  const std::string lyingFile = dir.Write("lying.xse", lying);
+
+  const auto check = RunXse({"check", fifo, dir.path().string(), lyingFile});
+  EXPECT_EQ(check.status, 1);
+  EXPECT_EQ(check.out, fifo + ": no\n" + dir.path().string() + ": no\n" + lyingFile + ": no\n");
+  EXPECT_EQ(check.err, "xse: cannot open " + fifo + ": not a regular file\nxse: cannot open " +
+                           dir.path().string() + ": not a regular file\n");
+  for (const char* command : {"info", "dump"}) {
+    const auto result = RunXse({command, fifo});
+    EXPECT_EQ(result.status, 1) << command;
+    EXPECT_EQ(result.err, "xse: cannot open " + fifo + ": not a regular file\n") << command;
+  }
+  const auto run = RunXse({"run", lyingFile});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.out.find("not recognised"), std::string::npos) << run.out;
 }
 
 }  // namespace

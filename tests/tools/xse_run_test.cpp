@@ -17,6 +17,7 @@
 #include "support/runtool.h"
 #include "support/runtoolwith.h"
 #include "support/tempdir.h"
+#include "tools/xse/commands.h"
 
 namespace {
 
@@ -128,6 +129,15 @@ TEST(XseRun, CtrlCStopsTheRunWithoutReportingTheCurrentFile) {
   int added = 0;
   for (const auto& line : lines) added += line.find("fileAdded") != std::string::npos ? 1 : 0;
   EXPECT_LT(added, 40);
+}
+
+// Only a stop asked for is "stopped": the plug-in's -1 for a source it
+// could not get memory for is a failure.
+TEST(XseRun, ExitStatusOfAFileRun) {
+  EXPECT_EQ(xsetool::FileRunExitStatus(0, false, true), 0);
+  EXPECT_EQ(xsetool::FileRunExitStatus(0, false, false), 1);
+  EXPECT_EQ(xsetool::FileRunExitStatus(-1, true, false), 130);
+  EXPECT_EQ(xsetool::FileRunExitStatus(-1, false, true), 1);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
+#include "platform/file.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 
@@ -16,7 +17,9 @@ constexpr const char* kCheckUsage = "usage: xse check [--ext] FILE...\n";
 constexpr const char* kCheckHelp =
     "Prints \"FILE: yes\" or \"FILE: no\" for each file: whether the reader\n"
     "plug-in recognises it as XSE data (a first frame at a 4-byte step that\n"
-    "fits the file). Exit status 0 only when every answer is yes.\n"
+    "fits the file). A file that cannot be opened (missing, a directory, a\n"
+    "FIFO or device) is a no, with the reason on stderr. Exit status 0 only\n"
+    "when every answer is yes.\n"
     "\n"
     "  --ext   also require the extension .xse (any letter case)\n"
     "  --help  show this help\n";
@@ -39,6 +42,13 @@ int RunCheckCommand(std::span<const std::string_view> args) {
   bool allYes = true;
   for (const std::string& file : files) {
     const bool yes = module.entry().canReadFile(file.c_str(), extensionCheck ? 1 : 0) != 0;
+    // A "no" for a file that cannot even be opened (missing, unreadable, a
+    // FIFO or a directory) says why on stderr.
+    platform::ReadOnlyFile probe;
+    if (!yes && !probe.Open(file)) {
+      std::fflush(stdout);
+      std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), probe.error().c_str());
+    }
     std::printf("%s: %s\n", file.c_str(), yes ? "yes" : "no");
     allYes = allYes && yes;
   }

@@ -3,6 +3,7 @@
 // 1 a file could not be read or written, 2 wrong usage.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -21,5 +22,10 @@ int RunServeCommand(std::span<const std::string_view> args);
 int RunSettingsCommand(std::span<const std::string_view> args);
 int RunPlotCommand(std::span<const std::string_view> args);
 int RunSoundingsCommand(std::span<const std::string_view> args);
+
+// The exit status of `xse run` over files: 130 only for a run stopped on
+// request; a run the plug-in ended early otherwise (-1, such as out of
+// memory) or a file not read is 1.
+int FileRunExitStatus(int32_t result, bool stopRequested, bool allRead);
 
 }  // namespace xsetool

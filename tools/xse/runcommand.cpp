@@ -229,13 +229,13 @@ int RunRunCommand(std::span<const std::string_view> args) {
     return status;
   }
   int32_t result = 0;
+  bool stopRequested = false;
   {
     platform::InterruptCatcher interrupt;
     if (reader->StartReaderThread(CReader::ReaderRun::kFileList) == 0) {
       std::fprintf(stderr, "xse run: cannot start the reader thread\n");
       return kExitFailure;
     }
-    bool stopRequested = false;
     while (!reader->WaitReaderThread(kInterruptPollMs)) {
       if (!stopRequested && interrupt.Caught()) {
         reader->StopReader();
@@ -277,11 +277,16 @@ int RunRunCommand(std::span<const std::string_view> args) {
   reader.reset();
   module.Unload();
 
-  if (result < 0) return kExitStopped;
-  for (const Outcome outcome : outcomes) {
-    if (outcome != Outcome::kRead) return kExitFailure;
-  }
-  return kExitOk;
+  bool allRead = true;
+  for (const Outcome outcome : outcomes) allRead = allRead && outcome == Outcome::kRead;
+  return FileRunExitStatus(result, stopRequested, allRead);
+}
+
+int FileRunExitStatus(int32_t result, bool stopRequested, bool allRead) {
+  // The plug-in answers -1 both when stopped and when it could not get
+  // memory for a source: only a stop that was asked for is "stopped".
+  if (result < 0) return stopRequested ? kExitStopped : kExitFailure;
+  return allRead ? kExitOk : kExitFailure;
 }
 
 }  // namespace xsetool

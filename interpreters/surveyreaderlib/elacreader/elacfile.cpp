@@ -37,6 +37,7 @@ bool ElacFile::receiveData(int32_t& processed, int32_t /*reserved*/) {
     return false;
   }
   const std::streamoff before = Position();
+  stepStart_ = before;
   ReadFrame(stream_);
   // A failed stream reports position -1, which makes the count negative.
   const std::streamoff after = Position();
@@ -44,6 +45,12 @@ bool ElacFile::receiveData(int32_t& processed, int32_t /*reserved*/) {
   processed = static_cast<int32_t>(std::clamp<std::streamoff>(
       consumed, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
   return processed > 0;
+}
+
+bool ElacFile::LastFrameFits() const {
+  const auto& start = lastFrameStart();
+  if (!start || start->declaredSize == 0 || stepStart_ < 0) return false;
+  return static_cast<uint64_t>(stepStart_) + start->skipped + start->declaredSize <= fileSize_;
 }
 
 void ElacFile::Close() {

@@ -33,6 +33,12 @@ class ElacFile : public IElacContainer, public ElacReader {
   uint32_t GetSize() override;
   bool IsOpen() override;
 
+  // Whether the last receiveData found a frame start whose frame, as its
+  // size field declares it (end marker included), lies within the size Open
+  // measured. Recognition asks this: a frame that runs past the end of the
+  // file is no frame, however the decoder treated its size.
+  bool LastFrameFits() const;
+
   // The full measured size (0 before Open measured it).
   uint64_t size64() const { return fileSize_; }
   // Why the last Open failed to open the file, in words.
@@ -41,5 +47,6 @@ class ElacFile : public IElacContainer, public ElacReader {
  private:
   std::streamoff Position();
   uint64_t fileSize_ = 0;
+  std::streamoff stepStart_ = 0;  // where the last receiveData began
   platform::InputFileStream stream_;
 };

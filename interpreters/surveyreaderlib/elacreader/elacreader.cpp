@@ -1,9 +1,11 @@
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
 #include "interpreters/surveyreaderlib/elacreader/beamdecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/framesearch.h"
 #include "interpreters/surveyreaderlib/elacreader/navigationdecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/parameterdecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/sidescandecoder.h"
@@ -15,14 +17,7 @@ using elac::ByteCursor;
 
 namespace {
 
-// Reads the frame start marker at the front of `bytes`; tells the frame's
-// byte order, or nothing when the bytes are no frame start.
-std::optional<bool> FrameByteOrder(std::span<const uint8_t> bytes) {
-  if (bytes.size() < 4) return std::nullopt;
-  if (elac::LoadScalar<uint32_t>(bytes.data(), true) == elac::kFrameStart) return true;
-  if (elac::LoadScalar<uint32_t>(bytes.data(), false) == elac::kFrameStart) return false;
-  return std::nullopt;
-}
+using elac::FrameByteOrder;
 
 bool ReadExactly(std::istream& stream, uint8_t* into, std::streamsize count) {
   stream.read(reinterpret_cast<char*>(into), count);
@@ -64,65 +59,53 @@ bool ElacReader::EnsureFrameBuffer(uint32_t size) {
 }
 
 bool ElacReader::ReadFrame(std::istream& stream) {
+  lastFrameStart_.reset();
   // Any stream error ends the search, not only the end of the data.
   if (!stream.good()) return false;
+  const auto found = elac::SeekFrameStart(stream);
+  if (!found) return false;
+  bigEndian_ = found->bigEndian;
+  lastFrameStart_ = FrameStart{found->skipped, 0};
   // Most frames lie whole in the stream's buffer and are decoded where they
-  // lie. The rest, and everything unusual, take the copying path, which goes
-  // on from where the search in place stopped.
-  if (const auto read = ReadFrameInPlace(*stream.rdbuf())) return *read;
+  // lie. The rest, and everything unusual, take the copying path.
+  if (!found->markerConsumed) {
+    if (const auto read = ReadFrameInPlace(*stream.rdbuf())) return *read;
+    elac::StreamGetArea::Consume(*stream.rdbuf(), 4);
+  }
   return ReadFrameCopying(stream);
 }
 
 std::optional<bool> ElacReader::ReadFrameInPlace(std::streambuf& buffer) {
-  const std::span<const uint8_t> ready = elac::StreamGetArea::Of(buffer);
-  // The search steps over whole words, as the copying path does.
-  size_t at = 0;
-  std::optional<bool> order;
-  for (; at + 4 <= ready.size(); at += 4) {
-    order = FrameByteOrder(ready.subspan(at, 4));
-    if (order) break;
-  }
-  elac::StreamGetArea::Consume(buffer, at);
-  if (!order) return std::nullopt;
-
+  // The buffer holds at least the start marker, which the search found.
+  const std::span<const uint8_t> frame = elac::StreamGetArea::Of(buffer);
   // A frame that is damaged, too large or not wholly in the buffer is left
   // to the copying path, which knows what each failure consumes.
-  const std::span<const uint8_t> frame = ready.subspan(at);
   if (frame.size() < elac::kFrameEnvelopeSize) return std::nullopt;
-  const uint32_t size = elac::LoadScalar<uint32_t>(frame.data() + 4, *order);
+  const uint32_t size = elac::LoadScalar<uint32_t>(frame.data() + 4, bigEndian_);
+  lastFrameStart_->declaredSize = uint64_t{size} + elac::kFrameEnvelopeSize + 4;
   if (size > elac::kMaxFrameBodySize) return std::nullopt;
   const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
   if (frame.size() < size_t{frameSize} + 4 ||
-      elac::LoadScalar<uint32_t>(frame.data() + frameSize, *order) != elac::kFrameEnd)
+      elac::LoadScalar<uint32_t>(frame.data() + frameSize, bigEndian_) != elac::kFrameEnd)
     return std::nullopt;
   // The frame buffer still grows to the largest frame seen, so that a frame
   // which straddles the end of the stream's buffer later is copied without
   // allocating.
   if (!EnsureFrameBuffer(frameSize)) return std::nullopt;
 
-  bigEndian_ = *order;
   const bool decoded = DecodeFrameBytes(frame.first(frameSize));
   elac::StreamGetArea::Consume(buffer, frameSize);  // stands on the end marker
   return CountFrame(decoded, frameSize);
 }
 
 bool ElacReader::ReadFrameCopying(std::istream& stream) {
-  // The position is asked once; the search then counts its own steps.
-  std::streamoff frameStart = stream.tellg();
-  if (frameStart < 0) return false;
-  uint8_t marker[4];
-  for (;; frameStart += 4) {
-    if (!ReadExactly(stream, marker, 4)) return false;
-    if (const auto order = FrameByteOrder(marker)) {
-      bigEndian_ = *order;
-      break;
-    }
-  }
-
-  // From here on a failure is a frame start that led to no frame.
+  // The start marker has been consumed; from here on a failure is a frame
+  // start that led to no frame.
+  const uint8_t marker[4] = {'$', 'H', 'S', 'F'};
   uint8_t word[4];
   if (!ReadExactly(stream, word, 4)) return CountFrame(false, 0);
   const uint32_t size = elac::LoadScalar<uint32_t>(word, bigEndian_);
+  lastFrameStart_->declaredSize = uint64_t{size} + elac::kFrameEnvelopeSize + 4;
   if (size > elac::kMaxFrameBodySize) return CountFrame(false, 0);
   const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
 
@@ -132,6 +115,7 @@ bool ElacReader::ReadFrameCopying(std::istream& stream) {
     // (Only into a buffer already this large: a damaged size must not make
     // the reader allocate.)
     std::memcpy(frameBuffer_.get(), marker, 4);
+    if (!bigEndian_) std::reverse(frameBuffer_.get(), frameBuffer_.get() + 4);
     std::memcpy(frameBuffer_.get() + 4, word, 4);
     if (!ReadExactly(stream, frameBuffer_.get() + elac::kFrameEnvelopeSize, size) ||
         !ReadExactly(stream, word, 4) ||
@@ -142,7 +126,9 @@ bool ElacReader::ReadFrameCopying(std::istream& stream) {
     if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4) ||
         elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd)
       return CountFrame(false, 0);
-    if (!stream.seekg(std::streampos(frameStart)) || !EnsureFrameBuffer(frameSize) ||
+    // Back to the start marker, then the whole frame.
+    const auto back = -static_cast<std::streamoff>(frameSize) - 4;
+    if (!stream.seekg(back, std::ios_base::cur) || !EnsureFrameBuffer(frameSize) ||
         !ReadExactly(stream, frameBuffer_.get(), frameSize))
       return CountFrame(false, 0);
   }

@@ -49,6 +49,16 @@ class ElacReader : public quor::ISurveyReader {
   // marker, or too short for the frame header.
   bool DecodeFrameBytes(std::span<const uint8_t> bytes);
 
+  // Where the last ReadFrame found a frame start: `skipped` bytes after
+  // where the stream stood, declaring `declaredSize` bytes from the start
+  // marker to the end of the end marker (8 + S + 4; 0 when the size field
+  // could not be read). Nothing when it found no frame start.
+  struct FrameStart {
+    uint64_t skipped = 0;
+    uint64_t declaredSize = 0;
+  };
+  const std::optional<FrameStart>& lastFrameStart() const { return lastFrameStart_; }
+
   int32_t mode() const { return mode_; }
   void SetMode(int32_t mode) { mode_ = mode; }
   bool bigEndian() const { return bigEndian_; }
@@ -69,11 +79,12 @@ class ElacReader : public quor::ISurveyReader {
   void DispatchSidescanGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
   void DispatchBathymetryGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
   bool EnsureFrameBuffer(uint32_t size);
-  // ReadFrame on the bytes the stream's buffer holds, without copying them.
-  // Nothing when the frame is not wholly there or not sound; the search has
-  // then consumed only the words before the frame start.
+  // The frame whose start marker the buffer holds at its read position,
+  // decoded where it lies. Nothing, with nothing consumed, when the frame is
+  // not wholly there or not sound.
   std::optional<bool> ReadFrameInPlace(std::streambuf& buffer);
-  // ReadFrame through the stream's read and seek operations.
+  // The frame whose start marker was just consumed, through the stream's
+  // read and seek operations.
   bool ReadFrameCopying(std::istream& stream);
   // Counts a frame read (`decoded`) or rejected; returns `decoded`.
   bool CountFrame(bool decoded, uint32_t frameSize);
@@ -92,4 +103,5 @@ class ElacReader : public quor::ISurveyReader {
   quor::MultibeamRec multibeam_;
   quor::SidescanRec sidescan_;
   elac::ReadStatistics* statistics_ = nullptr;
+  std::optional<FrameStart> lastFrameStart_;
 };

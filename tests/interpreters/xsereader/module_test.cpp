@@ -40,7 +40,9 @@ TEST_F(ModuleTest, ResourcesAreFoundWhileTheModuleIsLoaded) {
   const platform::DialogTemplate* dialog = platform::FindDialogTemplate(19001);
   ASSERT_NE(dialog, nullptr);
   EXPECT_EQ(dialog->caption, "Elac settings");
+  EXPECT_EQ(platform::LoadResourceString(20108), "Enable sidescan");
   EXPECT_EQ(platform::LoadResourceString(20112), "Linear TVG");
+  EXPECT_EQ(platform::LoadResourceString(20113), "dB/km");
   {
     const auto page = platform::CreateObjectByName("ZElacSettingsDlg");
     ASSERT_NE(dynamic_cast<platform::CPropertyPage*>(page.get()), nullptr);
@@ -56,41 +58,18 @@ TEST_F(ModuleTest, ResourcesAreFoundWhileTheModuleIsLoaded) {
   EXPECT_EQ(platform::CreateObjectByName("ZElacSettingsDlg"), nullptr);
 }
 
-TEST_F(ModuleTest, BoxesShownInsideTheModuleReachTheHostsHandler) {
-  std::vector<std::string> boxes;
-  platform::ScopedMessageBoxHandler handler(
-      [&boxes](const std::string&, const std::string& text) { boxes.push_back(text); });
-  const auto page =
-      Owned(module_.entry().createSettingsPage(nullptr), module_.entry().destroySettingsPage);
-  ASSERT_NE(page, nullptr);
-  ASSERT_TRUE(page->Create());
-  page->SetControlText(19007, "abc");
-  EXPECT_FALSE(page->PressOK());
-  EXPECT_THAT(boxes, ElementsAre("Please enter a number."));
-}
-
-TEST_F(ModuleTest, PropertiesAndTimeThroughTheEntryPoints) {
-  const XseReaderEntryPoints& entry = module_.entry();
-  const auto properties = Owned(entry.createProperties(), entry.destroyProperties);
-  ASSERT_NE(properties, nullptr);
-  properties->values = {1, 2, 3, 4, 5};
-  ZPropList list;
-  properties->GetProperties(list);
-  EXPECT_THAT(list.entries(),
-              ElementsAre(ZPropList::Entry{"XSE", -1}, ZPropList::Entry{"Parameter 1", 1},
-                          ZPropList::Entry{"Parameter 2", 2}, ZPropList::Entry{"Parameter 3", 3},
-                          ZPropList::Entry{"Parameter 4", 4}, ZPropList::Entry{"Parameter 5", 5}));
-  entry.setupProperties(reader_.get(), properties.get());
-  EXPECT_THAT(reader_->parameterBlock, ElementsAre(1, 2, 3, 4, 5));
-  // Properties from elsewhere change nothing.
-  CReader::Properties foreign;
-  foreign.values = {9, 9, 9, 9, 9};
-  entry.setupProperties(reader_.get(), &foreign);
-  EXPECT_THAT(reader_->parameterBlock, ElementsAre(1, 2, 3, 4, 5));
-  reader_->startTimeSec = 100;
-  quor::SensorRec record;
-  record.time = {101, 500000};
-  EXPECT_EQ(entry.convertTime(reader_.get(), &record), 1500);
+// An attach whose framework registration fails (no module handle, or the
+// module registered already) answers 0 and does nothing else: the module's
+// resources stay registered once and leave with it.
+TEST_F(ModuleTest, AttachThatFailsAnswersZeroAndChangesNothing) {
+  const auto* handle = reinterpret_cast<const void*>(module_.entry().moduleEntry);
+  EXPECT_EQ(module_.entry().moduleEntry(nullptr, kModuleProcessAttach, nullptr), 0);
+  EXPECT_EQ(module_.entry().moduleEntry(handle, kModuleProcessAttach, nullptr), 0);
+  EXPECT_EQ(module_.entry().moduleEntry(handle, kModuleThreadAttach, nullptr), 1);
+  EXPECT_EQ(platform::LoadResourceString(20113), "dB/km");
+  reader_.reset();
+  module_.Unload();
+  EXPECT_EQ(platform::LoadResourceString(20113), std::nullopt);
 }
 
 }  // namespace

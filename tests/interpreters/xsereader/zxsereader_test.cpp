@@ -1,6 +1,7 @@
 #include "interpreters/xsereader/zxsereader.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <chrono>
@@ -147,6 +148,56 @@ std::vector<uint8_t> Frame(size_t junk = 0, bool damagedEnd = false) {
   return bytes;
 }
 
+// A file that does not open (missing, a folder, empty) is passed over
+// without a report; the files after it are read.
+TEST(ZXSEReaderTest, MultipleRunSkipsFilesThatDoNotOpen) {
+  xsetest::TempDir dir;
+  const std::string good = dir.Write("a.xse", xsetest::PositionFrames(1));
+  ZXSEReader reader;
+  xsetest::EventRecorder recorder;
+  reader.SetObserver(&recorder);
+  reader.running = 1;
+  reader.fileList = {dir.File("missing.xse"), dir.path().string(), dir.Write("empty.xse", {}),
+                     good};
+  EXPECT_EQ(reader.MultipleRunReader(), 0);
+  // One run, of the last file: its progress from 0, its outcome.
+  const std::string events = recorder.events();
+  EXPECT_EQ(events.find("progress 0 0 "), 0u) << events;
+  EXPECT_EQ(events.find("fileAdded"), events.size() - good.size() - 10) << events;
+  EXPECT_TRUE(reader.fileList.empty());
+}
+
+// The heading inside a ping reaches the reader marked as sensor 1 and is
+// kept apart from the navigation heading.
+TEST(ZXSEReaderTest, HandleGyroKeepsEachHeadingBySensorIndex) {
+  ZXSEReader reader;
+  quor::GyroRec gyro;
+  gyro.heading = 12.5;
+  reader.HandleGyro(gyro);
+  gyro.sensorIndex = 1;
+  gyro.heading = 270.0;
+  reader.HandleGyro(gyro);
+  gyro.sensorIndex = 0;
+  gyro.heading = 13.0;
+  reader.HandleGyro(gyro);
+  EXPECT_EQ(reader.primaryHeading(), 13.0);
+  EXPECT_EQ(reader.bathymetryHeading(), 270.0);
+}
+
+// "$HSF", a big-endian size and zeros: 108 bytes in all.
+std::vector<uint8_t> Lying(uint32_t size) {
+  std::vector<uint8_t> bytes = {'$',
+                                'H',
+                                'S',
+                                'F',
+                                static_cast<uint8_t>(size >> 24),
+                                static_cast<uint8_t>(size >> 16),
+                                static_cast<uint8_t>(size >> 8),
+                                static_cast<uint8_t>(size)};
+  bytes.resize(108, 0);
+  return bytes;
+}
+
 // Empty files, frames whose end marker stands behind the file's end and the
 // extension switch are pinned through `xse check`.
 TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
@@ -161,6 +212,9 @@ TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
       {"junk8.xse", Frame(8), 0, 1},
       {"badend.xse", Frame(0, true), 1, 1},
       {"text.xse", std::vector<uint8_t>(100, 'a'), 0, 0},
+      {"lying.xse", Lying(0x7F000000), 0, 0},  // too large for the decoder to follow
+      {"long.xse", Lying(1 << 20), 0, 0},
+      {"fits.xse", Lying(96), 0, 1},  // its end marker is the last word: damaged, yet a frame
   };
   xsetest::TempDir dir;
   for (const auto& c : cases) {
@@ -173,6 +227,10 @@ TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
   }
   EXPECT_EQ(ZXSEReader::sCanReadFile(dir.File("missing.xse"), 0), 0);
   EXPECT_EQ(ZXSEReader::sCanReadFile(dir.path().string(), 0), 0);  // a folder
+  // A FIFO without a writer would block an ordinary open for ever.
+  const std::string fifo = dir.File("pipe.xse");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_EQ(ZXSEReader::sCanReadFile(fifo, 1), 0);
 }
 
 }  // namespace

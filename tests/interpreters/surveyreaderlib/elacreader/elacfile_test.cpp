@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <fstream>
+
 #include "grouptestsupport.h"
 #include "support/tempdir.h"
 
@@ -21,7 +24,7 @@ TEST(ElacFile, StepsReportWhatTheyConsumedAndOpenFailsWithAReason) {
   EXPECT_FALSE(file.IsOpen());
   EXPECT_EQ(file.openError(), "No such file or directory");
   EXPECT_FALSE(file.Open(dir.path().c_str()));
-  EXPECT_EQ(file.openError(), "Is a directory");
+  EXPECT_EQ(file.openError(), "not a regular file");
   const auto first = HeadingFrame(true), second = HeadingFrame(false, 0, 5);
   const auto path = dir.Write("two.xse", xsetest::Concat({Bytes(12, 0), first, second}));
   ASSERT_TRUE(file.Open(path.c_str()));
@@ -44,6 +47,33 @@ TEST(ElacFile, StepsReportWhatTheyConsumedAndOpenFailsWithAReason) {
   // An empty file fails to open but stays open.
   EXPECT_FALSE(file.Open(dir.Write("empty.xse", {}).c_str()));
   EXPECT_TRUE(file.IsOpen());
+}
+
+// A sparse file: a frame, 4 GiB of zeros, a frame. Sizes and counts beyond
+// the 32-bit interface saturate; the frame behind the zeros is still read.
+TEST(ElacFile, FramesPastFourGibibytesAreReadAndSizesSaturate) {
+  xsetest::TempDir dir;
+  const auto frame = HeadingFrame(true);
+  const std::string path = dir.Write("sparse.xse", frame);
+  const uint64_t second = (uint64_t{1} << 32) + 16;
+  {
+    std::fstream out(path, std::ios::in | std::ios::out | std::ios::binary);
+    out.seekp(static_cast<std::streamoff>(second));
+    out.write(reinterpret_cast<const char*>(frame.data()),
+              static_cast<std::streamsize>(frame.size()));
+    ASSERT_TRUE(out.good());
+  }
+  xsetest::RecordingTarget target;
+  ElacFile file(&target);
+  ASSERT_TRUE(file.Open(path.c_str()));
+  EXPECT_EQ(file.size64(), second + frame.size());
+  EXPECT_EQ(file.GetSize(), UINT32_MAX);
+  int32_t processed = 0;
+  EXPECT_TRUE(file.receiveData(processed, 0));
+  EXPECT_TRUE(file.receiveData(processed, 0));
+  EXPECT_EQ(processed, INT32_MAX);
+  EXPECT_EQ(target.Count<quor::GyroRec>(), 2u);
+  EXPECT_FALSE(file.receiveData(processed, 0));
 }
 
 }  // namespace

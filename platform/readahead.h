@@ -1,0 +1,75 @@
+// ReadAhead: reads a file sequentially on a thread of its own into a small
+// ring of blocks, ahead of a caller that takes the blocks one by one, so that
+// reading and working on what was read overlap. The thread reads on while a
+// block is free and stops at the first short read (the end of the data for
+// now); nothing is read again, so a caller that wants to see a file grow
+// reads on by itself after the last block.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <thread>
+#include <vector>
+
+#include "platform/file.h"
+
+namespace platform {
+
+class ReadAhead {
+ public:
+  // Reads from `file`, which must stay open while this object lives, in
+  // `blockCount` blocks of `blockSize` bytes. Throws std::bad_alloc or
+  // std::system_error when it gets no memory or no thread.
+  ReadAhead(const ReadOnlyFile& file, size_t blockSize, size_t blockCount);
+  ReadAhead(const ReadAhead&) = delete;
+  ReadAhead& operator=(const ReadAhead&) = delete;
+  // Waits for a read in flight, then ends the thread.
+  ~ReadAhead();
+
+  // Drops whatever was read or handed out and reads on from `offset`.
+  void Start(uint64_t offset);
+  // Drops everything and stops reading (after the read in flight).
+  void Stop();
+  // Whether reading was started and the next block would be at `offset`.
+  bool Continues(uint64_t offset) const { return active_ && next_ == offset; }
+
+  // The next block in file order, waiting for it: its bytes, valid until the
+  // next call of Next, Start or Stop. Nothing once the last block (a short
+  // or failed read) was handed out, or when not started; reading then
+  // stands still until the next Start.
+  std::optional<std::span<const uint8_t>> Next();
+
+ private:
+  void Work();
+  void Reset(std::unique_lock<std::mutex>& lock);
+
+  struct Block {
+    std::unique_ptr<uint8_t[]> bytes;
+    std::optional<size_t> count;
+  };
+
+  const ReadOnlyFile& file_;
+  const size_t blockSize_;
+  std::vector<Block> blocks_;
+  // The caller's view, changed only on the caller's thread.
+  bool active_ = false;
+  uint64_t next_ = 0;  // file offset of the next block to hand out
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  size_t head_ = 0;       // next block to hand out
+  size_t ready_ = 0;      // blocks read and not handed out, from head_ on
+  bool held_ = false;     // the block before head_ is the caller's
+  bool reading_ = false;  // a read runs outside the lock
+  bool ended_ = false;    // the last read was short: no more reads
+  bool stop_ = false;
+  uint64_t readOffset_ = 0;  // where the next read goes
+  std::thread thread_;
+};
+
+}  // namespace platform
