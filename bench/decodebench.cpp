@@ -34,6 +34,7 @@
 #include "bench/touchingtarget.h"
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
+#include "interpreters/surveyreaderlib/elacreader/framesearch.h"
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
 #include "platform/file.h"
 #include "platform/memoryusage.h"
@@ -108,9 +109,10 @@ bool LoadFrames(const std::string& path, uint64_t maxBytes, FramesInMemory& memo
   size_t at = 0;
   while (at + elac::kFrameEnvelopeSize <= filled) {
     const uint8_t* start = memory.bytes.data() + at;
-    const bool big = elac::LoadScalar<uint32_t>(start, true) == elac::kFrameStart;
-    if (!big && elac::LoadScalar<uint32_t>(start, false) != elac::kFrameStart) break;
-    const uint64_t length = elac::kFrameEnvelopeSize + elac::LoadScalar<uint32_t>(start + 4, big);
+    const auto order = elac::FrameByteOrder({start, 4});
+    if (!order) break;
+    const uint64_t length =
+        elac::kFrameEnvelopeSize + elac::LoadScalar<uint32_t>(start + 4, *order);
     if (at + length + 4 > filled) break;
     memory.frames.emplace_back(start, length);
     at += length + 4;

@@ -129,7 +129,7 @@ std::vector<std::vector<uint8_t>> Pings(size_t count, size_t bytes) {
   std::vector<std::vector<uint8_t>> pings;
   std::vector<uint16_t> samples(bytes / 2);
   for (size_t i = 0; i < count; ++i) {
-    xsewriter::FrameWriter writer(true);
+    xsewriter::FrameWriter writer(std::endian::big);
     writer.BeginFrame(elac::kSidescanFrame, 3838320000u, static_cast<uint32_t>(i));
     xsewriter::PutSidescanPingGroup(writer, static_cast<uint32_t>(i));
     xsewriter::PutSidescanSamplesGroup(writer, 20, 0, samples);

@@ -37,7 +37,8 @@ Survey Generate(const SurveyOptions& options) {
     survey.bytes.append(reinterpret_cast<const char*>(frame.data()), frame.size());
     survey.lastFrameSize = frame.size();
     const bool big = frame[0] == '$';
-    const uint32_t type = elac::LoadScalar<uint32_t>(frame.data() + 8, big);
+    const uint32_t type =
+        elac::LoadScalar<uint32_t>(frame.data() + 8, big ? std::endian::big : std::endian::little);
     ++survey.framesByType[type < 8 ? type : 0];
     survey.bigEndianFrames += big ? 1 : 0;
   }

@@ -34,7 +34,7 @@ xsetest::ToolResult Dump(FrameWriter& writer, std::vector<std::string> options) 
 }
 
 TEST(XseDump, NavigationFrameGivesExactLines) {
-  FrameWriter writer(false);
+  FrameWriter writer(std::endian::little);
   writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 5);
   xsewriter::PutPositionGroup(writer, "WGS84", 0.1, -1e-300, 42.0);
   xsewriter::PutAttitudeGroup(writer, 0.25, std::numeric_limits<double>::quiet_NaN(), 0.0);
@@ -65,7 +65,7 @@ TEST(XseDumpCsv, EveryTableStartsWithItsHeaderRow) {
 }
 
 TEST(XseDumpCsv, MultibeamGivesOneRowPerBeamWithEmptyCellsForMissingValues) {
-  FrameWriter writer(false);
+  FrameWriter writer(std::endian::little);
   writer.BeginFrame(elac::kBathymetryFrame, 3838320000u, 500000);
   xsewriter::PutPingNumberGroup(writer, 41);
   const double depths[] = {20.5, 21.0, 22.25}, across[] = {-3.0, 0.0, 3.5}, along[] = {.1, .2, .3};
@@ -83,7 +83,7 @@ TEST(XseDumpCsv, MultibeamGivesOneRowPerBeamWithEmptyCellsForMissingValues) {
 }
 
 TEST(XseDumpCsv, SidescanGivesOneRowPerSample) {
-  FrameWriter writer(true);
+  FrameWriter writer(std::endian::big);
   writer.BeginFrame(elac::kSidescanFrame, 3838320000u, 0);
   xsewriter::PutSidescanPingGroup(writer, 9);
   const uint16_t samples[] = {10, 11, 12, 13};

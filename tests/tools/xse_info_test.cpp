@@ -105,7 +105,7 @@ TEST(XseInfo, SummarisesATinyGeneratedSurveyInTextAndJson) {
 // file; given between files that cannot be opened, which are reported while
 // the others are still summarised.
 TEST(XseInfo, CountsRejectedFramesAndReportsUnreadableFilesBetweenTheOthers) {
-  xsewriter::FrameWriter writer(true);
+  xsewriter::FrameWriter writer(std::endian::big);
   writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 250000);
   xsewriter::PutPositionGroup(writer, "ED50", 3500000.5, 6000000.25, 0.0);
   const auto frame = writer.EndFrame();
@@ -113,7 +113,7 @@ TEST(XseInfo, CountsRejectedFramesAndReportsUnreadableFilesBetweenTheOthers) {
   std::vector<uint8_t> damaged = navigation, cut = navigation, data(8, 0xEE);
   damaged.back() = 0;
   cut.resize(cut.size() - 5);
-  writer.SetBigEndian(false);
+  writer.SetOrder(std::endian::little);
   writer.BeginFrame(7, 3838320010u, 0);
   const auto other = writer.EndFrame();
   for (const auto& part :

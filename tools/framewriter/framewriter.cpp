@@ -11,7 +11,7 @@ namespace xsewriter {
 template <typename T>
 void FrameWriter::PutScalar(T value) {
   if constexpr (sizeof(T) > 1) {
-    if (bigEndian_ != (std::endian::native == std::endian::big)) value = elac::ByteSwap(value);
+    if (order_ != std::endian::native) value = elac::ByteSwap(value);
   }
   const auto* raw = reinterpret_cast<const uint8_t*>(&value);
   bytes_.insert(bytes_.end(), raw, raw + sizeof(T));
@@ -54,8 +54,8 @@ void FrameWriter::BeginGroup(uint32_t groupType) {
 }
 
 namespace {
-void PatchU32(std::vector<uint8_t>& bytes, size_t at, uint32_t value, bool bigEndian) {
-  if (bigEndian != (std::endian::native == std::endian::big)) value = elac::ByteSwap(value);
+void PatchU32(std::vector<uint8_t>& bytes, size_t at, uint32_t value, std::endian order) {
+  if (order != std::endian::native) value = elac::ByteSwap(value);
   const auto* raw = reinterpret_cast<const uint8_t*>(&value);
   std::copy(raw, raw + 4, bytes.begin() + static_cast<std::ptrdiff_t>(at));
 }
@@ -63,14 +63,14 @@ void PatchU32(std::vector<uint8_t>& bytes, size_t at, uint32_t value, bool bigEn
 
 void FrameWriter::EndGroup() {
   assert(groupOpen_);
-  PatchU32(bytes_, groupStart_ - 4, static_cast<uint32_t>(bytes_.size() - groupStart_), bigEndian_);
+  PatchU32(bytes_, groupStart_ - 4, static_cast<uint32_t>(bytes_.size() - groupStart_), order_);
   PutU32(elac::kGroupEnd);
   groupOpen_ = false;
 }
 
 std::span<const uint8_t> FrameWriter::EndFrame() {
   if (groupOpen_) EndGroup();
-  PatchU32(bytes_, 4, static_cast<uint32_t>(bytes_.size() - elac::kFrameEnvelopeSize), bigEndian_);
+  PatchU32(bytes_, 4, static_cast<uint32_t>(bytes_.size() - elac::kFrameEnvelopeSize), order_);
   PutU32(elac::kFrameEnd);
   return bytes_;
 }

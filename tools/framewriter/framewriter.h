@@ -4,6 +4,7 @@
 // damaged ones patch the bytes afterwards.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -13,10 +14,10 @@ namespace xsewriter {
 
 class FrameWriter {
  public:
-  explicit FrameWriter(bool bigEndian = true) : bigEndian_(bigEndian) {}
+  explicit FrameWriter(std::endian order = std::endian::big) : order_(order) {}
 
-  bool bigEndian() const { return bigEndian_; }
-  void SetBigEndian(bool bigEndian) { bigEndian_ = bigEndian; }
+  std::endian order() const { return order_; }
+  void SetOrder(std::endian order) { order_ = order; }
 
   // Starts a new frame, discarding any earlier one. `seconds` count from
   // 1901-01-01 00:00:00 UTC.
@@ -47,7 +48,7 @@ class FrameWriter {
   template <typename T>
   void PutScalar(T value);
 
-  bool bigEndian_;
+  std::endian order_;
   std::vector<uint8_t> bytes_;
   size_t groupStart_ = 0;
   bool groupOpen_ = false;

@@ -17,9 +17,9 @@ using namespace xsewriter;
 
 constexpr uint32_t kSeconds = 3838320000u;
 
-std::vector<std::vector<uint8_t>> AllFrames(bool bigEndian) {
+std::vector<std::vector<uint8_t>> AllFrames(std::endian order) {
   std::vector<std::vector<uint8_t>> frames;
-  FrameWriter writer(bigEndian);
+  FrameWriter writer(order);
   auto done = [&] {
     const auto frame = writer.EndFrame();
     frames.emplace_back(frame.begin(), frame.end());
@@ -96,10 +96,11 @@ int main(int argc, char** argv) {
   std::filesystem::create_directories(root / "frames");
   std::filesystem::create_directories(root / "streams");
   std::vector<uint8_t> mixed;
-  for (bool bigEndian : {true, false}) {
-    const auto frames = AllFrames(bigEndian);
+  for (const std::endian order : {std::endian::big, std::endian::little}) {
+    const auto frames = AllFrames(order);
     for (size_t i = 0; i < frames.size(); ++i) {
-      const std::string name = std::string(bigEndian ? "be" : "le") + std::to_string(i);
+      const std::string name =
+          std::string(order == std::endian::big ? "be" : "le") + std::to_string(i);
       WriteFile(root / "frames" / name, frames[i]);
       WriteFile(root / "streams" / name, frames[i]);
       mixed.insert(mixed.end(), frames[i].begin(), frames[i].end());

@@ -124,9 +124,9 @@ std::span<const uint8_t> SurveyGenerator::NextFrame() {
 }
 
 void SurveyGenerator::BeginFrame(uint32_t frameType, double seconds) {
-  bool bigEndian = options_.byteOrder == ByteOrderChoice::kBig;
-  if (options_.byteOrder == ByteOrderChoice::kMixed) bigEndian = (byteOrders_.Next() & 1) != 0;
-  writer_.SetBigEndian(bigEndian);
+  bool big = options_.byteOrder == ByteOrderChoice::kBig;
+  if (options_.byteOrder == ByteOrderChoice::kMixed) big = (byteOrders_.Next() & 1) != 0;
+  writer_.SetOrder(big ? std::endian::big : std::endian::little);
   const auto micros = static_cast<int64_t>(std::llround(seconds * 1e6));
   writer_.BeginFrame(frameType, XseSecondsFromUnix(options_.startUnixSeconds + micros / 1000000),
                      static_cast<uint32_t>(micros % 1000000));

@@ -25,7 +25,9 @@ class ScopedSocket {
   SocketHandle socket = platform::kInvalidSocket;
 };
 
-uint32_t BigEndianWord(const uint8_t* bytes) { return elac::LoadScalar<uint32_t>(bytes, true); }
+uint32_t BigEndianWord(const uint8_t* bytes) {
+  return elac::LoadScalar<uint32_t>(bytes, std::endian::big);
+}
 
 }  // namespace
 

@@ -25,11 +25,13 @@ inline uint16_t ByteSwap(uint16_t v) { return __builtin_bswap16(v); }
 inline uint32_t ByteSwap(uint32_t v) { return __builtin_bswap32(v); }
 inline uint64_t ByteSwap(uint64_t v) { return __builtin_bswap64(v); }
 
+// A frame's byte order is a std::endian: std::endian::big or ::little.
+
 // Loads a T from unaligned bytes stored in the given byte order: memcpy
 // into an unsigned word, swap when the order differs from the machine's,
 // then reinterpret the bits.
 template <WireScalar T>
-inline T LoadScalar(const uint8_t* bytes, bool bigEndian) {
+inline T LoadScalar(const uint8_t* bytes, std::endian order) {
   using Bits = std::conditional_t<
       sizeof(T) == 1, uint8_t,
       std::conditional_t<sizeof(T) == 2, uint16_t,
@@ -37,7 +39,7 @@ inline T LoadScalar(const uint8_t* bytes, bool bigEndian) {
   Bits bits;
   std::memcpy(&bits, bytes, sizeof bits);
   if constexpr (sizeof(T) > 1) {
-    if (bigEndian != (std::endian::native == std::endian::big)) bits = ByteSwap(bits);
+    if (order != std::endian::native) bits = ByteSwap(bits);
   }
   return std::bit_cast<T>(bits);
 }
@@ -55,32 +57,31 @@ template <WireScalar T>
 class ScalarArray {
  public:
   ScalarArray() = default;
-  ScalarArray(const uint8_t* bytes, size_t count, bool bigEndian)
-      : bytes_(bytes), count_(count), bigEndian_(bigEndian) {}
+  ScalarArray(const uint8_t* bytes, size_t count, std::endian order)
+      : bytes_(bytes), count_(count), order_(order) {}
   size_t size() const { return count_; }
-  T operator[](size_t index) const { return LoadScalar<T>(bytes_ + index * sizeof(T), bigEndian_); }
+  T operator[](size_t index) const { return LoadScalar<T>(bytes_ + index * sizeof(T), order_); }
   // The raw wire bytes, for conversions that take many values at a time.
   const uint8_t* data() const { return bytes_; }
-  bool bigEndian() const { return bigEndian_; }
+  std::endian order() const { return order_; }
   // `count` elements from `first` on; empty when they are not all there.
   ScalarArray Slice(size_t first, size_t count) const {
     if (first > count_ || count > count_ - first) return {};
-    return {bytes_ + first * sizeof(T), count, bigEndian_};
+    return {bytes_ + first * sizeof(T), count, order_};
   }
 
  private:
   const uint8_t* bytes_ = nullptr;
   size_t count_ = 0;
-  bool bigEndian_ = false;
+  std::endian order_ = std::endian::little;
 };
 
 class ByteCursor {
  public:
   ByteCursor() = default;
-  ByteCursor(std::span<const uint8_t> bytes, bool bigEndian)
-      : bytes_(bytes), bigEndian_(bigEndian) {}
+  ByteCursor(std::span<const uint8_t> bytes, std::endian order) : bytes_(bytes), order_(order) {}
 
-  bool bigEndian() const { return bigEndian_; }
+  std::endian order() const { return order_; }
   size_t offset() const { return offset_; }
   size_t size() const { return bytes_.size(); }
   size_t remaining() const { return bytes_.size() - offset_; }
@@ -92,7 +93,7 @@ class ByteCursor {
   template <WireScalar T>
   bool Read(T& value) {
     if (remaining() < sizeof(T)) return false;
-    value = LoadScalar<T>(bytes_.data() + offset_, bigEndian_);
+    value = LoadScalar<T>(bytes_.data() + offset_, order_);
     offset_ += sizeof(T);
     return true;
   }
@@ -115,7 +116,7 @@ class ByteCursor {
   // there.
   std::optional<ByteCursor> Take(size_t count) {
     if (remaining() < count) return std::nullopt;
-    ByteCursor sub(bytes_.subspan(offset_, count), bigEndian_);
+    ByteCursor sub(bytes_.subspan(offset_, count), order_);
     offset_ += count;
     return sub;
   }
@@ -126,7 +127,7 @@ class ByteCursor {
   std::optional<ScalarArray<T>> TakeArray(uint64_t count) {
     const auto bytes = CheckedMul(count, sizeof(T));
     if (!bytes || remaining() < *bytes) return std::nullopt;
-    ScalarArray<T> array(bytes_.data() + offset_, static_cast<size_t>(count), bigEndian_);
+    ScalarArray<T> array(bytes_.data() + offset_, static_cast<size_t>(count), order_);
     offset_ += *bytes;
     return array;
   }
@@ -134,7 +135,7 @@ class ByteCursor {
  private:
   std::span<const uint8_t> bytes_;
   size_t offset_ = 0;
-  bool bigEndian_ = false;
+  std::endian order_ = std::endian::little;
 };
 
 }  // namespace elac

@@ -64,7 +64,7 @@ bool ElacReader::ReadFrame(std::istream& stream) {
   if (!stream.good()) return false;
   const auto found = elac::SeekFrameStart(stream);
   if (!found) return false;
-  bigEndian_ = found->bigEndian;
+  order_ = found->order;
   lastFrameStart_ = FrameStart{found->skipped, 0};
   // Most frames lie whole in the stream's buffer and are decoded where they
   // lie. The rest, and everything unusual, take the copying path.
@@ -81,12 +81,12 @@ std::optional<bool> ElacReader::ReadFrameInPlace(std::streambuf& buffer) {
   // A frame that is damaged, too large or not wholly in the buffer is left
   // to the copying path, which knows what each failure consumes.
   if (frame.size() < elac::kFrameEnvelopeSize) return std::nullopt;
-  const uint32_t size = elac::LoadScalar<uint32_t>(frame.data() + 4, bigEndian_);
+  const uint32_t size = elac::LoadScalar<uint32_t>(frame.data() + 4, order_);
   lastFrameStart_->declaredSize = uint64_t{size} + elac::kFrameEnvelopeSize + 4;
   if (size > elac::kMaxFrameBodySize) return std::nullopt;
   const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
   if (frame.size() < size_t{frameSize} + 4 ||
-      elac::LoadScalar<uint32_t>(frame.data() + frameSize, bigEndian_) != elac::kFrameEnd)
+      elac::LoadScalar<uint32_t>(frame.data() + frameSize, order_) != elac::kFrameEnd)
     return std::nullopt;
   // The frame buffer still grows to the largest frame seen, so that a frame
   // which straddles the end of the stream's buffer later is copied without
@@ -104,7 +104,7 @@ bool ElacReader::ReadFrameCopying(std::istream& stream) {
   const uint8_t marker[4] = {'$', 'H', 'S', 'F'};
   uint8_t word[4];
   if (!ReadExactly(stream, word, 4)) return CountFrame(false, 0);
-  const uint32_t size = elac::LoadScalar<uint32_t>(word, bigEndian_);
+  const uint32_t size = elac::LoadScalar<uint32_t>(word, order_);
   lastFrameStart_->declaredSize = uint64_t{size} + elac::kFrameEnvelopeSize + 4;
   if (size > elac::kMaxFrameBodySize) return CountFrame(false, 0);
   const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
@@ -115,16 +115,16 @@ bool ElacReader::ReadFrameCopying(std::istream& stream) {
     // (Only into a buffer already this large: a damaged size must not make
     // the reader allocate.)
     std::memcpy(frameBuffer_.get(), marker, 4);
-    if (!bigEndian_) std::reverse(frameBuffer_.get(), frameBuffer_.get() + 4);
+    if (order_ == std::endian::little) std::reverse(frameBuffer_.get(), frameBuffer_.get() + 4);
     std::memcpy(frameBuffer_.get() + 4, word, 4);
     if (!ReadExactly(stream, frameBuffer_.get() + elac::kFrameEnvelopeSize, size) ||
         !ReadExactly(stream, word, 4) ||
-        elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd ||
+        elac::LoadScalar<uint32_t>(word, order_) != elac::kFrameEnd ||
         !stream.seekg(-4, std::ios_base::cur))
       return CountFrame(false, 0);
   } else {
     if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4) ||
-        elac::LoadScalar<uint32_t>(word, bigEndian_) != elac::kFrameEnd)
+        elac::LoadScalar<uint32_t>(word, order_) != elac::kFrameEnd)
       return CountFrame(false, 0);
     // Back to the start marker, then the whole frame.
     const auto back = -static_cast<std::streamoff>(frameSize) - 4;
@@ -149,16 +149,16 @@ bool ElacReader::CountFrame(bool decoded, uint32_t frameSize) {
 bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
   const auto order = FrameByteOrder(bytes);
   if (!order) return false;
-  bigEndian_ = *order;
+  order_ = *order;
 
-  ByteCursor envelope(bytes, bigEndian_);
+  ByteCursor envelope(bytes, order_);
   uint32_t size = 0, frameType = 0, unused = 0, seconds = 0, microseconds = 0;
   envelope.Skip(4);
   if (!envelope.Read(size)) return false;
   // The frame ends at 8 + S or where the bytes end, whichever comes first.
   const size_t frameEnd =
       std::min<size_t>(bytes.size(), elac::kFrameEnvelopeSize + static_cast<size_t>(size));
-  ByteCursor frame(bytes.first(frameEnd), bigEndian_);
+  ByteCursor frame(bytes.first(frameEnd), order_);
   // A frame too short for its own header is no frame.
   if (!frame.Seek(elac::kFrameEnvelopeSize) || !frame.Read(frameType) || !frame.Read(unused) ||
       !frame.Read(seconds) || !frame.Read(microseconds))
@@ -166,7 +166,7 @@ bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
 
   if (statistics_ != nullptr) {
     ++statistics_->framesByType[elac::ReadStatistics::TypeSlot(frameType)];
-    ++(bigEndian_ ? statistics_->bigEndianFrames : statistics_->littleEndianFrames);
+    ++(order_ == std::endian::big ? statistics_->bigEndianFrames : statistics_->littleEndianFrames);
   }
 
   const quor::timeval frameTime = elac::ConvertXseTime(seconds, microseconds);
@@ -193,7 +193,7 @@ bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
       // A group that claims to run past the frame is handled as an empty
       // group (which no decoder accepts) and ends the frame; what earlier
       // groups completed is still delivered.
-      DispatchGroup(frameType, ByteCursor({}, bigEndian_), true, decoded);
+      DispatchGroup(frameType, ByteCursor({}, order_), true, decoded);
       return true;
     }
     DispatchGroup(frameType, *body, lastGroup, decoded);

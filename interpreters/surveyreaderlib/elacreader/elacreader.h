@@ -3,6 +3,7 @@
 // hands to its target one by one. Every data source is also an ElacReader.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <istream>
 #include <memory>
@@ -61,7 +62,7 @@ class ElacReader : public quor::ISurveyReader {
 
   int32_t mode() const { return mode_; }
   void SetMode(int32_t mode) { mode_ = mode; }
-  bool bigEndian() const { return bigEndian_; }
+  std::endian byteOrder() const { return order_; }
   uint32_t frameBufferSize() const { return frameBufferSize_; }
 
   // Counts the frames this reader decodes and rejects into `statistics`
@@ -92,7 +93,7 @@ class ElacReader : public quor::ISurveyReader {
   quor::NullSurveyTarget nullTarget_;
   quor::ISurveyTarget* target_ = nullptr;
   int32_t mode_ = kAllBeams;
-  bool bigEndian_ = false;
+  std::endian order_ = std::endian::little;
   std::unique_ptr<uint8_t[]> frameBuffer_;
   uint32_t frameBufferSize_ = 0;
   std::vector<quor::ParameterRec> immediateParams_;

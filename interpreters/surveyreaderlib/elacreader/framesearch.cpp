@@ -34,10 +34,10 @@ bool BlockHasMarker(const uint8_t* block, uint32_t big, uint32_t little) {
 
 }  // namespace
 
-std::optional<bool> FrameByteOrder(std::span<const uint8_t> bytes) {
+std::optional<std::endian> FrameByteOrder(std::span<const uint8_t> bytes) {
   if (bytes.size() < 4) return std::nullopt;
-  if (LoadScalar<uint32_t>(bytes.data(), true) == kFrameStart) return true;
-  if (LoadScalar<uint32_t>(bytes.data(), false) == kFrameStart) return false;
+  for (const std::endian order : {std::endian::big, std::endian::little})
+    if (LoadScalar<uint32_t>(bytes.data(), order) == kFrameStart) return order;
   return std::nullopt;
 }
 
@@ -68,7 +68,7 @@ std::optional<FrameStartFound> SeekFrameStart(std::istream& stream) {
       StreamGetArea::Consume(buffer, at);
       found.skipped += at;
       if (at < ready.size() - ready.size() % 4) {
-        found.bigEndian = *FrameByteOrder(ready.subspan(at));
+        found.order = *FrameByteOrder(ready.subspan(at));
         return found;
       }
       continue;
@@ -88,7 +88,7 @@ std::optional<FrameStartFound> SeekFrameStart(std::istream& stream) {
     stream.read(reinterpret_cast<char*>(word), 4);
     if (stream.gcount() != 4) return std::nullopt;  // the read set the state
     if (const auto order = FrameByteOrder(word)) {
-      found.bigEndian = *order;
+      found.order = *order;
       found.markerConsumed = true;
       return found;
     }

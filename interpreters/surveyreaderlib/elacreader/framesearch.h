@@ -6,6 +6,7 @@
 // stream itself only to refill.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <istream>
@@ -19,12 +20,12 @@ namespace elac {
 // whole words in `bytes` (its size rounded down to a multiple of four).
 size_t FindFrameStart(std::span<const uint8_t> bytes);
 
-// The byte order a frame start marker at the front of `bytes` announces
-// (true big-endian), or nothing when those four bytes are no frame start.
-std::optional<bool> FrameByteOrder(std::span<const uint8_t> bytes);
+// The byte order a frame start marker at the front of `bytes` announces,
+// or nothing when those four bytes are no frame start.
+std::optional<std::endian> FrameByteOrder(std::span<const uint8_t> bytes);
 
 struct FrameStartFound {
-  bool bigEndian = false;
+  std::endian order = std::endian::little;
   // Whether the marker has been consumed: it has when it straddled the end
   // of the stream buffer's bytes and was read as a word; otherwise the
   // stream stands on it and the buffer holds it.

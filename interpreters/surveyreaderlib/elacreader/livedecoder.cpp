@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
+#include "interpreters/surveyreaderlib/elacreader/framesearch.h"
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
 
 namespace elac {
@@ -16,17 +17,6 @@ constexpr size_t kWord = 4;
 // Start marker, size, body and end marker of the largest frame the decoder
 // takes.
 constexpr size_t kMostCapacity = kFrameEnvelopeSize + kMaxFrameBodySize + kWord;
-
-// The byte order of the frame start marker at the front of `bytes`, or
-// nothing when they hold none.
-std::optional<bool> StartMarkerOrder(std::span<const uint8_t> bytes) {
-  ByteCursor cursor(bytes, true);
-  uint32_t word = 0;
-  if (!cursor.Read(word)) return std::nullopt;
-  if (word == kFrameStart) return true;
-  if (ByteSwap(word) == kFrameStart) return false;
-  return std::nullopt;
-}
 
 }  // namespace
 
@@ -62,12 +52,8 @@ size_t LiveDecoder::Decode(ElacReader& reader) {
     const std::span<const uint8_t> held(bytes_.get() + head_, tail_ - head_);
     // The search steps over whole words from where the last frame left the
     // stream, as a file's does; the words passed over are consumed.
-    size_t at = 0;
-    std::optional<bool> order;
-    for (; at + kWord <= held.size(); at += kWord) {
-      order = StartMarkerOrder(held.subspan(at, kWord));
-      if (order) break;
-    }
+    const size_t at = FindFrameStart(held);
+    const std::optional<std::endian> order = FrameByteOrder(held.subspan(at));
     head_ += at;
     consumed += at;
     if (!order) break;

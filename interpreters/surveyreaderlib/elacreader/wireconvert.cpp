@@ -5,7 +5,7 @@
 namespace elac {
 namespace {
 
-bool NeedsSwap(bool bigEndian) { return bigEndian != (std::endian::native == std::endian::big); }
+bool NeedsSwap(std::endian order) { return order != std::endian::native; }
 
 uint8_t QualityFromCode(uint8_t code) {
   return code >= 1 && code <= 15 ? static_cast<uint8_t>(16 - code) : uint8_t{0};
@@ -16,15 +16,14 @@ uint8_t QualityFromCode(uint8_t code) {
 void StoreDoublesReversed(const ScalarArray<double>& values, double scale, float* out,
                           const WireKernels& kernels) {
   const size_t count = values.size();
-  size_t k =
-      kernels.doublesReversed(values.data(), count, NeedsSwap(values.bigEndian()), scale, out);
+  size_t k = kernels.doublesReversed(values.data(), count, NeedsSwap(values.order()), scale, out);
   for (; k < count; ++k) out[count - 1 - k] = static_cast<float>(values[k] * scale);
 }
 
 void StoreSamplesReversed(const ScalarArray<uint16_t>& values, float* out,
                           const WireKernels& kernels) {
   const size_t count = values.size();
-  size_t k = kernels.samplesReversed(values.data(), count, NeedsSwap(values.bigEndian()), out);
+  size_t k = kernels.samplesReversed(values.data(), count, NeedsSwap(values.order()), out);
   for (; k < count; ++k) out[count - 1 - k] = static_cast<float>(values[k]);
 }
 

@@ -19,7 +19,7 @@ namespace xsetest {
 inline std::vector<uint8_t> PositionFrames(int count, int64_t unixSeconds = 1660867200,
                                            uint32_t microseconds = 0) {
   std::vector<uint8_t> bytes;
-  xsewriter::FrameWriter writer(true);
+  xsewriter::FrameWriter writer(std::endian::big);
   for (int i = 0; i < count; ++i) {
     writer.BeginFrame(elac::kNavigationFrame, xsewriter::XseSecondsFromUnix(unixSeconds + i),
                       microseconds);

@@ -28,13 +28,14 @@ bool Decode(const GroupWriter& write, MultibeamRec& ping) {
 }
 
 // The pings that one bathymetry frame of `groups` delivered.
-xsetest::RecordingTarget PingsOf(const Groups& groups, int32_t mode = 0, bool bigEndian = true) {
-  return xsetest::DecodeFrames({xsetest::FrameOf(bigEndian, elac::kBathymetryFrame, groups)}, mode);
+xsetest::RecordingTarget PingsOf(const Groups& groups, int32_t mode = 0,
+                                 std::endian order = std::endian::big) {
+  return xsetest::DecodeFrames({xsetest::FrameOf(order, elac::kBathymetryFrame, groups)}, mode);
 }
 
 struct HeadCase {
   int32_t mode;
-  bool bigEndian;
+  std::endian order;
   std::vector<float> delivered;  // former indices of a 7-beam ping
 };
 
@@ -49,7 +50,7 @@ TEST_P(BeamFrameTest, ValuesAreConvertedAndReversedAndTheModeChoosesTheHalf) {
   for (auto type : {kTravelTimeGroup, kAcrossAngleGroup, kAlongAngleGroup, kAcrossTrackGroup,
                     kAlongTrackGroup, kDepthGroup})
     groups.push_back(Values(type, values));
-  const auto target = PingsOf(groups, GetParam().mode, GetParam().bigEndian);
+  const auto target = PingsOf(groups, GetParam().mode, GetParam().order);
   ASSERT_EQ(target.Count<MultibeamRec>(), 1u);
   const auto& ping = *target.Nth<MultibeamRec>();
   EXPECT_EQ(ping.pingNumber, 77);
@@ -68,10 +69,10 @@ TEST_P(BeamFrameTest, ValuesAreConvertedAndReversedAndTheModeChoosesTheHalf) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, BeamFrameTest,
-                         ::testing::Values(HeadCase{0, false, {0, 1, 2, 3, 4, 5, 6}},
-                                           HeadCase{1, true, {0, 1, 2}},
-                                           HeadCase{2, false, {3, 4, 5}},
-                                           HeadCase{7, true, {0, 1, 2, 3, 4, 5, 6}}));
+                         ::testing::Values(HeadCase{0, std::endian::little, {0, 1, 2, 3, 4, 5, 6}},
+                                           HeadCase{1, std::endian::big, {0, 1, 2}},
+                                           HeadCase{2, std::endian::little, {3, 4, 5}},
+                                           HeadCase{7, std::endian::big, {0, 1, 2, 3, 4, 5, 6}}));
 
 TEST(BeamDecoder, APingIsDeliveredOnlyWithOneCompleteSetOfArrays) {
   using enum xsewriter::BeamGroupType;

@@ -13,7 +13,7 @@ using elac::ByteCursor;
 constexpr std::array<uint8_t, 8> kBytes = {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08};
 
 TEST(ByteCursor, ReadsInItsByteOrderAndFailedStepsNeitherMoveNorWrite) {
-  ByteCursor big(kBytes, true), little(kBytes, false);
+  ByteCursor big(kBytes, std::endian::big), little(kBytes, std::endian::little);
   uint32_t word = 0;
   ASSERT_TRUE(little.Read(word));
   EXPECT_EQ(word, 0x04030201u);
@@ -32,7 +32,7 @@ TEST(ByteCursor, ReadsInItsByteOrderAndFailedStepsNeitherMoveNorWrite) {
 }
 
 TEST(ByteCursor, ArraysAndSlicesPastTheEndOrOverflowingAreRefused) {
-  ByteCursor cursor(kBytes, true);
+  ByteCursor cursor(kBytes, std::endian::big);
   EXPECT_FALSE(cursor.TakeArray<double>(std::numeric_limits<uint64_t>::max() / 4).has_value());
   EXPECT_FALSE(cursor.TakeArray<double>(2).has_value());
   EXPECT_EQ(cursor.offset(), 0u);

@@ -32,26 +32,26 @@ constexpr uint8_t kLoopback[4] = {127, 0, 0, 1};
 // between them: a wrong end marker, an absurd size, a frame too short for
 // its header, stray bytes. It ends with a sound frame.
 Bytes LiveStream() {
-  Bytes damaged = xsetest::HeadingFrame(true, 7);
+  Bytes damaged = xsetest::HeadingFrame(std::endian::big, 7);
   damaged[damaged.size() - 1] ^= 0xFF;  // end marker
-  Bytes absurd = xsetest::HeadingFrame(false, 8);
+  Bytes absurd = xsetest::HeadingFrame(std::endian::little, 8);
   absurd[7] = 0x7F;  // size far beyond the limit
   const Bytes tooShort = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
                           0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
   return xsetest::Concat({
-      xsetest::HeadingFrame(true, 1),
-      SidescanFrame(false, 2, 600000),
-      xsetest::PingFrame(true, 3, 400),
+      xsetest::HeadingFrame(std::endian::big, 1),
+      SidescanFrame(std::endian::little, 2, 600000),
+      xsetest::PingFrame(std::endian::big, 3, 400),
       Bytes{1, 2, 3, 4},
-      xsetest::HeadingFrame(false, 4),
+      xsetest::HeadingFrame(std::endian::little, 4),
       damaged,
-      SidescanFrame(true, 5, 40000),
+      SidescanFrame(std::endian::big, 5, 40000),
       absurd,
       tooShort,
       Bytes(5000, 0x24),
-      xsetest::PingFrame(false, 6, 50),
-      SidescanFrame(true, 9, 140000),
-      xsetest::HeadingFrame(true, 10),
+      xsetest::PingFrame(std::endian::little, 6, 50),
+      SidescanFrame(std::endian::big, 9, 140000),
+      xsetest::HeadingFrame(std::endian::big, 10),
   });
 }
 
@@ -113,7 +113,7 @@ TEST(LiveDecoderTest, AnyCutGivesTheRecordsOfTheFileEachFrameOnceInOrder) {
 }
 
 TEST(LiveDecoderTest, GrowsOnlyForTheFrameAtItsHeadAndThenAllocatesNoMore) {
-  const Bytes big = SidescanFrame(true, 1, 600000);
+  const Bytes big = SidescanFrame(std::endian::big, 1, 600000);
   elac::LiveDecoder decoder;
   xsetest::FingerprintTarget target;
   ElacReader reader(&target, ElacReader::kAllBeams);
@@ -125,7 +125,7 @@ TEST(LiveDecoderTest, GrowsOnlyForTheFrameAtItsHeadAndThenAllocatesNoMore) {
   }
   // A full buffer whose head frame fits is not grown: it is decoded first.
   elac::LiveDecoder small;
-  const Bytes heading = xsetest::HeadingFrame(true, 1);
+  const Bytes heading = xsetest::HeadingFrame(std::endian::big, 1);
   while (!small.Room().empty()) {
     const std::span<uint8_t> room = small.Room();
     const size_t count = std::min(room.size(), heading.size());
@@ -195,7 +195,8 @@ class ElacConnectionTest : public sockettest::SocketTest {
 TEST_F(ElacConnectionTest, LiveSurveyIsDecodedOnceInOrderAndTheServerReleased) {
   Bytes survey;
   for (uint32_t i = 0; i < 40; ++i) {
-    const Bytes frame = xsetest::HeadingFrame(i % 2 == 0, i);
+    const Bytes frame =
+        xsetest::HeadingFrame(i % 2 == 0 ? std::endian::big : std::endian::little, i);
     survey.insert(survey.end(), frame.begin(), frame.end());
   }
   xseserver::Options options;

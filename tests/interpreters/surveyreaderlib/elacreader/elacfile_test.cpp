@@ -25,7 +25,8 @@ TEST(ElacFile, StepsReportWhatTheyConsumedAndOpenFailsWithAReason) {
   EXPECT_EQ(file.openError(), "No such file or directory");
   EXPECT_FALSE(file.Open(dir.path().c_str()));
   EXPECT_EQ(file.openError(), "not a regular file");
-  const auto first = HeadingFrame(true), second = HeadingFrame(false, 0, 5);
+  const auto first = HeadingFrame(std::endian::big),
+             second = HeadingFrame(std::endian::little, 0, 5);
   const auto path = dir.Write("two.xse", xsetest::Concat({Bytes(12, 0), first, second}));
   ASSERT_TRUE(file.Open(path.c_str()));
   EXPECT_EQ(file.GetSize(), 12 + first.size() + second.size());
@@ -53,7 +54,7 @@ TEST(ElacFile, StepsReportWhatTheyConsumedAndOpenFailsWithAReason) {
 // the 32-bit interface saturate; the frame behind the zeros is still read.
 TEST(ElacFile, FramesPastFourGibibytesAreReadAndSizesSaturate) {
   xsetest::TempDir dir;
-  const auto frame = HeadingFrame(true);
+  const auto frame = HeadingFrame(std::endian::big);
   const std::string path = dir.Write("sparse.xse", frame);
   const uint64_t second = (uint64_t{1} << 32) + 16;
   {

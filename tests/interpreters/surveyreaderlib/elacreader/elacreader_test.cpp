@@ -50,8 +50,8 @@ TEST(ElacReader, HeadingFrameGivesStartTimeThenHeading) {
 
 // A navigation frame of `groups` at 5.25 s past kFrameSeconds, behind an
 // extra header word: groups are found wherever the header ends.
-Bytes NavigationFrame(bool bigEndian, const std::vector<GroupWriter>& groups) {
-  FrameWriter writer(bigEndian);
+Bytes NavigationFrame(std::endian order, const std::vector<GroupWriter>& groups) {
+  FrameWriter writer(order);
   writer.BeginFrame(elac::kNavigationFrame, kFrameSeconds + 5, 250000, 0xDEADBEEF);
   for (const auto& put : groups) put(writer);
   const auto frame = writer.EndFrame();
@@ -69,12 +69,12 @@ TEST(ElacReader, NavigationFrameGivesPositionByDatumAndHeadingAndAttitudeInDegre
   const std::pair<std::string, bool> kDatums[] = {
       {"WGS84", true}, {"wgs84", true},   {"", true},     {std::string("wgs84\0\0\0", 8), true},
       {"WGS", true},   {"wgs84x", false}, {"ED50", false}};
-  bool bigEndian = false;
+  std::endian order = std::endian::little;
   for (const auto& [datum, geographic] : kDatums) {
-    bigEndian = !bigEndian;
+    order = order == std::endian::big ? std::endian::little : std::endian::big;
     const auto target = xsetest::DecodeFrames({NavigationFrame(
-        bigEndian, {Position(datum), [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, -0.5); },
-                    [](FrameWriter& w) { xsewriter::PutAttitudeGroup(w, 0.25, -0.1, 0.05); }})});
+        order, {Position(datum), [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, -0.5); },
+                [](FrameWriter& w) { xsewriter::PutAttitudeGroup(w, 0.25, -0.1, 0.05); }})});
     ASSERT_THAT(target.Kinds(), ElementsAre("startTime", "position", "gyro", "motion")) << datum;
     const auto* position = target.Nth<quor::NavigationRec>();
     EXPECT_EQ(position->fieldMask, geographic ? 0x3u : 0x0u) << datum;
@@ -96,7 +96,7 @@ TEST(ElacReader, StartTimeAndDecodingFollowTheFrameType) {
       {6u, true, false}, {10u, false, false}, {0xFFFFFFFFu, true, false}};
   for (const auto& [frameType, startTime, headingDecoded] : kCases) {
     const auto target = xsetest::DecodeFrames({xsetest::WriteFrame(
-        true, frameType, [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 1.0); })});
+        std::endian::big, frameType, [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 1.0); })});
     EXPECT_EQ(target.Count<quor::timeval>(), startTime ? 1u : 0u) << frameType;
     EXPECT_EQ(target.Count<quor::GyroRec>(), headingDecoded ? 1u : 0u) << frameType;
   }
@@ -112,7 +112,7 @@ TEST(ElacReader, TimeBaseIs1901AndPre1970TimesAreMarkedInvalid) {
 TEST(ElacReader, ShortPositionGroupKeepsWgs84BitsForTheRestOfTheFrame) {
   // L = 5, "wgs84" and G = 30: the name fits, the coordinates do not.
   const auto target = xsetest::DecodeFrames({NavigationFrame(
-      true, {xsetest::Group(2, {5, 0x77677338, 0x34000000}, 14), Position("ED50")})});
+      std::endian::big, {xsetest::Group(2, {5, 0x77677338, 0x34000000}, 14), Position("ED50")})});
   ASSERT_EQ(target.Count<quor::NavigationRec>(), 1u);
   EXPECT_EQ(target.Nth<quor::NavigationRec>()->geographicFirst, 0.97)
       << "the bits of the short group choose the pair";
@@ -121,9 +121,10 @@ TEST(ElacReader, ShortPositionGroupKeepsWgs84BitsForTheRestOfTheFrame) {
 TEST(ElacReader, PingHeadingIsMarkedAsSecondSensorOnlyDuringTheCall) {
   const auto target = xsetest::DecodeFrames(
       {xsetest::WriteFrame(
-           true, elac::kBathymetryFrame,
+           std::endian::big, elac::kBathymetryFrame,
            [](FrameWriter& w) { xsewriter::PutPingHeadingGroup(w, 3 * std::numbers::pi / 2); }),
-       NavigationFrame(true, {[](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 0.0); }})});
+       NavigationFrame(std::endian::big,
+                       {[](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 0.0); }})});
   ASSERT_EQ(target.Count<quor::GyroRec>(), 2u);
   EXPECT_EQ(target.Nth<quor::GyroRec>(0)->heading, 270.0);
   EXPECT_EQ(target.Nth<quor::GyroRec>(0)->sensorIndex, 1);
@@ -141,8 +142,8 @@ TEST(ElacReader, GroupShorterThanItsFieldsIsRejected) {
   const std::array<uint32_t, 3> kCases[] = {{1, 11, 12}, {1, 7, 28}, {6, 19, 16}, {1, 2, 32}};
   for (const auto& [frameType, groupType, bodyBytes] : kCases) {
     for (uint32_t bytes : {bodyBytes - 1, bodyBytes}) {
-      const auto target = xsetest::DecodeFrames(
-          {xsetest::WriteFrame(true, frameType, xsetest::Group(groupType, {}, bytes - 4))});
+      const auto target = xsetest::DecodeFrames({xsetest::WriteFrame(
+          std::endian::big, frameType, xsetest::Group(groupType, {}, bytes - 4))});
       EXPECT_EQ(target.calls.size() - 1, bytes == bodyBytes ? 1u : 0u)
           << "group " << groupType << ", " << bytes << " bytes";
     }
@@ -176,7 +177,7 @@ TEST(ElacReader, OddSizesNeverReadPastTheFrame) {
   // Sizes that are not multiples of four leave a partial word at the end of
   // the group search; every cut of the frame must decode without reaching
   // outside the bytes it was given (checked by the sanitizers).
-  const auto frame = NavigationFrame(true, {Position("WGS84")});
+  const auto frame = NavigationFrame(std::endian::big, {Position("WGS84")});
   ElacReader reader(nullptr, 0);
   for (size_t cut = 0; cut <= frame.size(); ++cut) {
     Bytes bytes(frame.begin(), frame.begin() + static_cast<ptrdiff_t>(cut));

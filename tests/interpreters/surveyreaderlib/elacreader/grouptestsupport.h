@@ -28,9 +28,9 @@ inline constexpr uint32_t kFrameSeconds = 3838320000u;
 inline constexpr int32_t kUnixSeconds = 1660867200;
 
 // A frame of `frameType` whose groups `put` writes.
-inline Bytes WriteFrame(bool bigEndian, uint32_t frameType, const GroupWriter& put,
+inline Bytes WriteFrame(std::endian order, uint32_t frameType, const GroupWriter& put,
                         uint32_t micros = 0) {
-  xsewriter::FrameWriter writer(bigEndian);
+  xsewriter::FrameWriter writer(order);
   writer.BeginFrame(frameType, kFrameSeconds, micros);
   put(writer);
   const auto frame = writer.EndFrame();
@@ -38,17 +38,18 @@ inline Bytes WriteFrame(bool bigEndian, uint32_t frameType, const GroupWriter& p
 }
 
 // A frame of `frameType` holding `groups` in order.
-inline Bytes FrameOf(bool bigEndian, uint32_t frameType, const std::vector<GroupWriter>& groups) {
-  return WriteFrame(bigEndian, frameType, [&groups](xsewriter::FrameWriter& w) {
+inline Bytes FrameOf(std::endian order, uint32_t frameType,
+                     const std::vector<GroupWriter>& groups) {
+  return WriteFrame(order, frameType, [&groups](xsewriter::FrameWriter& w) {
     for (const auto& put : groups) put(w);
   });
 }
 
 // A navigation frame of one heading group behind `padWords` header words;
 // the microseconds tell frames apart.
-inline Bytes HeadingFrame(bool bigEndian, uint32_t micros = 0, int padWords = 0) {
+inline Bytes HeadingFrame(std::endian order, uint32_t micros = 0, int padWords = 0) {
   return WriteFrame(
-      bigEndian, elac::kNavigationFrame,
+      order, elac::kNavigationFrame,
       [=](xsewriter::FrameWriter& w) {
         for (int i = 0; i < padWords; ++i) w.PutU32(0);
         xsewriter::PutHeadingGroup(w, 1.0);
@@ -58,7 +59,7 @@ inline Bytes HeadingFrame(bool bigEndian, uint32_t micros = 0, int padWords = 0)
 
 // A bathymetry frame with every beam group, the wire values 10, 11, ... in
 // each (so a decoded depth[0] tells the beam count), and sound velocities.
-inline Bytes PingFrame(bool bigEndian, uint32_t micros, int beams) {
+inline Bytes PingFrame(std::endian order, uint32_t micros, int beams) {
   std::vector<double> values;
   for (int i = 0; i < beams; ++i) values.push_back(10.0 + i);
   const auto put = [&values](xsewriter::FrameWriter& w) {
@@ -72,12 +73,12 @@ inline Bytes PingFrame(bool bigEndian, uint32_t micros, int beams) {
     const xsewriter::SoundVelocityEntry velocities[] = {{0, 1490.0}, {1, 1495.0}};
     xsewriter::PutSoundVelocityGroup(w, velocities);
   };
-  return WriteFrame(bigEndian, elac::kBathymetryFrame, put, micros);
+  return WriteFrame(order, elac::kBathymetryFrame, put, micros);
 }
 
 // A sidescan frame of `count` samples (both sides) `delayUs` behind the
 // ping, ping number and microseconds `micros`, which also sets the values.
-inline Bytes SidescanFrame(bool bigEndian, uint32_t micros, size_t count, uint32_t delayUs = 0) {
+inline Bytes SidescanFrame(std::endian order, uint32_t micros, size_t count, uint32_t delayUs = 0) {
   std::vector<uint16_t> values(count);
   for (size_t i = 0; i < count; ++i) values[i] = static_cast<uint16_t>(i * 7 + micros);
   const auto put = [&](xsewriter::FrameWriter& w) {
@@ -85,18 +86,18 @@ inline Bytes SidescanFrame(bool bigEndian, uint32_t micros, size_t count, uint32
     xsewriter::PutSidescanSamplesGroup(w, 20, delayUs, values);
     xsewriter::PutSidescanGainGroup(w, 1, 2);
   };
-  return WriteFrame(bigEndian, elac::kSidescanFrame, put, micros);
+  return WriteFrame(order, elac::kSidescanFrame, put, micros);
 }
 
 // Runs `decode` on the body (type word onwards) of the one group that `put`
 // writes.
 template <typename Record>
 bool DecodeGroup(bool (*decode)(elac::ByteCursor, Record&), const GroupWriter& put, Record& record,
-                 bool bigEndian = true) {
-  const auto frame = WriteFrame(bigEndian, 0, put);
+                 std::endian order = std::endian::big) {
+  const auto frame = WriteFrame(order, 0, put);
   constexpr size_t kBodyStart = elac::kFrameHeaderSize + elac::kGroupEnvelopeSize;
-  const auto size = elac::LoadScalar<uint32_t>(frame.data() + kBodyStart - 4, bigEndian);
-  return decode(elac::ByteCursor(std::span(frame).subspan(kBodyStart, size), bigEndian), record);
+  const auto size = elac::LoadScalar<uint32_t>(frame.data() + kBodyStart - 4, order);
+  return decode(elac::ByteCursor(std::span(frame).subspan(kBodyStart, size), order), record);
 }
 
 // A group of `type` holding `words` and then `zeros` zero bytes.

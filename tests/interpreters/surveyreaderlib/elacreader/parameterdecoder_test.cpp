@@ -27,12 +27,11 @@ using Params = std::vector<ParameterRec>;
 constexpr double kDegrees = 57.29577951308232;
 
 // The records that one reader delivers for parameter frames of these groups.
-Params ParametersOf(bool bigEndian, std::initializer_list<std::vector<GroupWriter>> frames) {
+Params ParametersOf(std::endian order, std::initializer_list<std::vector<GroupWriter>> frames) {
   xsetest::RecordingTarget target;
   ElacReader reader(&target, 0);
   for (const auto& groups : frames)
-    EXPECT_TRUE(
-        reader.DecodeFrameBytes(xsetest::FrameOf(bigEndian, elac::kParameterFrame, groups)));
+    EXPECT_TRUE(reader.DecodeFrameBytes(xsetest::FrameOf(order, elac::kParameterFrame, groups)));
   Params records;
   for (const auto& call : target.calls)
     if (const auto* record = std::get_if<ParameterRec>(&call)) records.push_back(*record);
@@ -47,7 +46,7 @@ ParameterRec Device(int32_t id, int32_t kind) {
 }
 
 bool DecodeDevices(const GroupWriter& write, Params& params) {
-  return xsetest::DecodeGroup(elac::DecodeDeviceGroup, write, params, false);
+  return xsetest::DecodeGroup(elac::DecodeDeviceGroup, write, params, std::endian::little);
 }
 
 // What identifies a record: name, kind, fieldMask, valid, device id.
@@ -83,8 +82,9 @@ xsewriter::MountingEntry Mount(uint32_t id, double angle, uint8_t transmit = 1) 
 // such as the latency, stays from the position record.
 TEST(ParameterDecoder, InstallationGivesPositionMruAndHeadingAndADraftRewritesTheFirst) {
   const auto records = ParametersOf(
-      true, {{Installation({0.1, -0.2, 3.5, 0.01, 0.0125, {1, 2, 3}, {4, 5, 6}})},
-             {[](FrameWriter& w) { xsewriter::PutDraftGroup(w, 4.2, 12); }, Group(99, {}, 4)}});
+      std::endian::big,
+      {{Installation({0.1, -0.2, 3.5, 0.01, 0.0125, {1, 2, 3}, {4, 5, 6}})},
+       {[](FrameWriter& w) { xsewriter::PutDraftGroup(w, 4.2, 12); }, Group(99, {}, 4)}});
   // Three at once, then the frame's one device element after the last group.
   ASSERT_THAT(Summaries(records),
               ElementsAre("XSE Position|6|0x7|1|0", "XSE MRU|2|0x187|1|0", "XSE Heading|5|0x80|1|0",
@@ -104,7 +104,8 @@ TEST(ParameterDecoder, TransducerInstallationAddsPortAndStarboard) {
   const xsewriter::Installation8 values{0.25f,      0,    -0.5f, 0.0025f,   {1, 2, 3},
                                         {-1, 2, 3}, 0.5f, -0.5f, {7, 8, 9}, {10, 11, 12}};
   const auto records = ParametersOf(
-      false, {{[&](FrameWriter& w) { xsewriter::PutTransducerInstallationGroup(w, values); }}});
+      std::endian::little,
+      {{[&](FrameWriter& w) { xsewriter::PutTransducerInstallationGroup(w, values); }}});
   ASSERT_THAT(Summaries(records),
               ElementsAre("XSE Position|6|0x7|1|0", "XSE MRU|2|0x187|1|0", "XSE Heading|5|0x80|1|0",
                           "XSE Port Transducer|16|0x3f|1|0", "XSE Stbd Transducer|17|0x3f|0|0",
@@ -124,7 +125,7 @@ TEST(ParameterDecoder, DeviceListClassifiesAndMountingRepeatsKeepTheEarlierEntry
   const uint32_t ids[] = {11, 12, 13, 14}, codes[] = {1000, 4000, 2000, 5000};
   // The unknown identifier 99 is ignored.
   const auto records = ParametersOf(
-      true,
+      std::endian::big,
       {{[&](FrameWriter& w) { xsewriter::PutDeviceListGroup(w, ids, codes); },
         Mounting(
             {{11, 1, {0.1, 0, 0}, {1, 2, 3}}, {99, 0, {}, {}}, {11, 0, {0.2, 0, 0}, {4, 5, 6}}})}});
@@ -176,7 +177,7 @@ TEST(ParameterDecoder, OnlyGroupsWhoseSizesAndCountsHoldAreDecoded) {
   for (const auto& [decode, group, accepted] : kCases) {
     SCOPED_TRACE(row++);
     Params params = {Device(7, 16)};
-    EXPECT_EQ(xsetest::DecodeGroup(decode, group, params, false), accepted);
+    EXPECT_EQ(xsetest::DecodeGroup(decode, group, params, std::endian::little), accepted);
     if (!accepted) {
       EXPECT_EQ(Summaries(params), Summaries({Device(7, 16)}));
     }

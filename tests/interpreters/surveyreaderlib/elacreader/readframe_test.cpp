@@ -26,7 +26,7 @@ const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
                            0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
 
 Bytes Absurd(uint32_t micros) {
-  Bytes frame = HeadingFrame(true, micros);
+  Bytes frame = HeadingFrame(std::endian::big, micros);
   frame[4] = 0x7F;  // size near 2 GiB
   return frame;
 }
@@ -44,19 +44,21 @@ Bytes MixedStream(uint64_t* decodedBytes = nullptr) {
   };
   uint32_t micros = 1;
   for (int round = 0; round < 3; ++round) {
-    Bytes damaged = PingFrame(true, micros + 3, 3);
+    Bytes damaged = PingFrame(std::endian::big, micros + 3, 3);
     damaged.back() ^= 0xFF;  // wrong end marker
-    add(true, {HeadingFrame(true, micros), PingFrame(false, micros + 1, 5 + 40 * round),
-               HeadingFrame(false, micros + 2, round)});
+    add(true, {HeadingFrame(std::endian::big, micros),
+               PingFrame(std::endian::little, micros + 1, 5 + 40 * round),
+               HeadingFrame(std::endian::little, micros + 2, round)});
     add(false, {Bytes(8, 0xAA), damaged});
-    add(true, {PingFrame(true, micros + 4, 3)});
+    add(true, {PingFrame(std::endian::big, micros + 4, 3)});
     add(false, {Absurd(micros + 5), kHeaderless});
-    add(true, {PingFrame(round % 2 == 0, micros + 6, 40), HeadingFrame(true, micros + 7, 3),
+    add(true, {PingFrame(round % 2 == 0 ? std::endian::big : std::endian::little, micros + 6, 40),
+               HeadingFrame(std::endian::big, micros + 7, 3),
                xsetest::WriteFrame(
-                   false, 4000, [](FrameWriter&) {}, micros + 8)});
+                   std::endian::little, 4000, [](FrameWriter&) {}, micros + 8)});
     micros += 9;
   }
-  Bytes cut = PingFrame(true, micros, 7);
+  Bytes cut = PingFrame(std::endian::big, micros, 7);
   cut.resize(cut.size() / 2);
   add(false, {cut});
   if (decodedBytes != nullptr) *decodedBytes = good;
@@ -91,12 +93,13 @@ TEST(ReadFrame, ConsumptionAndStatisticsArePinnedForEachKindOfDamage) {
   auto stream = xsetest::StreamOf(MixedStream(&decodedBytes));
   elac::ReadStatistics statistics;
   const auto steps = Trace(stream, &statistics);
-  const size_t heading = HeadingFrame(true, 1).size(), small = PingFrame(true, 4, 3).size();
+  const size_t heading = HeadingFrame(std::endian::big, 1).size(),
+               small = PingFrame(std::endian::big, 4, 3).size();
   size_t at = heading - 4;  // each read stops on the end marker, the next consumes it
   EXPECT_EQ(steps[0], "read at " + std::to_string(at) + " startTime1 gyro");
-  at += PingFrame(false, 2, 5).size();
+  at += PingFrame(std::endian::little, 2, 5).size();
   EXPECT_EQ(steps[1], "read at " + std::to_string(at) + " startTime2 multibeam/5/14.000000");
-  at += HeadingFrame(false, 3, 0).size();
+  at += HeadingFrame(std::endian::little, 3, 0).size();
   EXPECT_EQ(steps[2], "read at " + std::to_string(at) + " startTime3 gyro");
   at += 4 + 8 + small;  // junk, then the whole damaged frame with its bad end marker
   EXPECT_EQ(steps[3], "none at " + std::to_string(at));
@@ -140,9 +143,9 @@ TEST(ReadFrame, FileBuffersOfEverySizeGiveTheSameCallsAsAWholeBuffer) {
 }
 
 TEST(ReadFrame, UnalignedJunkAbsurdSizeOrABadStreamReadNothing) {
-  auto unaligned = xsetest::StreamOf(Concat({Bytes(3, 0xAA), HeadingFrame(true, 0)}));
+  auto unaligned = xsetest::StreamOf(Concat({Bytes(3, 0xAA), HeadingFrame(std::endian::big, 0)}));
   auto absurd = xsetest::StreamOf(Absurd(0));
-  auto bad = xsetest::StreamOf(HeadingFrame(true, 0));
+  auto bad = xsetest::StreamOf(HeadingFrame(std::endian::big, 0));
   bad.setstate(std::ios_base::badbit);
   xsetest::RecordingTarget target;
   ElacReader reader(&target, 0);

@@ -34,19 +34,19 @@ bool Decode(const GroupWriter& write, SidescanRec& sidescan) {
 
 // Ping number 321, six samples 100 us apart behind a delay of two samples,
 // then the `trailing` groups.
-xsetest::Bytes SidescanFrame(bool bigEndian, std::vector<GroupWriter> trailing) {
+xsetest::Bytes SidescanFrame(std::endian order, std::vector<GroupWriter> trailing) {
   trailing.insert(trailing.begin(),
                   {[](FrameWriter& w) { xsewriter::PutSidescanPingGroup(w, 321); },
                    SamplesGroup(100, 200, {10, 11, 12, 13, 14, 15})});
-  return xsetest::FrameOf(bigEndian, elac::kSidescanFrame, trailing);
+  return xsetest::FrameOf(order, elac::kSidescanFrame, trailing);
 }
 
-class SidescanFrameTest : public ::testing::TestWithParam<bool> {};
+class SidescanFrameTest : public ::testing::TestWithParam<std::endian> {};
 
 // A frame delivers when its own groups complete the ping: gains are needed,
 // a later unknown group costs nothing, an empty one the whole ping.
 TEST_P(SidescanFrameTest, PingLaysBothSidesOutAroundTheDelayGap) {
-  const bool big = GetParam();
+  const std::endian big = GetParam();
   const auto target = xsetest::DecodeFrames(
       {SidescanFrame(big, {Gains(0, 0)}), SidescanFrame(big, {Group(42, {}, 4)}),
        SidescanFrame(big, {Gains(0, 0), Group(42, {}, 4)}),
@@ -60,7 +60,8 @@ TEST_P(SidescanFrameTest, PingLaysBothSidesOutAroundTheDelayGap) {
   EXPECT_THAT(Samples(*ping), ElementsAre(15, 14, 13, 0, 0, 0, 0, 12, 11, 10));
 }
 
-INSTANTIATE_TEST_SUITE_P(BothByteOrders, SidescanFrameTest, ::testing::Bool());
+INSTANTIATE_TEST_SUITE_P(BothByteOrders, SidescanFrameTest,
+                         ::testing::Values(std::endian::big, std::endian::little));
 
 // The largest delay gap that fits: b = kMaxSidescanSamples / 2 at 1 us.
 constexpr uint32_t kLargestGap = elac::kMaxSidescanSamples / 2;
@@ -114,8 +115,8 @@ TEST(SidescanDecoder, UnusableGroupIsAcceptedButChangesNothing) {
   }
   SidescanRec ping;
   const std::vector<uint8_t> stub = {0, 0};
-  EXPECT_FALSE(elac::DecodeSidescanGroup(elac::ByteCursor({}, true), ping));
-  EXPECT_TRUE(elac::DecodeSidescanGroup(elac::ByteCursor(stub, true), ping));
+  EXPECT_FALSE(elac::DecodeSidescanGroup(elac::ByteCursor({}, std::endian::big), ping));
+  EXPECT_TRUE(elac::DecodeSidescanGroup(elac::ByteCursor(stub, std::endian::big), ping));
 }
 
 }  // namespace

@@ -72,16 +72,16 @@ class CountingTarget final : public quor::ISurveyTarget {
   size_t parameters = 0, positions = 0, pings = 0, sidescans = 0;
 };
 
-xsetest::Bytes Navigation(bool bigEndian) {
-  return xsetest::WriteFrame(bigEndian, elac::kNavigationFrame, [](FrameWriter& w) {
+xsetest::Bytes Navigation(std::endian order) {
+  return xsetest::WriteFrame(order, elac::kNavigationFrame, [](FrameWriter& w) {
     xsewriter::PutPositionGroup(w, "WGS84", 0.9, 0.1, 3.0);
     xsewriter::PutHeadingGroup(w, 0.5);
     xsewriter::PutAttitudeGroup(w, 0.1, 0.01, 0.02);
   });
 }
 
-xsetest::Bytes Parameters(bool bigEndian, bool withTransducers) {
-  return xsetest::WriteFrame(bigEndian, elac::kParameterFrame, [=](FrameWriter& w) {
+xsetest::Bytes Parameters(std::endian order, bool withTransducers) {
+  return xsetest::WriteFrame(order, elac::kParameterFrame, [=](FrameWriter& w) {
     xsewriter::PutDraftGroup(w, 3.5, 4);
     withTransducers ? xsewriter::PutTransducerInstallationGroup(w, {})
                     : xsewriter::PutInstallationGroup(w, {});
@@ -104,14 +104,14 @@ TEST(SteadyAllocation, DecodingAllocatesNothingAfterTheFirstFrameOfEachKind) {
       << "the counting itself works";
   // The largest ping and sidescan come first; the later ones vary below
   // them and switch byte order.
-  const std::vector<xsetest::Bytes> firsts = {PingFrame(true, 0, 500),
-                                              SidescanFrame(true, 0, 2000, 10000), Navigation(true),
-                                              Parameters(true, true)};
+  const std::vector<xsetest::Bytes> firsts = {
+      PingFrame(std::endian::big, 0, 500), SidescanFrame(std::endian::big, 0, 2000, 10000),
+      Navigation(std::endian::big), Parameters(std::endian::big, true)};
   const std::vector<xsetest::Bytes> steady = {
-      PingFrame(false, 0, 400),   PingFrame(true, 0, 500),
-      PingFrame(true, 0, 7),      SidescanFrame(false, 0, 1999, 10000),
-      SidescanFrame(true, 0, 64), Navigation(false),
-      Parameters(false, false),   Parameters(true, true),
+      PingFrame(std::endian::little, 0, 400), PingFrame(std::endian::big, 0, 500),
+      PingFrame(std::endian::big, 0, 7),      SidescanFrame(std::endian::little, 0, 1999, 10000),
+      SidescanFrame(std::endian::big, 0, 64), Navigation(std::endian::little),
+      Parameters(std::endian::little, false), Parameters(std::endian::big, true),
   };
   CountingTarget target;
   ElacReader reader(&target, ElacReader::kSecondHead);

@@ -20,12 +20,12 @@ namespace {
 using elac::ScalarArray;
 
 template <typename T>
-std::vector<uint8_t> Wire(const std::vector<T>& values, bool bigEndian) {
+std::vector<uint8_t> Wire(const std::vector<T>& values, std::endian order) {
   std::vector<uint8_t> bytes(values.size() * sizeof(T));
   for (size_t i = 0; i < values.size(); ++i) {
     auto bits = std::bit_cast<std::conditional_t<sizeof(T) == 8, uint64_t, uint16_t>>(values[i]);
     for (size_t b = 0; b < sizeof(T); ++b) {
-      const size_t shift = 8 * (bigEndian ? sizeof(T) - 1 - b : b);
+      const size_t shift = 8 * (order == std::endian::big ? sizeof(T) - 1 - b : b);
       bytes[i * sizeof(T) + b] = static_cast<uint8_t>(bits >> shift);
     }
   }
@@ -72,11 +72,11 @@ INSTANTIATE_TEST_SUITE_P(EverySet, WireConvert, testing::ValuesIn(UsableSets()),
 TEST_P(WireConvert, DoublesMatchConvertingOneByOne) {
   std::mt19937_64 random(11);
   for (size_t count = 0; count < 40; ++count) {
-    for (bool bigEndian : {true, false}) {
+    for (std::endian order : {std::endian::big, std::endian::little}) {
       for (double scale : {1.0, -1.0, 0.5, -elac::kRadiansToDegrees}) {
         const auto values = AwkwardDoubles(count, random);
-        const auto wire = Wire(values, bigEndian);
-        const ScalarArray<double> array(wire.data(), count, bigEndian);
+        const auto wire = Wire(values, order);
+        const ScalarArray<double> array(wire.data(), count, order);
         std::vector<float> out(count + 1, 7.0f);
         elac::StoreDoublesReversed(array, scale, out.data(), kernels());
         for (size_t k = 0; k < count; ++k) {
@@ -92,13 +92,13 @@ TEST_P(WireConvert, DoublesMatchConvertingOneByOne) {
 TEST_P(WireConvert, SamplesMatchConvertingOneByOne) {
   std::mt19937_64 random(12);
   for (size_t count : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 32u, 33u, 1000u, 1003u}) {
-    for (bool bigEndian : {true, false}) {
+    for (std::endian order : {std::endian::big, std::endian::little}) {
       std::vector<uint16_t> values(count);
       for (auto& value : values) value = static_cast<uint16_t>(random());
       if (count > 0) values[0] = 0xFFFF;
-      const auto wire = Wire(values, bigEndian);
+      const auto wire = Wire(values, order);
       std::vector<float> out(count + 1, 7.0f);
-      elac::StoreSamplesReversed(ScalarArray<uint16_t>(wire.data(), count, bigEndian), out.data(),
+      elac::StoreSamplesReversed(ScalarArray<uint16_t>(wire.data(), count, order), out.data(),
                                  kernels());
       for (size_t k = 0; k < count; ++k)
         ASSERT_EQ(out[count - 1 - k], static_cast<float>(values[k])) << count << " " << k;
@@ -124,8 +124,8 @@ TEST_P(WireConvert, QualitiesMapEveryCodeAndReverse) {
     std::vector<uint8_t> codes(count);
     for (size_t i = 0; i < count; ++i) codes[i] = static_cast<uint8_t>(i * 7 + count);
     std::vector<uint8_t> out(count + 1, 99);
-    elac::StoreQualitiesReversed(ScalarArray<uint8_t>(codes.data(), count, true), out.data(),
-                                 kernels());
+    elac::StoreQualitiesReversed(ScalarArray<uint8_t>(codes.data(), count, std::endian::big),
+                                 out.data(), kernels());
     for (size_t k = 0; k < count; ++k) {
       const uint8_t code = codes[k];
       const uint8_t expected = code >= 1 && code <= 15 ? static_cast<uint8_t>(16 - code) : 0;
