@@ -21,6 +21,13 @@ struct Area {
 inline constexpr int kMinPlotSize = 100;  // pixels, either side
 inline constexpr int kMaxPlotSize = 8000;
 
+inline constexpr Rgb kWhite = {255, 255, 255};
+inline constexpr Rgb kBlack = {0, 0, 0};
+inline constexpr Rgb kNoData = {235, 235, 235};  // cells no record reached
+
+// Labels at twice the font's size on pictures 400 pixels wide and more.
+inline int TextScale(int width) { return width >= 400 ? 2 : 1; }
+
 // The vessel's track seen from above, north up, in metres from the first
 // fix, with a mark at each bathymetry ping, the start (green) and end (red),
 // a scale bar and a north arrow. Both axes share one scale.

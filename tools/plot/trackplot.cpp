@@ -5,10 +5,9 @@
 #include "tools/plot/surveyplots.h"
 
 namespace xseplot {
+
 namespace {
 
-constexpr Rgb kWhite = {255, 255, 255};
-constexpr Rgb kBlack = {0, 0, 0};
 constexpr Rgb kFrame = {200, 200, 200};
 constexpr Rgb kTrack = {24, 64, 128};
 constexpr Rgb kPing = {245, 150, 30};
@@ -16,8 +15,6 @@ constexpr Rgb kStart = {30, 160, 60};
 constexpr Rgb kEnd = {200, 30, 30};
 constexpr Rgb kOn = {1, 1, 1};
 constexpr int kInset = 6;
-
-int TextScale(int width) { return width >= 400 ? 2 : 1; }
 
 }  // namespace
 

@@ -6,15 +6,6 @@
 #include "tools/plot/surveyplots.h"
 
 namespace xseplot {
-namespace {
-
-constexpr Rgb kWhite = {255, 255, 255};
-constexpr Rgb kBlack = {0, 0, 0};
-constexpr Rgb kNoData = {235, 235, 235};
-
-int TextScale(int width) { return width >= 400 ? 2 : 1; }
-
-}  // namespace
 
 WaterfallPlot::WaterfallPlot(const SurveyExtent& extent, int width, int height)
     : extent_(extent),
