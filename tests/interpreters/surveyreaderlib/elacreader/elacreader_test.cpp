@@ -176,16 +176,29 @@ TEST(ElacReader, WhatIsNoFrameGivesNoCallAndGroupsRunningPastItAreDropped) {
 TEST(ElacReader, OddSizesNeverReadPastTheFrame) {
   // Sizes that are not multiples of four leave a partial word at the end of
   // the group search; every cut of the frame must decode without reaching
-  // outside the bytes it was given (checked by the sanitizers).
+  // outside the bytes it was given (the sanitizers check the reads). A
+  // position comes out only from a cut that holds the whole group, and then
+  // with the coordinates written, never with bytes from beyond the cut.
   const auto frame = NavigationFrame(std::endian::big, {Position("WGS84")});
-  ElacReader reader(nullptr, 0);
+  const size_t groupEnd = frame.size() - 8;  // before the group and frame end markers
+  xsetest::RecordingTarget target;
+  ElacReader reader(&target, 0);
   for (size_t cut = 0; cut <= frame.size(); ++cut) {
     Bytes bytes(frame.begin(), frame.begin() + static_cast<ptrdiff_t>(cut));
     for (const uint8_t sizeLow : std::vector<uint8_t>{0x00, 0x01, 0x02, 0x03, 0x7F, 0xFF}) {
       if (bytes.size() >= 8) bytes[7] = sizeLow;
+      target.calls.clear();
       reader.DecodeFrameBytes(bytes);
+      const auto* position = target.Nth<quor::NavigationRec>();
+      if (position == nullptr) continue;
+      EXPECT_GE(cut, groupEnd) << "size byte " << int{sizeLow};
+      EXPECT_EQ(position->geographicFirst, 0.97);
+      EXPECT_EQ(position->thirdCoordinate, 42.0);
     }
   }
+  target.calls.clear();
+  reader.DecodeFrameBytes(frame);
+  EXPECT_EQ(target.Count<quor::NavigationRec>(), 1u) << "the whole frame gives its position";
 }
 
 }  // namespace
