@@ -131,14 +131,24 @@ bool SetReceiveBufferSize(SocketHandle socket, int32_t size) {
   return ::setsockopt(Fd(socket), SOL_SOCKET, SO_RCVBUF, &value, sizeof value) == 0;
 }
 
-bool ConnectIpv4(SocketHandle socket, uint32_t address, uint16_t port) {
+namespace {
+
+// One connect call, started again when a signal interrupts it; 0 or -1
+// with errno set.
+int ConnectOnce(SocketHandle socket, uint32_t address, uint16_t port) {
   const sockaddr_in socketAddress = Ipv4(address, port);
   int result;
   do {
     result = ::connect(Fd(socket), reinterpret_cast<const sockaddr*>(&socketAddress),
                        sizeof socketAddress);
   } while (result != 0 && errno == EINTR);
-  return result == 0;
+  return result;
+}
+
+}  // namespace
+
+bool ConnectIpv4(SocketHandle socket, uint32_t address, uint16_t port) {
+  return ConnectOnce(socket, address, port) == 0;
 }
 
 bool ConnectIpv4Within(SocketHandle socket, uint32_t address, uint16_t port, uint32_t milliseconds,
@@ -147,12 +157,7 @@ bool ConnectIpv4Within(SocketHandle socket, uint32_t address, uint16_t port, uin
   constexpr int kSliceMs = 10;
   const int flags = ::fcntl(Fd(socket), F_GETFL);
   if (flags < 0 || ::fcntl(Fd(socket), F_SETFL, flags | O_NONBLOCK) != 0) return false;
-  const sockaddr_in socketAddress = Ipv4(address, port);
-  int result;
-  do {
-    result = ::connect(Fd(socket), reinterpret_cast<const sockaddr*>(&socketAddress),
-                       sizeof socketAddress);
-  } while (result != 0 && errno == EINTR);
+  const int result = ConnectOnce(socket, address, port);
   int error = result == 0 ? 0 : errno;
   if (error == EINPROGRESS) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
