@@ -14,6 +14,7 @@
 #include "tools/xse/csvwriter.h"
 #include "tools/xse/headoption.h"
 #include "tools/xse/livehost.h"
+#include "tools/xse/pluginreader.h"
 #include "tools/xse/recordfilter.h"
 #include "tools/xse/recordjsonwriter.h"
 
@@ -50,17 +51,9 @@ constexpr const char* kDumpHelp =
 int DumpLive(const ServerAddress& server, const std::string& connect, const LiveLimits& limits,
              int32_t mode, RecordFilter& filter) {
   XseReaderModule module;
-  if (!module.Load(XseReaderModule::DefaultPath())) {
-    std::fprintf(stderr, "xse: cannot load the reader plug-in: %s\n", module.error().c_str());
-    return kExitFailure;
-  }
+  PluginReader reader = LoadPluginReader(module, "xse");
+  if (reader == nullptr) return kExitFailure;
   const XseReaderEntryPoints& entry = module.entry();
-  std::unique_ptr<CReader, decltype(entry.destroyReader)> reader(entry.createReader(0),
-                                                                 entry.destroyReader);
-  if (reader == nullptr) {
-    std::fprintf(stderr, "xse: the reader plug-in did not start\n");
-    return kExitFailure;
-  }
   LiveReportObserver observer;
   reader->SetObserver(&observer);
   LiveTap tap(&filter, [&filter] { return filter.done(); });

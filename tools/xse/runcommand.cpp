@@ -17,6 +17,7 @@
 #include "tools/xse/commands.h"
 #include "tools/xse/jsontext.h"
 #include "tools/xse/livehost.h"
+#include "tools/xse/pluginreader.h"
 #include "tools/xse/progressbar.h"
 
 namespace xsetool {
@@ -197,17 +198,9 @@ int RunRunCommand(std::span<const std::string_view> args) {
   if (!server && files.empty()) return line.UsageError("no input file");
 
   XseReaderModule module;
-  if (!module.Load(XseReaderModule::DefaultPath())) {
-    std::fprintf(stderr, "xse run: cannot load the reader plug-in: %s\n", module.error().c_str());
-    return kExitFailure;
-  }
+  PluginReader reader = LoadPluginReader(module, "xse run");
+  if (reader == nullptr) return kExitFailure;
   const XseReaderEntryPoints& entry = module.entry();
-  std::unique_ptr<CReader, decltype(entry.destroyReader)> reader(entry.createReader(0),
-                                                                 entry.destroyReader);
-  if (reader == nullptr) {
-    std::fprintf(stderr, "xse run: the reader plug-in did not start\n");
-    return kExitFailure;
-  }
 
   reader->extensionCheck = extensionCheck ? 1 : 0;
   std::vector<Outcome> outcomes(files.size(), Outcome::kNotRead);
