@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -17,6 +18,13 @@ struct ToolResult {
   int status = -1;
   std::string out;
   std::string err;
+
+  bool operator==(const ToolResult&) const = default;
+  // All three parts, so a failed comparison shows what the tool did.
+  friend void PrintTo(const ToolResult& result, std::ostream* os) {
+    *os << "exit " << result.status << ", out \"" << result.out << "\", err \"" << result.err
+        << "\"";
+  }
 };
 
 inline std::string ShellQuote(const std::string& text) {
@@ -55,13 +63,9 @@ inline std::string CommandLine(const std::string& program, const std::vector<std
   return command;
 }
 
-// Runs `program` with `args`; stdin is empty.
-inline ToolResult RunTool(const std::string& program, const std::vector<std::string>& args) {
-  return RunCaptured(CommandLine(program, args));
-}
-
+// Runs the xse tool with `args`; stdin is empty.
 inline ToolResult RunXse(const std::vector<std::string>& args) {
-  return RunTool(XSE_XSE_TOOL, args);
+  return RunCaptured(CommandLine(XSE_XSE_TOOL, args));
 }
 
 }  // namespace xsetest

@@ -30,13 +30,4 @@ TEST(XseGen, SizeAndByteOrderShapeTheFile) {
   EXPECT_EQ(bytes.find("$HSF"), std::string::npos);
 }
 
-TEST(XseGen, UnwritableOutputIsReportedWithExitOne) {
-  xsetest::TempDir dir;
-  const std::string path = dir.File("no/such/folder/out.xse");
-  const auto result = RunXse({"gen", path});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "xse: cannot write " + path + ": No such file or directory\n");
-  EXPECT_EQ(result.out, "");
-}
-
 }  // namespace

@@ -1,5 +1,5 @@
 // xse plot on small generated surveys: PNGs of the asked size that show
-// something, and the usage and file errors.
+// something. Its usage and file errors are asserted with the other commands'.
 #include <gtest/gtest.h>
 #include <png.h>
 
@@ -55,33 +55,6 @@ TEST(XsePlotTest, EveryKindDrawsASurveyAtTheAskedSize) {
     EXPECT_EQ(picture.width, 320u) << kind;
     EXPECT_EQ(picture.height, 200u) << kind;
     EXPECT_GT(Colours(picture), 3u) << kind;
-  }
-}
-
-TEST(XsePlotTest, UsageAndFileErrors) {
-  xsetest::TempDir dir;
-  const std::string out = dir.File("out.png");
-  const struct {
-    std::vector<std::string> args;
-    int status;
-    std::string err;
-  } cases[] = {
-      {{"plot", "some.xse", "-o", out}, 2, "xse plot: --kind is needed\n"},
-      {{"plot", "--kind", "depth", "some.xse", "-o", out},
-       2,
-       "xse plot: invalid value 'depth' for --kind\n"},
-      {{"plot", "--kind", "track", "--width", "99", "some.xse", "-o", out},
-       2,
-       "xse plot: invalid value '99' for --width\n"},
-      {{"plot", "--kind", "track", "some.xse"}, 2, "xse plot: -o OUT.png is needed\n"},
-      {{"plot", "--kind", "track", dir.File("missing.xse"), "-o", out},
-       1,
-       "xse: cannot open " + dir.File("missing.xse") + ": "},
-  };
-  for (const auto& c : cases) {
-    const auto result = RunXse(c.args);
-    EXPECT_EQ(result.status, c.status) << c.args[1];
-    EXPECT_EQ(result.err.substr(0, c.err.size()), c.err);
   }
 }
 

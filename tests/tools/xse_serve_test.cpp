@@ -134,32 +134,12 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
   }
 }
 
-TEST(XseServeTest, UsageAndUnreachableServers) {
-  struct Case {
-    std::vector<std::string> args;
-    int status;
-    std::string err;
-  };
+TEST(XseServeTest, UnreachableServerExitsOne) {
   const std::string closed = "127.0.0.1:" + std::to_string(FreePort());
-  const Case cases[] = {
-      {{"serve"}, 2, "xse serve: no input file\n"},
-      {{"serve", "--port", "70000", "a.xse"}, 2, "xse serve: invalid value '70000' for --port\n"},
-      {{"serve", "--rate", "0", "a.xse"}, 2, "xse serve: invalid value '0' for --rate\n"},
-      {{"serve", "/nonexistent/a.xse"},
-       1,
-       "xse serve: /nonexistent/a.xse: No such file or directory\n"},
-      {{"run", "--connect", "1.2.3:4"}, 2, "xse run: invalid value '1.2.3:4' for --connect\n"},
-      {{"dump", "--idle-exit", "1", "a.xse"}, 2, "xse dump: --idle-exit needs --connect\n"},
-      {{"run", "--connect", closed, "--duration", "1"},
-       1,
-       "xse: cannot reach the XSE server at " + closed + "\n"},
-      {{"dump", "--connect", closed}, 1, "xse: cannot reach the XSE server at " + closed + "\n"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.args.back());
-    const xsetest::ToolResult result = RunXse(c.args);
-    EXPECT_EQ(result.status, c.status);
-    EXPECT_THAT(result.err, StartsWith(c.err));
+  for (const auto& args : {std::vector<std::string>{"run", "--connect", closed, "--duration", "1"},
+                           std::vector<std::string>{"dump", "--connect", closed}}) {
+    EXPECT_EQ(RunXse(args),
+              (xsetest::ToolResult{1, "", "xse: cannot reach the XSE server at " + closed + "\n"}));
   }
 }
 

@@ -1,6 +1,7 @@
 // The xse command line: every wrong usage exits 2 with the reason and the
-// command's usage on stderr, and every command has help on stdout. A usage
-// may go on with further forms of the command.
+// command's usage on stderr, a file it cannot read or write exits 1 with the
+// reason, and every command has help on stdout. A usage may go on with
+// further forms of the command.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,12 +10,14 @@
 #include <vector>
 
 #include "support/runtool.h"
+#include "support/tempdir.h"
 
 namespace {
 
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using xsetest::RunXse;
+using xsetest::ToolResult;
 
 const std::map<std::string, std::string> kUsage = {
     {"gen",
@@ -26,39 +29,56 @@ const std::map<std::string, std::string> kUsage = {
      "                [--head all|first|second] FILE...\n"},
     {"info", "usage: xse info [--json] FILE...\n"},
     {"run", "usage: xse run [--events] [--no-ext-check] FILE...\n"},
-    {"check", "usage: xse check [--ext] FILE...\n"}};
+    {"check", "usage: xse check [--ext] FILE...\n"},
+    {"plot",
+     "usage: xse plot --kind track|swath|waterfall [--head all|first|second]\n"
+     "                [--width N] [--height N] FILE -o OUT.png\n"},
+    {"serve",
+     "usage: xse serve [--port N] [--data-port N] [--chunk BYTES] [--rate BYTES_PER_SECOND]\n"
+     "                 [--interval-ms MS] [--loop N] [--wait SECONDS] FILE\n"}};
 
 TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
   const struct {
     std::vector<std::string> args;
     const char* message;
-  } cases[] = {{{"gen"}, "no output file"},
-               {{"gen", "a.xse", "b.xse"}, "more than one output file"},
-               {{"gen", "--seed"}, "--seed needs a value"},
-               {{"gen", "--duration", "0", "o"}, "invalid value '0' for --duration"},
-               {{"gen", "--size", "1.5G", "o"}, "invalid value '1.5G' for --size"},
-               {{"gen", "--size", "0", "o"}, "invalid value '0' for --size"},
-               {{"gen", "--beams", "0", "o"}, "invalid value '0' for --beams"},
-               {{"gen", "--beams", "8193", "o"}, "invalid value '8193' for --beams"},
-               {{"gen", "--samples", "65537", "o"}, "invalid value '65537' for --samples"},
-               {{"gen", "--nav-rate", "0.5", "o"}, "invalid value '0.5' for --nav-rate"},
-               {{"gen", "--ping-rate", "51", "o"}, "invalid value '51' for --ping-rate"},
-               {{"gen", "--byte-order", "middle", "o"}, "invalid value 'middle' for --byte-order"},
-               {{"gen", "--seed", "-3", "o"}, "invalid value '-3' for --seed"},
-               {{"gen", "--frobnicate", "1", "o"}, "unknown option '--frobnicate'"},
-               {{"dump"}, "no input file"},
-               {{"dump", "--format", "xml", "f"}, "invalid value 'xml' for --format"},
-               {{"dump", "--format", "csv", "f"}, "--format csv needs --kind"},
-               {{"dump", "--kind", "ping", "f"}, "invalid value 'ping' for --kind"},
-               {{"dump", "--limit", "-1", "f"}, "invalid value '-1' for --limit"},
-               {{"dump", "--head"}, "--head needs a value"},
-               {{"dump", "--head", "third", "f"}, "invalid value 'third' for --head"},
-               {{"dump", "--bogus", "f"}, "unknown option '--bogus'"},
-               {{"info", "--csv", "f"}, "unknown option '--csv'"},
-               {{"run"}, "no input file"},
-               {{"run", "--bogus", "a.xse"}, "unknown option '--bogus'"},
-               {{"check"}, "no input file"},
-               {{"check", "--nope", "a"}, "unknown option '--nope'"}};
+  } cases[] = {
+      {{"gen"}, "no output file"},
+      {{"gen", "a.xse", "b.xse"}, "more than one output file"},
+      {{"gen", "--seed"}, "--seed needs a value"},
+      {{"gen", "--duration", "0", "o"}, "invalid value '0' for --duration"},
+      {{"gen", "--size", "1.5G", "o"}, "invalid value '1.5G' for --size"},
+      {{"gen", "--size", "0", "o"}, "invalid value '0' for --size"},
+      {{"gen", "--beams", "0", "o"}, "invalid value '0' for --beams"},
+      {{"gen", "--beams", "8193", "o"}, "invalid value '8193' for --beams"},
+      {{"gen", "--samples", "65537", "o"}, "invalid value '65537' for --samples"},
+      {{"gen", "--nav-rate", "0.5", "o"}, "invalid value '0.5' for --nav-rate"},
+      {{"gen", "--ping-rate", "51", "o"}, "invalid value '51' for --ping-rate"},
+      {{"gen", "--byte-order", "middle", "o"}, "invalid value 'middle' for --byte-order"},
+      {{"gen", "--seed", "-3", "o"}, "invalid value '-3' for --seed"},
+      {{"gen", "--frobnicate", "1", "o"}, "unknown option '--frobnicate'"},
+      {{"dump"}, "no input file"},
+      {{"dump", "--format", "xml", "f"}, "invalid value 'xml' for --format"},
+      {{"dump", "--format", "csv", "f"}, "--format csv needs --kind"},
+      {{"dump", "--kind", "ping", "f"}, "invalid value 'ping' for --kind"},
+      {{"dump", "--limit", "-1", "f"}, "invalid value '-1' for --limit"},
+      {{"dump", "--head"}, "--head needs a value"},
+      {{"dump", "--head", "third", "f"}, "invalid value 'third' for --head"},
+      {{"dump", "--bogus", "f"}, "unknown option '--bogus'"},
+      {{"dump", "--idle-exit", "1", "f"}, "--idle-exit needs --connect"},
+      {{"info", "--csv", "f"}, "unknown option '--csv'"},
+      {{"run"}, "no input file"},
+      {{"run", "--bogus", "a.xse"}, "unknown option '--bogus'"},
+      {{"run", "--connect", "1.2.3:4"}, "invalid value '1.2.3:4' for --connect"},
+      {{"check"}, "no input file"},
+      {{"check", "--nope", "a"}, "unknown option '--nope'"},
+      {{"plot", "f", "-o", "o.png"}, "--kind is needed"},
+      {{"plot", "--kind", "depth", "f", "-o", "o.png"}, "invalid value 'depth' for --kind"},
+      {{"plot", "--kind", "track", "--width", "99", "f", "-o", "o.png"},
+       "invalid value '99' for --width"},
+      {{"plot", "--kind", "track", "f"}, "-o OUT.png is needed"},
+      {{"serve"}, "no input file"},
+      {{"serve", "--port", "70000", "f"}, "invalid value '70000' for --port"},
+      {{"serve", "--rate", "0", "f"}, "invalid value '0' for --rate"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::PrintToString(c.args));
     const auto result = RunXse(c.args);
@@ -74,6 +94,20 @@ TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
                                                     : "xse: unknown command 'frobnicate'\n"
                                                       "usage: xse COMMAND"));
   }
+}
+
+TEST(XseTool, FilesThatCannotBeReadOrWrittenExitOneWithTheReason) {
+  xsetest::TempDir dir;
+  const std::string missing = dir.File("missing.xse"), unwritable = dir.File("no/such/out.xse");
+  const std::string noFile = ": No such file or directory\n";
+  const struct {
+    std::vector<std::string> args;
+    std::string err;
+  } cases[] = {{{"gen", unwritable}, "xse: cannot write " + unwritable + noFile},
+               {{"plot", "--kind", "track", missing, "-o", dir.File("o.png")},
+                "xse: cannot open " + missing + noFile},
+               {{"serve", missing}, "xse serve: " + missing + noFile}};
+  for (const auto& c : cases) EXPECT_EQ(RunXse(c.args), (ToolResult{1, "", c.err}));
 }
 
 TEST(XseTool, EveryCommandHasHelpOnStdout) {
