@@ -7,8 +7,7 @@
 
 namespace {
 
-using xsetool::AppendJsonNumber;
-using xsetool::AppendJsonString;
+using namespace xsetool;
 
 template <typename T>
 std::string Json(T value) {

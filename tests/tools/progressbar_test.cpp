@@ -9,8 +9,7 @@
 
 namespace {
 
-using xsetool::ProgressBar;
-using xsetool::RenderProgressLine;
+using namespace xsetool;
 using namespace std::chrono_literals;
 
 TEST(ProgressLine, ShowsBarPercentAndMebibytes) {
