@@ -19,23 +19,20 @@ constexpr double kLatitude = 0.95;  // radians, about 54.4 degrees north
 constexpr double kLongitude = 0.19;
 constexpr double kEarthRadius = 6371008.8;
 
+// Both passes over the same records, as xse plot streams a file twice.
 template <typename Plot>
 struct Drawing {
+  template <typename Feed>
+  explicit Drawing(Feed feed, int width = 400, int height = 300) {
+    feed(extent);
+    plot.emplace(extent, width, height);
+    feed(*plot);
+    picture.emplace(plot->Render());
+  }
   SurveyExtent extent;
   std::optional<Plot> plot;
   std::optional<Raster> picture;
 };
-
-// Both passes over the same records, as xse plot streams a file twice.
-template <typename Plot, typename Feed>
-std::unique_ptr<Drawing<Plot>> Draw(Feed feed, int width = 400, int height = 300) {
-  auto drawing = std::make_unique<Drawing<Plot>>();
-  feed(drawing->extent);
-  drawing->plot.emplace(drawing->extent, width, height);
-  feed(*drawing->plot);
-  drawing->picture.emplace(drawing->plot->Render());
-  return drawing;
-}
 
 quor::NavigationRec Fix(double eastMetres, double northMetres) {
   quor::NavigationRec fix;
@@ -55,14 +52,11 @@ TEST(TrackPlotTest, NorthThenEastLandsNorthUpAtOneScale) {
       target.HandleMultibeam(ping);
     }
   };
-  const auto drawing = Draw<TrackPlot>(feed);
-  const SurveyExtent& extent = drawing->extent;
-  const TrackPlot* plot = &*drawing->plot;
-  const Raster& picture = *drawing->picture;
-  EXPECT_EQ(picture.width(), 400);
-  EXPECT_EQ(picture.height(), 300);
-  EXPECT_NEAR(extent.north.max, 200, 0.01);
-  EXPECT_NEAR(extent.east.max, 100, 0.01);
+  const Drawing<TrackPlot> drawing(feed);
+  const TrackPlot* plot = &*drawing.plot;
+  const Raster& picture = *drawing.picture;
+  EXPECT_NEAR(drawing.extent.north.max, 200, 0.01);
+  EXPECT_NEAR(drawing.extent.east.max, 100, 0.01);
   // The taller side fills the plot's height; east keeps the same scale.
   EXPECT_NEAR(plot->metresPerPixel(), 200.0 / (plot->area().height - 1), 1e-6);
 
@@ -105,10 +99,9 @@ TEST(SwathPlotTest, FlatSeafloorIsOneColourOverTheWholeSwath) {
     for (uint32_t beam = 0; beam < 64; ++beam) ping.depth[beam] = 20.0f;
     for (int i = 0; i < 1000; ++i) target.HandleMultibeam(ping);  // more pings than columns
   };
-  const auto drawing = Draw<SwathPlot>(feed);
-  const SwathPlot* plot = &*drawing->plot;
-  const Raster& picture = *drawing->picture;
-  const Area area = plot->area();
+  const Drawing<SwathPlot> drawing(feed);
+  const Raster& picture = *drawing.picture;
+  const Area area = drawing.plot->area();
   const Rgb middle = DepthColour(0.5);
   for (int y = area.y; y < area.y + area.height; ++y)
     for (int x = area.x; x < area.x + area.width; ++x)
@@ -128,10 +121,9 @@ TEST(SwathPlotTest, StepInDepthAndMissingBeamsLandInTheirColumnsAndRows) {
       target.HandleMultibeam(ping);
     }
   };
-  const auto drawing = Draw<SwathPlot>(feed);
-  const SwathPlot* plot = &*drawing->plot;
-  const Raster& picture = *drawing->picture;
-  const Area area = plot->area();
+  const Drawing<SwathPlot> drawing(feed);
+  const Raster& picture = *drawing.picture;
+  const Area area = drawing.plot->area();
   const int portRow = area.y + area.height / 4, starboardRow = area.y + 3 * area.height / 4;
   EXPECT_EQ(picture.At(area.x, portRow), DepthColour(0));
   EXPECT_EQ(picture.At(area.x + area.width / 2 - 1, portRow), DepthColour(0));
@@ -149,12 +141,9 @@ TEST(WaterfallPlotTest, QuietPortAndLoudStarboardSplitThePicture) {
     for (uint32_t i = 0; i < 100; ++i) ping.samples[i] = i < 50 ? 0.0f : 500.0f;
     for (int i = 0; i < 30; ++i) target.HandleSidescan(ping);
   };
-  const auto drawing = Draw<WaterfallPlot>(feed, 200, 150);
-  const WaterfallPlot* plot = &*drawing->plot;
-  const Raster& picture = *drawing->picture;
-  EXPECT_EQ(picture.width(), 200);
-  EXPECT_EQ(picture.height(), 150);
-  const Area area = plot->area();
+  const Drawing<WaterfallPlot> drawing(feed, 200, 150);
+  const Raster& picture = *drawing.picture;
+  const Area area = drawing.plot->area();
   for (int y = area.y; y < area.y + area.height; y += 7) {
     EXPECT_EQ(picture.At(area.x + 1, y), (Rgb{0, 0, 0}));
     EXPECT_EQ(picture.At(area.x + area.width - 2, y), (Rgb{255, 255, 255}));
