@@ -91,7 +91,7 @@ TEST(SurveyGenerator, ByteOrderChangesTheBytesButNotTheRecords) {
   // The mixed order's share of big-endian frames is pinned by `xse info`.
   SurveyOptions options = Small();
   options.durationSeconds = 1.0;
-  std::string records[3];
+  std::string bigRecords;
   using enum xsetool::ByteOrderChoice;
   for (auto order : {kBig, kLittle, kMixed}) {
     options.byteOrder = order;
@@ -99,16 +99,14 @@ TEST(SurveyGenerator, ByteOrderChangesTheBytesButNotTheRecords) {
     if (order != kMixed) {
       EXPECT_EQ(survey.bigEndianFrames, order == kBig ? survey.frames : 0u);
     }
-    const auto i = static_cast<size_t>(order);
     xsetest::CapturedOutput out;
     xsetool::RecordJsonWriter writer(out.file());
     Decode(survey.bytes, writer);
     writer.Flush();
-    records[i] = out.Text();
+    if (order == kBig) bigRecords = out.Text();
+    EXPECT_EQ(out.Text(), bigRecords) << static_cast<int>(order);
   }
-  EXPECT_THAT(records[0], ::testing::HasSubstr("\"kind\":\"multibeam\""));
-  EXPECT_EQ(records[1], records[0]);
-  EXPECT_EQ(records[2], records[0]);
+  EXPECT_THAT(bigRecords, ::testing::HasSubstr("\"kind\":\"multibeam\""));
 }
 
 TEST(SurveyGenerator, PingsLookLikeASeafloorSeenFromTwoHeads) {
