@@ -23,9 +23,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using xsetest::PositionFrames;
-using xsetest::RunXse;
-using xsetest::TempDir;
+using namespace xsetest;
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
@@ -87,15 +85,13 @@ TEST(XseRun, ExtensionCheckCanBeSwitchedOff) {
   EXPECT_EQ(checked.out,
             "{\"event\":\"finished\",\"result\":0,\"startTimeSet\":0,\"startTimeSec\":0,"
             "\"startTimeMs\":0}\n");
-  const auto unchecked = RunXse({"run", "--no-ext-check", file});
-  EXPECT_EQ(unchecked.status, 0) << unchecked.err;
-  EXPECT_EQ(unchecked.out, file + ": read\n");
+  EXPECT_EQ(RunXse({"run", "--no-ext-check", file}), (ToolResult{0, file + ": read\n", ""}));
 }
 
 TEST(XseRun, ModuleThatDoesNotLoadIsReported) {
   TempDir dir;
-  const auto result = xsetest::RunToolWith(XSE_XSE_TOOL, {"run", "a.xse"}, dir.path().string(),
-                                           {{"XSE_READER_MODULE", dir.File("none.so")}});
+  const auto result = RunToolWith(XSE_XSE_TOOL, {"run", "a.xse"}, dir.path().string(),
+                                  {{"XSE_READER_MODULE", dir.File("none.so")}});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("xse run: cannot load the reader plug-in: "));
 }
@@ -107,7 +103,7 @@ TEST(XseRun, CtrlCStopsTheRunWithoutReportingTheCurrentFile) {
   // the test sends the interrupt. The shell tells its id, then becomes xse.
   std::vector<std::string> args(40, dir.Write("long.xse", PositionFrames(200)));
   args.insert(args.begin(), {"run", "--events"});
-  const std::string command = "echo $$; exec " + xsetest::CommandLine(XSE_XSE_TOOL, args);
+  const std::string command = "echo $$; exec " + CommandLine(XSE_XSE_TOOL, args);
   std::FILE* child = ::popen((command + " 2>/dev/null").c_str(), "r");
   ASSERT_NE(child, nullptr);
   char chunk[4096];
