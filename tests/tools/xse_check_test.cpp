@@ -11,9 +11,7 @@
 
 namespace {
 
-using xsetest::PositionFrames;
-using xsetest::RunXse;
-using xsetest::TempDir;
+using namespace xsetest;
 
 TEST(XseCheck, AnswersPerFileAndSucceedsOnlyWhenAllAreYes) {
   TempDir dir;
@@ -38,12 +36,10 @@ TEST(XseCheck, AnswersPerFileAndSucceedsOnlyWhenAllAreYes) {
   EXPECT_EQ(mixed.out, good + ": yes\n" + other + ": yes\n" + empty + ": no\n" + cut + ": no\n" +
                            tail + ": yes\n" + shifted + ": no\n" + missing + ": no\n");
 
-  const auto withExtension = RunXse({"check", "--ext", good, other});
-  EXPECT_EQ(withExtension.status, 1);
-  EXPECT_EQ(withExtension.out, good + ": yes\n" + other + ": no\n");
-
-  const auto allYes = RunXse({"check", good, tail});
-  EXPECT_EQ(allYes.status, 0);
+  EXPECT_EQ(RunXse({"check", "--ext", good, other}),
+            (ToolResult{1, good + ": yes\n" + other + ": no\n", ""}));
+  EXPECT_EQ(RunXse({"check", good, tail}),
+            (ToolResult{0, good + ": yes\n" + tail + ": yes\n", ""}));
 }
 
 // Special files get an answer at once, and the tools say why they are not
