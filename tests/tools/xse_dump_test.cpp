@@ -18,12 +18,11 @@
 
 namespace {
 
-using xsetest::RunXse;
-using xsetest::TempDir;
+using namespace xsetest;
 using xsewriter::FrameWriter;
 
 // Runs `xse dump` with `options` on a file of the frame `writer` holds.
-xsetest::ToolResult Dump(FrameWriter& writer, std::vector<std::string> options) {
+ToolResult Dump(FrameWriter& writer, std::vector<std::string> options) {
   TempDir dir;
   const auto frame = writer.EndFrame();
   options.insert(options.begin(), "dump");
@@ -103,7 +102,7 @@ TEST(XseDumpCsv, SidescanGivesOneRowPerSample) {
 }
 
 TEST(XseDumpCsv, NamesWithCommasOrQuotesAreQuoted) {
-  xsetest::CapturedOutput out;
+  CapturedOutput out;
   {
     xsetool::CsvRecordWriter csv(out.file(), xsetool::RecordKind::kParameter);
     quor::ParameterRec record;

@@ -15,9 +15,7 @@
 
 namespace {
 
-using ::testing::MatchesRegex;
-using xsetest::RunXse;
-using xsetest::TempDir;
+using namespace xsetest;
 
 // The decode rate differs from run to run; everything else is exact.
 std::string WithoutDecodeRate(const std::string& text) {
@@ -147,7 +145,7 @@ TEST(XseInfo, CountsRejectedFramesAndReportsUnreadableFilesBetweenTheOthers) {
   const auto json = RunXse({"info", "--json", missing, path, empty, path});
   EXPECT_EQ(json.status, 1);
   EXPECT_EQ(json.err, result.err);
-  EXPECT_THAT(json.out, MatchesRegex("(\\{\"file\":\"[^\n]*\\}\n){2}"));
+  EXPECT_THAT(json.out, ::testing::MatchesRegex("(\\{\"file\":\"[^\n]*\\}\n){2}"));
 }
 
 }  // namespace

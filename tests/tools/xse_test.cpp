@@ -16,8 +16,7 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-using xsetest::RunXse;
-using xsetest::ToolResult;
+using namespace xsetest;
 
 const std::map<std::string, std::string> kUsage = {
     {"gen",
@@ -97,7 +96,7 @@ TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
 }
 
 TEST(XseTool, FilesThatCannotBeReadOrWrittenExitOneWithTheReason) {
-  xsetest::TempDir dir;
+  TempDir dir;
   const std::string missing = dir.File("missing.xse"), unwritable = dir.File("no/such/out.xse");
   const std::string noFile = ": No such file or directory\n";
   const struct {
