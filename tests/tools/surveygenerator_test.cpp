@@ -1,6 +1,7 @@
 // Generated surveys: the same options give the same bytes, every frame
-// decodes, and the limits and byte orders do what they say. The counts the
-// generator reports are pinned by `xse info`'s test of `xse gen`'s summary.
+// decodes, and the limits and byte orders do what they say, also as `xse gen`
+// takes them from its command line. The counts the generator reports are
+// pinned by `xse info`'s test of `xse gen`'s summary.
 #include "tools/xse/surveygenerator.h"
 
 #include <gmock/gmock.h>
@@ -8,6 +9,7 @@
 
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <numbers>
 #include <sstream>
@@ -17,6 +19,8 @@
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
 #include "support/capturedoutput.h"
 #include "support/recordingtarget.h"
+#include "support/runtool.h"
+#include "support/tempdir.h"
 #include "tools/xse/recordjsonwriter.h"
 
 namespace {
@@ -131,6 +135,20 @@ TEST(SurveyGenerator, PingsLookLikeASeafloorSeenFromTwoHeads) {
   }
   EXPECT_LT(ping->acrossTrack[0], -50.0f) << "port head's outer beam";
   EXPECT_GT(ping->acrossTrack[31], 50.0f) << "starboard head's outer beam";
+}
+
+TEST(XseGen, SizeAndByteOrderShapeTheFile) {
+  xsetest::TempDir dir;
+  const std::string path = dir.File("s.xse");
+  const auto result =
+      xsetest::RunXse({"gen", "--size", "64K", "--beams", "4", "--byte-order", "little", path});
+  EXPECT_EQ(result.status, 0) << result.err;
+  const auto size = std::filesystem::file_size(path);
+  EXPECT_GE(size, 65536u);
+  EXPECT_LT(size, 65536u + 4096u);
+  const std::string bytes = xsetest::ReadWholeFile(path);
+  EXPECT_EQ(bytes.substr(0, 4), "FSH$");
+  EXPECT_EQ(bytes.find("$HSF"), std::string::npos);
 }
 
 }  // namespace
