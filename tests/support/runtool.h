@@ -1,4 +1,7 @@
-// Runs the xse tool as a user would and captures what it printed.
+// Runs the xse tool as a user would and captures what it printed; also
+// other tools in a given folder and environment, as child processes whose
+// process-wide state (loaded modules, trace files) stays apart from the
+// test's.
 #pragma once
 
 #include <sys/wait.h>
@@ -8,6 +11,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/tempdir.h"
@@ -29,13 +33,7 @@ struct ToolResult {
 
 inline std::string ShellQuote(const std::string& text) {
   std::string quoted = "'";
-  for (char c : text) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
+  for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return quoted + "'";
 }
 
@@ -66,6 +64,17 @@ inline std::string CommandLine(const std::string& program, const std::vector<std
 // Runs the xse tool with `args`; stdin is empty.
 inline ToolResult RunXse(const std::vector<std::string>& args) {
   return RunCaptured(CommandLine(XSE_XSE_TOOL, args));
+}
+
+using EnvironmentList = std::vector<std::pair<std::string, std::string>>;
+
+// Runs `program` with `args` in `workDir`, with `environment` added to the
+// test's own; stdin is empty.
+inline ToolResult RunToolWith(const std::string& program, const std::vector<std::string>& args,
+                              const std::string& workDir, const EnvironmentList& environment) {
+  std::string command = "cd " + ShellQuote(workDir) + " && env";
+  for (const auto& [name, value] : environment) command += " " + ShellQuote(name + "=" + value);
+  return RunCaptured(command + " " + CommandLine(program, args));
 }
 
 }  // namespace xsetest

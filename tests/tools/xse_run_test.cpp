@@ -15,7 +15,6 @@
 
 #include "interpreters/xsereader/xsereadertestsupport.h"
 #include "support/runtool.h"
-#include "support/runtoolwith.h"
 #include "support/tempdir.h"
 #include "tools/xse/commands.h"
 

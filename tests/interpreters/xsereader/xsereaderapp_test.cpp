@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "interpreters/xsereader/xsereadertestsupport.h"
-#include "support/runtoolwith.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace {
