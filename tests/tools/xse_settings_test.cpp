@@ -10,7 +10,6 @@
 
 namespace {
 
-using xsetest::ReadWholeFile;
 using xsetest::RunCaptured;
 
 xsetest::ToolResult Settings(const std::vector<std::string>& args) {
@@ -33,14 +32,12 @@ xsetest::ToolResult Settings(const std::vector<std::string>& args) {
                      }()));
 }
 
-struct PressCase {
-  std::vector<std::string> args;
-  int status;
-  std::string out;
-};
-
 TEST(XseSettingsTest, PressingAButtonGivesTheValuesOrNothing) {
-  const PressCase cases[] = {
+  const struct {
+    std::vector<std::string> args;
+    int status;
+    std::string out;
+  } cases[] = {
       {{"--intensity", "2", "--gain", "0.5", "--mean", "12", "--press", "ok"},
        0,
        "{\"intensity\":2,\"lateralGain\":0.5,\"meanValue\":12}\n"},
@@ -53,7 +50,7 @@ TEST(XseSettingsTest, PressingAButtonGivesTheValuesOrNothing) {
       {{"--gain", "abc", "--press", "ok"}, 2, ""},
       {{}, 1, ""},  // no display and nothing to press
   };
-  for (const PressCase& c : cases) {
+  for (const auto& c : cases) {
     const auto result = Settings(c.args);
     EXPECT_EQ(result.status, c.status) << result.err;
     EXPECT_EQ(result.out, c.out);
@@ -73,7 +70,7 @@ TEST(XseSettingsTest, ScreenshotWritesThePageAsPng) {
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err, "");
-  const std::string bytes = ReadWholeFile(png);
+  const std::string bytes = xsetest::ReadWholeFile(png);
   ASSERT_GT(bytes.size(), 24u);
   EXPECT_EQ(bytes.substr(1, 3), "PNG");
   // A 200 x 80 unit page with its tab, frame and buttons around it.
