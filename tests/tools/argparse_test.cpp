@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <string>
+#include <utility>
 
 namespace {
 
