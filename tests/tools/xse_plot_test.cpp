@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
+#include <array>
 #include <set>
 #include <string>
 #include <vector>
@@ -14,30 +15,18 @@ namespace {
 
 using xsetest::RunXse;
 
-struct Picture {
-  uint32_t width = 0, height = 0;
-  std::vector<uint8_t> rgb;
-};
-
-Picture ReadPng(const std::string& path) {
+// A PNG's width, height and number of colours; zeros when it is no PNG.
+std::array<size_t, 3> SizeAndColours(const std::string& path) {
   png_image image{};
   image.version = PNG_IMAGE_VERSION;
-  Picture picture;
-  if (!png_image_begin_read_from_file(&image, path.c_str())) return picture;
+  if (!png_image_begin_read_from_file(&image, path.c_str())) return {};
   image.format = PNG_FORMAT_RGB;
-  picture.rgb.resize(PNG_IMAGE_SIZE(image));
-  if (!png_image_finish_read(&image, nullptr, picture.rgb.data(), 0, nullptr)) return {};
-  picture.width = image.width;
-  picture.height = image.height;
-  return picture;
-}
-
-size_t Colours(const Picture& picture) {
+  std::vector<uint8_t> rgb(PNG_IMAGE_SIZE(image));
+  if (!png_image_finish_read(&image, nullptr, rgb.data(), 0, nullptr)) return {};
   std::set<uint32_t> colours;
-  for (size_t i = 0; i + 2 < picture.rgb.size(); i += 3)
-    colours.insert(uint32_t{picture.rgb[i]} << 16 | uint32_t{picture.rgb[i + 1]} << 8 |
-                   picture.rgb[i + 2]);
-  return colours.size();
+  for (size_t i = 0; i + 2 < rgb.size(); i += 3)
+    colours.insert(uint32_t{rgb[i]} << 16 | uint32_t{rgb[i + 1]} << 8 | rgb[i + 2]);
+  return {image.width, image.height, colours.size()};
 }
 
 TEST(XsePlotTest, EveryKindDrawsASurveyAtTheAskedSize) {
@@ -51,10 +40,10 @@ TEST(XsePlotTest, EveryKindDrawsASurveyAtTheAskedSize) {
         RunXse({"plot", "--kind", kind, "--width", "320", "--height", "200", survey, "-o", png});
     ASSERT_EQ(result.status, 0) << kind << ": " << result.err;
     EXPECT_EQ(result.err, "");
-    const Picture picture = ReadPng(png);
-    EXPECT_EQ(picture.width, 320u) << kind;
-    EXPECT_EQ(picture.height, 200u) << kind;
-    EXPECT_GT(Colours(picture), 3u) << kind;
+    const auto [width, height, colours] = SizeAndColours(png);
+    EXPECT_EQ(width, 320u) << kind;
+    EXPECT_EQ(height, 200u) << kind;
+    EXPECT_GT(colours, 3u) << kind;
   }
 }
 
