@@ -29,10 +29,9 @@ std::string WithoutDecodeRate(const std::string& text) {
 TEST(XseInfo, SummarisesATinyGeneratedSurveyInTextAndJson) {
   TempDir dir;
   const std::string path = dir.File("tiny.xse");
-  const auto made = RunXse({"gen", "--duration", "0.2", "--beams", "2", "--samples", "3",
-                            "--byte-order", "mixed", "--seed", "5", path});
-  EXPECT_EQ(made.status, 0) << made.err;
-  EXPECT_EQ(made.out, path + ": 9 frames, 2600 bytes, 0.17 s of survey\n");
+  EXPECT_EQ(RunXse({"gen", "--duration", "0.2", "--beams", "2", "--samples", "3", "--byte-order",
+                    "mixed", "--seed", "5", path}),
+            (ToolResult{0, path + ": 9 frames, 2600 bytes, 0.17 s of survey\n", ""}));
   const auto result = RunXse({"info", path});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "") << "no progress bar when stderr is no terminal";
