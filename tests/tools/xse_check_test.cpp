@@ -52,19 +52,15 @@ TEST(XseCheck, SpecialFilesAndALyingFirstFrameAreNoAtOnce) {
   lying.resize(108, 0);
   const std::string lyingFile = dir.Write("lying.xse", lying);
 
-  const auto check = RunXse({"check", fifo, dir.path().string(), lyingFile});
-  EXPECT_EQ(check.status, 1);
-  EXPECT_EQ(check.out, fifo + ": no\n" + dir.path().string() + ": no\n" + lyingFile + ": no\n");
-  EXPECT_EQ(check.err, "xse: cannot open " + fifo + ": not a regular file\nxse: cannot open " +
-                           dir.path().string() + ": not a regular file\n");
-  for (const char* command : {"info", "dump"}) {
-    const auto result = RunXse({command, fifo});
-    EXPECT_EQ(result.status, 1) << command;
-    EXPECT_EQ(result.err, "xse: cannot open " + fifo + ": not a regular file\n") << command;
-  }
-  const auto run = RunXse({"run", lyingFile});
-  EXPECT_EQ(run.status, 1);
-  EXPECT_NE(run.out.find("not recognised"), std::string::npos) << run.out;
+  const std::string folder = dir.path().string(), notRegular = ": not a regular file\n";
+  EXPECT_EQ(RunXse({"check", fifo, folder, lyingFile}),
+            (ToolResult{1, fifo + ": no\n" + folder + ": no\n" + lyingFile + ": no\n",
+                        "xse: cannot open " + fifo + notRegular + "xse: cannot open " + folder +
+                            notRegular}));
+  for (const char* command : {"info", "dump"})
+    EXPECT_EQ(RunXse({command, fifo}), (ToolResult{1, "", "xse: cannot open " + fifo + notRegular}))
+        << command;
+  EXPECT_EQ(RunXse({"run", lyingFile}), (ToolResult{1, lyingFile + ": not recognised\n", ""}));
 }
 
 }  // namespace
