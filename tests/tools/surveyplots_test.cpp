@@ -53,21 +53,21 @@ TEST(TrackPlotTest, NorthThenEastLandsNorthUpAtOneScale) {
     }
   };
   const Drawing<TrackPlot> drawing(feed);
-  const TrackPlot* plot = &*drawing.plot;
+  const TrackPlot& plot = *drawing.plot;
   const Raster& picture = *drawing.picture;
   EXPECT_NEAR(drawing.extent.north.max, 200, 0.01);
   EXPECT_NEAR(drawing.extent.east.max, 100, 0.01);
   // The taller side fills the plot's height; east keeps the same scale.
-  EXPECT_NEAR(plot->metresPerPixel(), 200.0 / (plot->area().height - 1), 1e-6);
+  EXPECT_NEAR(plot.metresPerPixel(), 200.0 / (plot.area().height - 1), 1e-6);
 
   int startX = 0, startY = 0, cornerX = 0, cornerY = 0, endX = 0, endY = 0;
-  plot->ToPixel(0, 0, startX, startY);
-  plot->ToPixel(0, 200, cornerX, cornerY);
-  plot->ToPixel(100, 200, endX, endY);
+  plot.ToPixel(0, 0, startX, startY);
+  plot.ToPixel(0, 200, cornerX, cornerY);
+  plot.ToPixel(100, 200, endX, endY);
   EXPECT_EQ(startX, cornerX);
-  EXPECT_EQ(startY - cornerY, plot->area().height - 1);  // north is up
+  EXPECT_EQ(startY - cornerY, plot.area().height - 1);  // north is up
   EXPECT_EQ(cornerY, endY);
-  EXPECT_NEAR(endX - cornerX, (plot->area().height - 1) / 2.0, 1.0);
+  EXPECT_NEAR(endX - cornerX, (plot.area().height - 1) / 2.0, 1.0);
   EXPECT_EQ(picture.At(startX, startY), (Rgb{30, 160, 60}));  // start
   EXPECT_EQ(picture.At(endX, endY), (Rgb{200, 30, 30}));      // end
   const Rgb track = {24, 64, 128};
@@ -82,7 +82,7 @@ TEST(TrackPlotTest, NorthThenEastLandsNorthUpAtOneScale) {
   EXPECT_TRUE(nearTrack(startX, (startY + cornerY) / 2));
   EXPECT_TRUE(nearTrack((cornerX + endX) / 2, cornerY));
   // Nothing of the track west of the first leg or south of the start.
-  for (int y = plot->area().y; y < plot->area().y + plot->area().height; ++y)
+  for (int y = plot.area().y; y < plot.area().y + plot.area().height; ++y)
     EXPECT_NE(picture.At(startX - 3, y), track);
 }
 
