@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 
+#include "interpreters/xsereader/xsereadertestsupport.h"
 #include "platform/tcpsocket.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
@@ -57,13 +58,7 @@ TEST(XseServeTest, LiveRecordsEqualTheFileLineForLineAndTheWholeFileIsSent) {
 
 // Each server ends the run by itself with the outcome it deserves.
 TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
-  const std::vector<uint8_t> survey = [] {
-    TempDir dir;
-    const std::string file = dir.File("s.xse");
-    RunXse({"gen", "--duration", "2", file});
-    const std::string bytes = ReadWholeFile(file);
-    return std::vector<uint8_t>(bytes.begin(), bytes.end());
-  }();
+  const std::vector<uint8_t> survey = PositionFrames(300);
   ASSERT_GT(survey.size(), 10000u);
   struct Case {
     const char* name;
