@@ -4,11 +4,9 @@
 #include <sys/stat.h>
 
 #include <atomic>
-#include <chrono>
-#include <climits>
 #include <memory>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 #include "interpreters/xsereader/xsereadertestsupport.h"
@@ -153,18 +151,15 @@ std::vector<uint8_t> Frame(size_t junk = 0, bool damagedEnd = false) {
 TEST(ZXSEReaderTest, MultipleRunSkipsFilesThatDoNotOpen) {
   xsetest::TempDir dir;
   const std::string good = dir.Write("a.xse", xsetest::PositionFrames(1));
-  ZXSEReader reader;
-  xsetest::EventRecorder recorder;
-  reader.SetObserver(&recorder);
-  reader.running = 1;
-  reader.fileList = {dir.File("missing.xse"), dir.path().string(), dir.Write("empty.xse", {}),
-                     good};
-  EXPECT_EQ(reader.MultipleRunReader(), 0);
+  ScriptedRun run({}, 0);  // each file that opens takes the source's place
+  run.reader.fileList = {dir.File("missing.xse"), dir.path().string(), dir.Write("empty.xse", {}),
+                         good};
+  EXPECT_EQ(run.reader.MultipleRunReader(), 0);
   // One run, of the last file: its progress from 0, its outcome.
-  const std::string events = recorder.events();
+  const std::string events = run.recorder.events();
   EXPECT_EQ(events.find("progress 0 0 "), 0u) << events;
   EXPECT_EQ(events.find("fileAdded"), events.size() - good.size() - 10) << events;
-  EXPECT_TRUE(reader.fileList.empty());
+  EXPECT_TRUE(run.reader.fileList.empty());
 }
 
 // The heading inside a ping reaches the reader marked as sensor 1 and is
@@ -172,28 +167,19 @@ TEST(ZXSEReaderTest, MultipleRunSkipsFilesThatDoNotOpen) {
 TEST(ZXSEReaderTest, HandleGyroKeepsEachHeadingBySensorIndex) {
   ZXSEReader reader;
   quor::GyroRec gyro;
-  gyro.heading = 12.5;
-  reader.HandleGyro(gyro);
-  gyro.sensorIndex = 1;
-  gyro.heading = 270.0;
-  reader.HandleGyro(gyro);
-  gyro.sensorIndex = 0;
-  gyro.heading = 13.0;
-  reader.HandleGyro(gyro);
+  for (const auto& [index, heading] : {std::pair{0, 12.5}, {1, 270.0}, {0, 13.0}}) {
+    gyro.sensorIndex = index;
+    gyro.heading = heading;
+    reader.HandleGyro(gyro);
+  }
   EXPECT_EQ(reader.primaryHeading(), 13.0);
   EXPECT_EQ(reader.bathymetryHeading(), 270.0);
 }
 
 // "$HSF", a big-endian size and zeros: 108 bytes in all.
 std::vector<uint8_t> Lying(uint32_t size) {
-  std::vector<uint8_t> bytes = {'$',
-                                'H',
-                                'S',
-                                'F',
-                                static_cast<uint8_t>(size >> 24),
-                                static_cast<uint8_t>(size >> 16),
-                                static_cast<uint8_t>(size >> 8),
-                                static_cast<uint8_t>(size)};
+  std::vector<uint8_t> bytes = {'$', 'H', 'S', 'F'};
+  for (int shift = 24; shift >= 0; shift -= 8) bytes.push_back(static_cast<uint8_t>(size >> shift));
   bytes.resize(108, 0);
   return bytes;
 }
