@@ -15,6 +15,7 @@
 #include "platform/errortext.h"
 #include "platform/messagebox.h"
 #include "platform/username.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -76,7 +77,7 @@ TEST(ErrorLogPathTest, FollowsQuorhome) {
 class ErrorLogWriteTest : public ::testing::Test {
  protected:
   void SetUp() override { std::filesystem::create_directory(home_.path() / "log"); }
-  std::string LogFile() const { return libsystest::ReadFile(home_.path() / "log" / "error"); }
+  std::string LogFile() const { return xsetest::ReadWholeFile(home_.path() / "log" / "error"); }
 
   xsetest::TempDir home_;
   libsystest::ScopedEnvironment quorhome_{"QUORHOME", home_.path().c_str()};

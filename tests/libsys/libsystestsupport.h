@@ -3,9 +3,9 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/environment.h"
 
@@ -29,10 +29,12 @@ class ScopedEnvironment {
   std::optional<std::string> saved_;
 };
 
-// The whole content of a file; empty when it cannot be read.
-inline std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
+// The lines of a text file, without their ends; none when it cannot be read.
+inline std::vector<std::string> ReadLines(const std::filesystem::path& path) {
+  std::vector<std::string> lines;
+  std::ifstream in(path);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
 }
 
 }  // namespace libsystest

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "libsystestsupport.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -69,7 +70,8 @@ TEST_F(KeelonIniTest, WritesGoToTheObjectsSectionAndReadsToTheSharedBuffer) {
   EXPECT_TRUE(ini.WriteString("TRACEFILE", "t.log"));
   EXPECT_TRUE(ini.WriteInt("TRACE", 3));
   std::ofstream(settings_, std::ios::app) << "[b]\nk=bee\n";
-  EXPECT_EQ(libsystest::ReadFile(settings_), "[pilotdesk]\nTRACEFILE=t.log\nTRACE=3\n[b]\nk=bee\n");
+  EXPECT_EQ(xsetest::ReadWholeFile(settings_),
+            "[pilotdesk]\nTRACEFILE=t.log\nTRACE=3\n[b]\nk=bee\n");
   // The section argument counts, not the object's own; every object shares
   // the buffer.
   EXPECT_EQ(ini.ReadString("b", "k", ""), 3u);

@@ -6,9 +6,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +15,7 @@
 #include "libsys/ztracelogfile.h"
 #include "platform/messagebox.h"
 #include "platform/tcpsocket.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace sockettest {
@@ -35,19 +34,15 @@ class SocketTest : public ::testing::Test {
   }
 
   std::vector<std::string> TraceLines() const {
-    std::vector<std::string> lines;
-    std::ifstream in(dir_.path() / "log" / traceName_);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
+    return libsystest::ReadLines(dir_.path() / "log" / traceName_);
   }
   size_t CountLinesEndingWith(const std::string& text) const {
-    const std::vector<std::string> lines = TraceLines();
-    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
-      return line.size() >= text.size() &&
-             line.compare(line.size() - text.size(), text.size(), text) == 0;
-    }));
+    size_t count = 0;
+    for (const std::string& line : TraceLines())
+      if (line.ends_with(text)) ++count;
+    return count;
   }
-  std::string ErrorLog() const { return libsystest::ReadFile(dir_.path() / "log" / "error"); }
+  std::string ErrorLog() const { return xsetest::ReadWholeFile(dir_.path() / "log" / "error"); }
 
   platform::SocketHandle Keep(platform::SocketHandle socket) {
     sockets_.push_back(socket);

@@ -1,12 +1,10 @@
 // The module as the host sees it: loaded from its file, driven through the
 // entry points it exports and the host's classes. Its file runs on the
 // reader thread are pinned through `xse run`, which loads it the same way.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "platform/framework/propertypage.h"
@@ -15,8 +13,6 @@
 #include "platform/messagebox.h"
 
 namespace {
-
-using ::testing::ElementsAre;
 
 // Objects made by the module, destroyed by it.
 template <typename T>
