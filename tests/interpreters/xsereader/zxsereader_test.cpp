@@ -1,7 +1,6 @@
 #include "interpreters/xsereader/zxsereader.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <atomic>
 #include <memory>
@@ -184,8 +183,9 @@ std::vector<uint8_t> Lying(uint32_t size) {
   return bytes;
 }
 
-// Empty files, frames whose end marker stands behind the file's end and the
-// extension switch are pinned through `xse check`.
+// Empty files, frames whose end marker stands behind the file's end, the
+// extension switch, files that do not open (missing, a folder, a FIFO) and a
+// first frame too large for the decoder to follow are pinned through `xse check`.
 TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
   const struct {
     const char* name;  // in the test folder
@@ -193,12 +193,10 @@ TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
     int32_t extensionCheck;
     int32_t answer;
   } cases[] = {
-      {"survey.XSE", Frame(), 1, 1},
       {"survey.xse.bak", Frame(), 1, 0},
       {"junk8.xse", Frame(8), 0, 1},
       {"badend.xse", Frame(0, true), 1, 1},
       {"text.xse", std::vector<uint8_t>(100, 'a'), 0, 0},
-      {"lying.xse", Lying(0x7F000000), 0, 0},  // too large for the decoder to follow
       {"long.xse", Lying(1 << 20), 0, 0},
       {"fits.xse", Lying(96), 0, 1},  // its end marker is the last word: damaged, yet a frame
   };
@@ -211,12 +209,6 @@ TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
     reader.extensionCheck = c.extensionCheck;
     EXPECT_EQ(reader.CanReadFile(path), c.answer);
   }
-  EXPECT_EQ(ZXSEReader::sCanReadFile(dir.File("missing.xse"), 0), 0);
-  EXPECT_EQ(ZXSEReader::sCanReadFile(dir.path().string(), 0), 0);  // a folder
-  // A FIFO without a writer would block an ordinary open for ever.
-  const std::string fifo = dir.File("pipe.xse");
-  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  EXPECT_EQ(ZXSEReader::sCanReadFile(fifo, 1), 0);
 }
 
 }  // namespace
