@@ -9,7 +9,6 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "libsystestsupport.h"
 #include "platform/errortext.h"
@@ -81,11 +80,7 @@ class ErrorLogWriteTest : public ::testing::Test {
 
   xsetest::TempDir home_;
   libsystest::ScopedEnvironment quorhome_{"QUORHOME", home_.path().c_str()};
-  std::vector<std::pair<std::string, std::string>> boxes_;
-  platform::ScopedMessageBoxHandler boxHandler_{
-      [this](const std::string& caption, const std::string& text) {
-        boxes_.emplace_back(caption, text);
-      }};
+  libsystest::CollectedBoxes boxes_;
 };
 
 TEST_F(ErrorLogWriteTest, AppendsTheCallersEntryAndAnEmptyLineAndBoxesAllButPlainMessages) {

@@ -5,9 +5,11 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/environment.h"
+#include "platform/messagebox.h"
 
 namespace libsystest {
 
@@ -36,5 +38,11 @@ inline std::vector<std::string> ReadLines(const std::filesystem::path& path) {
   for (std::string line; std::getline(in, line);) lines.push_back(line);
   return lines;
 }
+
+// Collects message boxes, caption and text, instead of showing them.
+struct CollectedBoxes : std::vector<std::pair<std::string, std::string>> {
+  platform::ScopedMessageBoxHandler handler{
+      [this](const std::string& caption, const std::string& text) { emplace_back(caption, text); }};
+};
 
 }  // namespace libsystest

@@ -8,12 +8,10 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "libsys/libsystestsupport.h"
 #include "libsys/ztracelogfile.h"
-#include "platform/messagebox.h"
 #include "platform/tcpsocket.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
@@ -59,11 +57,7 @@ class SocketTest : public ::testing::Test {
   xsetest::TempDir dir_;
   libsystest::ScopedEnvironment quorhome_{"QUORHOME", dir_.path().c_str()};
   std::string traceName_ = "socket." + std::to_string(::getpid()) + ".log";
-  std::vector<std::pair<std::string, std::string>> boxes_;
-  platform::ScopedMessageBoxHandler boxHandler_{
-      [this](const std::string& caption, const std::string& text) {
-        boxes_.emplace_back(caption, text);
-      }};
+  libsystest::CollectedBoxes boxes_;
   std::vector<platform::SocketHandle> sockets_;
 };
 
