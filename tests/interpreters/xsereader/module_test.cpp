@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <string>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "platform/framework/propertypage.h"

@@ -16,7 +16,6 @@
 #include <QTimer>
 #include <QtTest/QTest>
 #include <optional>
-#include <string>
 
 #include "interpreters/xsereader/xsereaderresources.h"
 #include "interpreters/xsereader/zelacsettingsdlg.h"
@@ -99,8 +98,8 @@ TEST_F(QtSettingsPageTest, FreshPageShowsTheTemplateAtItsPlaces) {
                                               platform::qt::DialogToPixels(80, base.y, 8)));
   EXPECT_EQ(sheet.control(kIdcMeanValue)->geometry(),
             platform::qt::DialogRectToPixels(112, 43, 40, 14, base));
-  const auto* group = qobject_cast<QGroupBox*>(
-      sheet.pageWidget()->findChild<QGroupBox*>(QString(), Qt::FindDirectChildrenOnly));
+  const auto* group =
+      sheet.pageWidget()->findChild<QGroupBox*>(QString(), Qt::FindDirectChildrenOnly);
   ASSERT_NE(group, nullptr);
   EXPECT_EQ(group->title().toStdString(), "Intensity ctrl");
 }
