@@ -37,20 +37,15 @@ namespace {
 using namespace xsereader;
 using platform::qt::QtPropertySheet;
 
-// One application for the whole run, never destroyed: at exit Qt's own
-// globals go first, and an application torn down after them crashes.
-QApplication& Application() {
-  static int argc = 3;
-  static char name[] = "test_qtframework", option[] = "-platform", value[] = "offscreen";
-  static char* argv[] = {name, option, value, nullptr};
-  static auto* app = new QApplication(argc, argv);
-  return *app;
-}
-
 class QtSettingsPageTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    Application();
+    // One application for the whole run, never destroyed: at exit Qt's own
+    // globals go first, and an application torn down after them crashes.
+    static int argc = 3;
+    static char name[] = "test_qtframework", option[] = "-platform", value[] = "offscreen";
+    static char* argv[] = {name, option, value, nullptr};
+    [[maybe_unused]] static auto* app = new QApplication(argc, argv);
     ASSERT_TRUE(platform::InitExtensionModule(module_, &module_, ModuleResources()));
     platform::AddToResourceChain(module_);
     page_.emplace(nullptr);  // after the resources: the page takes its caption from them
