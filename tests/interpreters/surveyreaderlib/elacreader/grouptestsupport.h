@@ -45,6 +45,10 @@ inline Bytes FrameOf(std::endian order, uint32_t frameType,
   });
 }
 
+// Start marker, S = 8 (too short for type and time), 8 bytes, end marker.
+inline const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
+                                  0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
+
 // A navigation frame of one heading group behind `padWords` header words;
 // the microseconds tell frames apart.
 inline Bytes HeadingFrame(std::endian order, uint32_t micros = 0, int padWords = 0) {

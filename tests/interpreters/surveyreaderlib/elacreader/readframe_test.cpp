@@ -18,12 +18,9 @@ namespace {
 using xsetest::Bytes;
 using xsetest::Concat;
 using xsetest::HeadingFrame;
+using xsetest::kHeaderless;
 using xsetest::PingFrame;
 using xsewriter::FrameWriter;
-
-// Start marker, S = 8 (too short for type and time), 8 bytes, end marker.
-const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
-                           0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
 
 Bytes Absurd(uint32_t micros) {
   Bytes frame = HeadingFrame(std::endian::big, micros);
