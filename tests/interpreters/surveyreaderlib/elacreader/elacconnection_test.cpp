@@ -137,26 +137,20 @@ TEST(LiveDecoderTest, GrowsOnlyForTheFrameAtItsHeadAndThenAllocatesNoMore) {
 // The live connection against the project's own server on 127.0.0.1.
 class ElacConnectionTest : public sockettest::SocketTest {
  protected:
-  void StartServer(xseserver::Options options, Bytes survey) {
-    server_ = std::make_unique<xseserver::XseServer>(options);
+  // Serves `survey` and reads it live: phase 1 here; phase 2 and the reading
+  // on a reader thread, as in a run, until receiveData returns false. The
+  // threads are joined when this returns, whatever failed.
+  void RunLive(const xseserver::Options& options, const Bytes& survey = {}) {
+    xseserver::XseServer server(options);
     std::string error;
-    ASSERT_TRUE(server_->Start(error)) << error;
-    survey_ = std::move(survey);
-    serverThread_ = std::thread([this] { session_ = server_->ServeOne(survey_); });
-  }
-  void TearDown() override {
-    if (serverThread_.joinable()) serverThread_.join();
-    SocketTest::TearDown();
-  }
-
-  // Phase 1 here; phase 2 and the reading on a reader thread, as in a run,
-  // until receiveData returns false.
-  void RunLive() {
+    ASSERT_TRUE(server.Start(error)) << error;
+    dataPort_ = server.dataPort();
+    std::jthread serving([&] { session_ = server.ServeOne(survey); });
     auto connection = std::make_unique<ElacConnection>(&target_);
     ASSERT_TRUE(
-        connection->Connect(0, static_cast<int16_t>(server_->port()), kLoopback, "XSEReader"));
+        connection->Connect(0, static_cast<int16_t>(server.port()), kLoopback, "XSEReader"));
     std::atomic<bool> done{false};
-    std::thread reader([&] {
+    std::jthread reader([&] {
       const auto end = std::chrono::steady_clock::now() + 5s;
       while (!connection->Open("") && !connection->Failed() &&
              std::chrono::steady_clock::now() < end)
@@ -175,15 +169,11 @@ class ElacConnectionTest : public sockettest::SocketTest {
       platform::DispatchThreadMessages();
       std::this_thread::sleep_for(1ms);
     }
-    reader.join();
-    serverThread_.join();
   }
 
   xsetest::RecordingTarget target_;
-  std::unique_ptr<xseserver::XseServer> server_;
-  Bytes survey_;
-  std::thread serverThread_;
   xseserver::Session session_;
+  uint16_t dataPort_ = 0;
   int64_t processed_ = 0;
   bool endedWithData_ = false;
   bool failed_ = false;
@@ -197,8 +187,7 @@ TEST_F(ElacConnectionTest, LiveSurveyIsDecodedOnceInOrderAndTheServerReleased) {
   }
   xseserver::Options options;
   options.chunkBytes = 30;  // frames arrive in pieces and several per read
-  StartServer(options, survey);
-  RunLive();
+  RunLive(options, survey);
 
   ASSERT_EQ(target_.Count<quor::GyroRec>(), 40u);
   for (size_t i = 0; i < 40; ++i)
@@ -220,9 +209,9 @@ TEST_F(ElacConnectionTest, LiveSurveyIsDecodedOnceInOrderAndTheServerReleased) {
   EXPECT_THAT(session_.setupSequenceNumbers, ElementsAre(2u, 3u, 4u));
   // The acknowledge goes back at release only for a port above 0 as a
   // signed 16-bit value.
-  EXPECT_EQ(session_.acknowledgeReleased, static_cast<int16_t>(server_->dataPort()) > 0);
+  EXPECT_EQ(session_.acknowledgeReleased, static_cast<int16_t>(dataPort_) > 0);
   EXPECT_EQ(CountLinesEndingWith("OnReceive(): New requested port " +
-                                 std::to_string(static_cast<int16_t>(server_->dataPort()))),
+                                 std::to_string(static_cast<int16_t>(dataPort_))),
             1u);
 }
 
@@ -230,8 +219,7 @@ TEST_F(ElacConnectionTest, ShortReplyToTheRequestEndsTheRun) {
   xseserver::Options options;
   options.acknowledgeLength = 81;
   options.waitMs = 200;
-  StartServer(options, {});
-  RunLive();
+  RunLive(options);
   EXPECT_TRUE(failed_);
   EXPECT_FALSE(endedWithData_);
   EXPECT_EQ(
@@ -246,8 +234,7 @@ TEST_F(ElacConnectionTest, RefusedDataPortTracesTheRefusalNotALaterError) {
   platform::CloseSocket(platform::ListenOnLoopback(closed));
   options.announcedPort = closed;
   options.waitMs = 300;
-  StartServer(options, {});
-  RunLive();
+  RunLive(options);
   EXPECT_TRUE(failed_);
   // Each attempt's refusal, and the refusal again when the connection gives
   // up: the error of the connect, not of a call made after it.
