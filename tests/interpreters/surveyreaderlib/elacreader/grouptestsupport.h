@@ -114,6 +114,13 @@ inline GroupWriter Group(uint32_t type, std::vector<uint32_t> words, size_t zero
   };
 }
 
+// The group that `put` writes from `args`, which are kept by value (a vector
+// where `put` takes a span).
+template <typename Writer, typename... Args>
+GroupWriter Put(Writer put, Args... args) {
+  return [=](xsewriter::FrameWriter& w) { put(w, args...); };
+}
+
 // A group of size 0: start marker, size, end marker.
 inline void PutEmptyGroup(xsewriter::FrameWriter& writer) {
   writer.PutU32(elac::kGroupStart);
