@@ -1,9 +1,9 @@
-# Install rules for the tool and the plug-in: `xse` in bin, the plug-in module
-# and the host's shared libraries it and the tool load in a private library
-# folder (found through the run path), and the commands' --help texts as a
-# manual page.
+# Install rules for the tool and the plug-in: `xse` in bin; the plug-in
+# module, the settings command's module and the host's shared libraries they
+# and the tool load in a private library folder (found through the run
+# path); and the commands' --help texts as a manual page.
 set(XSE_PRIVATE_LIBDIR ${CMAKE_INSTALL_LIBDIR}/xsereader)
-set(XSE_MODULE_TARGETS xsereader xse_framework xse_hostreader xse_messagebox)
+set(XSE_MODULE_TARGETS xsereader xse_settings xse_framework xse_hostreader xse_messagebox)
 set_target_properties(xse PROPERTIES INSTALL_RPATH "$ORIGIN/../${XSE_PRIVATE_LIBDIR}")
 set_target_properties(${XSE_MODULE_TARGETS} PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS xse RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -12,6 +12,9 @@ install(TARGETS ${XSE_MODULE_TARGETS} LIBRARY DESTINATION ${XSE_PRIVATE_LIBDIR})
 file(RELATIVE_PATH XSE_BIN_TO_MODULE /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${XSE_PRIVATE_LIBDIR}/xsereader.so)
 target_compile_definitions(xse_xsereader_host PRIVATE
   XSE_INSTALLED_READER_MODULE="${XSE_BIN_TO_MODULE}")
+file(RELATIVE_PATH XSE_BIN_TO_SETTINGS /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${XSE_PRIVATE_LIBDIR}/xse_settings.so)
+target_compile_definitions(xse_toolkit PRIVATE
+  XSE_INSTALLED_SETTINGS_MODULE="${XSE_BIN_TO_SETTINGS}")
 
 install(CODE "execute_process(COMMAND \"${CMAKE_COMMAND}\" -DXSE=$<TARGET_FILE:xse>
   -DVERSION=${PROJECT_VERSION}

@@ -5,6 +5,8 @@
 #include <link.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "platform/paths.h"
 
 namespace platform {
@@ -37,6 +39,22 @@ std::string ExecutablePath() {
   const ssize_t length = ::readlink("/proc/self/exe", buffer, sizeof buffer - 1);
   if (length <= 0) return {};
   return std::string(buffer, static_cast<size_t>(length));
+}
+
+std::string FindModuleBesideProgram(const std::string& fileName, const std::string& installed,
+                                    const std::string& built) {
+  const std::filesystem::path program = ExecutablePath();
+  if (program.empty()) return built;
+  const auto exists = [](const std::filesystem::path& path) {
+    return EntryExists(path.parent_path().string(), path.filename().string());
+  };
+  const std::filesystem::path beside = program.parent_path() / fileName;
+  if (exists(beside)) return beside.string();
+  if (!installed.empty()) {
+    const std::filesystem::path relative = (program.parent_path() / installed).lexically_normal();
+    if (exists(relative)) return relative.string();
+  }
+  return built;
 }
 
 }  // namespace platform

@@ -19,4 +19,11 @@ std::optional<ModuleInfo> ModuleContaining(const void* address);
 // Full path of the running program's file; empty when it cannot be told.
 std::string ExecutablePath();
 
+// Where a module the program loads at run time lies: `fileName` beside the
+// program when it is there, else `installed` (relative to the program's
+// folder, as an installed tree lays it out; empty for none) when that
+// exists, else `built`, the module's place in the build tree.
+std::string FindModuleBesideProgram(const std::string& fileName, const std::string& installed,
+                                    const std::string& built);
+
 }  // namespace platform

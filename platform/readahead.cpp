@@ -3,7 +3,10 @@
 namespace platform {
 
 ReadAhead::ReadAhead(const ReadOnlyFile& file, size_t blockSize, size_t blockCount)
-    : file_(file), blockSize_(blockSize), blocks_(std::max<size_t>(blockCount, 2)) {
+    : file_(file),
+      blockSize_(blockSize),
+      blocks_(std::max<size_t>(blockCount, 2)),
+      wakeBlocks_(blocks_.size() / 2) {
   for (Block& block : blocks_) block.bytes = std::make_unique<uint8_t[]>(blockSize_);
   ended_ = true;  // nothing to read before Start
   thread_ = std::thread([this] { Work(); });
@@ -14,13 +17,15 @@ ReadAhead::~ReadAhead() {
     std::lock_guard<std::mutex> lock(mutex_);
     stop_ = true;
   }
-  changed_.notify_all();
+  writable_.notify_all();
   thread_.join();
 }
 
 void ReadAhead::Reset(std::unique_lock<std::mutex>& lock) {
   // A read in flight writes into a block that is about to be free again.
-  changed_.wait(lock, [this] { return !reading_; });
+  resetWaits_ = true;
+  readable_.wait(lock, [this] { return !reading_; });
+  resetWaits_ = false;
   head_ = 0;
   ready_ = 0;
   held_ = false;
@@ -36,7 +41,7 @@ void ReadAhead::Start(uint64_t offset) {
   }
   active_ = true;
   next_ = offset;
-  changed_.notify_all();
+  writable_.notify_all();
 }
 
 void ReadAhead::Stop() {
@@ -49,8 +54,12 @@ std::optional<std::span<const uint8_t>> ReadAhead::Next() {
   if (!active_) return std::nullopt;
   std::unique_lock<std::mutex> lock(mutex_);
   held_ = false;
-  changed_.notify_all();
-  changed_.wait(lock, [this] { return ready_ > 0 || (ended_ && !reading_); });
+  if (threadWaits_ && FreeBlocks() >= wakeBlocks_) writable_.notify_all();
+  if (ready_ == 0) {
+    callerWaits_ = true;
+    readable_.wait(lock, [this] { return ready_ >= wakeBlocks_ || (ended_ && !reading_); });
+    callerWaits_ = false;
+  }
   if (ready_ == 0) {
     active_ = false;
     return std::nullopt;
@@ -59,7 +68,6 @@ std::optional<std::span<const uint8_t>> ReadAhead::Next() {
   head_ = (head_ + 1) % blocks_.size();
   --ready_;
   held_ = true;
-  changed_.notify_all();
   if (!block.count || *block.count == 0) {
     active_ = false;
     return std::nullopt;
@@ -71,8 +79,11 @@ std::optional<std::span<const uint8_t>> ReadAhead::Next() {
 void ReadAhead::Work() {
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
-    changed_.wait(
-        lock, [this] { return stop_ || (!ended_ && ready_ + (held_ ? 1 : 0) < blocks_.size()); });
+    if (!stop_ && (ended_ || FreeBlocks() == 0)) {
+      threadWaits_ = true;
+      writable_.wait(lock, [this] { return stop_ || (!ended_ && FreeBlocks() >= wakeBlocks_); });
+      threadWaits_ = false;
+    }
     if (stop_) return;
     Block& block = blocks_[(head_ + ready_) % blocks_.size()];
     const uint64_t offset = readOffset_;
@@ -88,7 +99,9 @@ void ReadAhead::Work() {
     } else {
       ended_ = true;
     }
-    changed_.notify_all();
+    if (resetWaits_ || (callerWaits_ && (ready_ >= wakeBlocks_ || ended_))) {
+      readable_.notify_all();
+    }
   }
 }
 

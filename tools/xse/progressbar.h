@@ -25,7 +25,10 @@ class ProgressBar {
   ProgressBar& operator=(const ProgressBar&) = delete;
   ~ProgressBar() { Finish(); }
 
-  void Update(uint64_t done) { Update(done, Clock::now()); }
+  // Reads the clock only when drawing: the decode loops call this per frame.
+  void Update(uint64_t done) {
+    if (enabled_) Update(done, Clock::now());
+  }
   void Update(uint64_t done, Clock::time_point now);
   // Erases the line if one was drawn.
   void Finish();

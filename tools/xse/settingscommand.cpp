@@ -1,5 +1,6 @@
 // xse settings: the reader plug-in's settings page "Elac settings", shown
-// with Qt Widgets, for a person or a script.
+// with Qt Widgets, for a person or a script. Built as a module of its own,
+// which the tool loads for this command only.
 #include <QApplication>
 #include <QImage>
 #include <QPixmap>
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "interpreters/xsereader/xsereaderresources.h"
@@ -23,6 +25,7 @@
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/jsontext.h"
+#include "tools/xse/settingsmodule.h"
 
 namespace xsetool {
 namespace {
@@ -54,7 +57,6 @@ bool HasDisplay() {
     return *qpa != "offscreen" && *qpa != "minimal";
   }
   return platform::GetEnvironmentVariable("DISPLAY").has_value() ||
-         platform::GetEnvironmentVariable("DISPLAY").has_value() ||
          platform::GetEnvironmentVariable("WAYLAND_DISPLAY").has_value();
 }
 
@@ -84,9 +86,7 @@ class RegisteredResources {
   platform::ExtensionModule record_;
 };
 
-}  // namespace
-
-int RunSettingsCommand(std::span<const std::string_view> args) {
+int RunSettingsPage(std::span<const std::string_view> args) {
   int32_t intensity = 0;
   float gain = 0.0f;
   int32_t mean = 0;
@@ -176,4 +176,12 @@ int RunSettingsCommand(std::span<const std::string_view> args) {
   return std::fflush(stdout) == 0 ? kExitOk : kExitFailure;
 }
 
+}  // namespace
 }  // namespace xsetool
+
+extern "C" __attribute__((visibility("default"))) int XseSettingsCommand(int argc,
+                                                                         const char* const* argv) {
+  static_assert(std::is_same_v<decltype(&XseSettingsCommand), XseSettingsCommandFunction>);
+  const std::vector<std::string_view> args(argv, argv + argc);
+  return xsetool::RunSettingsPage(args);
+}

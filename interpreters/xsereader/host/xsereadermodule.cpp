@@ -1,32 +1,18 @@
 #include "interpreters/xsereader/host/xsereadermodule.h"
 
-#include <filesystem>
-
 #include "platform/environment.h"
 #include "platform/modulepath.h"
-#include "platform/paths.h"
 
 std::string XseReaderModule::DefaultPath() {
   const std::optional<std::string> configured =
       platform::GetEnvironmentVariable("XSE_READER_MODULE");
   if (configured && !configured->empty()) return *configured;
-  const std::filesystem::path program = platform::ExecutablePath();
-  if (!program.empty()) {
-    const std::filesystem::path beside = program.parent_path() / "xsereader.so";
-    if (platform::EntryExists(beside.parent_path().string(), beside.filename().string())) {
-      return beside.string();
-    }
-  }
 #ifdef XSE_INSTALLED_READER_MODULE
-  if (!program.empty()) {
-    const std::filesystem::path installed =
-        (program.parent_path() / XSE_INSTALLED_READER_MODULE).lexically_normal();
-    if (platform::EntryExists(installed.parent_path().string(), installed.filename().string())) {
-      return installed.string();
-    }
-  }
+  const std::string installed = XSE_INSTALLED_READER_MODULE;
+#else
+  const std::string installed;
 #endif
-  return XSE_BUILT_READER_MODULE;
+  return platform::FindModuleBesideProgram("xsereader.so", installed, XSE_BUILT_READER_MODULE);
 }
 
 bool XseReaderModule::Load(const std::string& path) {
