@@ -35,8 +35,6 @@ constexpr uint8_t kLoopback[4] = {127, 0, 0, 1};
 Bytes LiveStream() {
   Bytes damaged = xsetest::HeadingFrame(std::endian::big, 7);
   damaged[damaged.size() - 1] ^= 0xFF;  // end marker
-  Bytes absurd = xsetest::HeadingFrame(std::endian::little, 8);
-  absurd[7] = 0x7F;  // size far beyond the limit
   return xsetest::Concat({
       xsetest::HeadingFrame(std::endian::big, 1),
       SidescanFrame(std::endian::little, 2, 600000),
@@ -45,7 +43,7 @@ Bytes LiveStream() {
       xsetest::HeadingFrame(std::endian::little, 4),
       damaged,
       SidescanFrame(std::endian::big, 5, 40000),
-      absurd,
+      xsetest::AbsurdFrame(std::endian::little, 8),
       xsetest::kHeaderless,
       Bytes(5000, 0x24),
       xsetest::PingFrame(std::endian::little, 6, 50),

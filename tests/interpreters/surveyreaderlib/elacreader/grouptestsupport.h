@@ -61,6 +61,13 @@ inline Bytes HeadingFrame(std::endian order, uint32_t micros = 0, int padWords =
       micros);
 }
 
+// A heading frame whose size claims nearly 2 GiB, far beyond the limit.
+inline Bytes AbsurdFrame(std::endian order, uint32_t micros) {
+  Bytes frame = HeadingFrame(order, micros);
+  frame[order == std::endian::big ? 4 : 7] = 0x7F;
+  return frame;
+}
+
 // A bathymetry frame with every beam group, the wire values 10, 11, ... in
 // each (so a decoded depth[0] tells the beam count), and sound velocities.
 inline Bytes PingFrame(std::endian order, uint32_t micros, int beams) {
