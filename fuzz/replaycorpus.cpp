@@ -15,10 +15,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 int main(int argc, char** argv) {
   namespace fs = std::filesystem;
   std::vector<fs::path> inputs;
-  // A folder that cannot be listed throws, and the replay fails with its name.
-  for (int i = 1; i < argc; ++i)
-    for (const auto& entry : fs::directory_iterator(argv[i]))
+  for (int i = 1; i < argc; ++i) {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(argv[i], error))
       if (entry.is_regular_file()) inputs.push_back(entry.path());
+    if (error) {
+      std::fprintf(stderr, "cannot list %s: %s\n", argv[i], error.message().c_str());
+      return 2;
+    }
+  }
   std::sort(inputs.begin(), inputs.end());
   for (const auto& input : inputs) {
     std::ifstream file(input, std::ios::binary);
