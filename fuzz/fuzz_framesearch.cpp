@@ -20,50 +20,38 @@ namespace {
 // Folds every record into a hash, in call order.
 class HashingTarget final : public quor::ISurveyTarget {
  public:
-  void HandleStartTime(const quor::timeval& time) override {
-    Mix(1);
-    Mix(&time, sizeof time);
-  }
+  void HandleStartTime(const quor::timeval& time) override { Mix(1u, time); }
   void HandleParameter(const quor::ParameterRec& record) override {
     Sensor(2, record);
-    Mix(record.name.View().data(), record.name.View().size());
+    MixBytes(record.name.View().data(), record.name.View().size());
   }
   void HandlePosition(const quor::NavigationRec& record) override {
-    Sensor(3, record);
-    Mix(&record.geographicFirst, sizeof record.geographicFirst);
+    Sensor(3, record, record.geographicFirst);
   }
-  void HandleGyro(const quor::GyroRec& record) override {
-    Sensor(4, record);
-    Mix(&record.heading, sizeof record.heading);
-  }
-  void HandleMotion(const quor::MotionRec& record) override {
-    Sensor(5, record);
-    Mix(&record.roll, sizeof record.roll);
-  }
+  void HandleGyro(const quor::GyroRec& record) override { Sensor(4, record, record.heading); }
+  void HandleMotion(const quor::MotionRec& record) override { Sensor(5, record, record.roll); }
   void HandleMultibeam(const quor::MultibeamRec& record) override {
     checking_.HandleMultibeam(record);
-    Sensor(6, record);
-    Mix(record.beamCount);
-    if (record.depth) Mix(record.depth.get(), sizeof(float) * record.beamCount);
+    Sensor(6, record, record.beamCount);
+    if (record.depth) MixBytes(record.depth.get(), sizeof(float) * record.beamCount);
   }
   void HandleSidescan(const quor::SidescanRec& record) override {
     checking_.HandleSidescan(record);
-    Sensor(7, record);
-    Mix(record.sampleCount);
-    if (record.samples) Mix(record.samples.get(), sizeof(float) * record.sampleCount);
+    Sensor(7, record, record.sampleCount);
+    if (record.samples) MixBytes(record.samples.get(), sizeof(float) * record.sampleCount);
   }
   uint64_t hash = 1469598103934665603u;
 
  private:
-  void Sensor(uint32_t kind, const quor::SensorRec& record) {
-    Mix(kind);
-    Mix(&record.time, sizeof record.time);
-    Mix(static_cast<uint32_t>(record.valid));
-    Mix(record.fieldMask);
-    Mix(static_cast<uint32_t>(record.sensorIndex));
+  template <typename... Values>
+  void Sensor(uint32_t kind, const quor::SensorRec& record, const Values&... values) {
+    Mix(kind, record.time, record.valid, record.fieldMask, record.sensorIndex, values...);
   }
-  void Mix(uint32_t value) { Mix(&value, sizeof value); }
-  void Mix(const void* bytes, size_t count) {
+  template <typename... Values>
+  void Mix(const Values&... values) {
+    (MixBytes(&values, sizeof values), ...);
+  }
+  void MixBytes(const void* bytes, size_t count) {
     const auto* p = static_cast<const uint8_t*>(bytes);
     for (size_t i = 0; i < count; ++i) hash = (hash ^ p[i]) * 1099511628211u;
   }

@@ -26,13 +26,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::span<const uint8_t> stream(data, size - 1 - 2 * cutCount);
 
   xsetest::FingerprintTarget whole;
-  {
-    ElacReader reader(&whole, ElacReader::kAllBeams);
-    elac::MemoryStream bytes(stream);
-    // Every call consumes at least four bytes or ends the stream.
-    for (size_t calls = 0; calls <= stream.size() / 4 + 1 && bytes.good(); ++calls)
-      reader.ReadFrame(bytes);
-  }
+  ElacReader fileReader(&whole, ElacReader::kAllBeams);
+  elac::MemoryStream bytes(stream);
+  // Every call consumes at least four bytes or ends the stream.
+  for (size_t calls = 0; calls <= stream.size() / 4 + 1 && bytes.good(); ++calls)
+    fileReader.ReadFrame(bytes);
 
   xsetest::FingerprintTarget live;
   ElacReader reader(&live, ElacReader::kAllBeams);

@@ -9,12 +9,12 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "libsystestsupport.h"
 #include "platform/errortext.h"
 #include "platform/messagebox.h"
 #include "platform/username.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -76,15 +76,11 @@ TEST(ErrorLogPathTest, FollowsQuorhome) {
 class ErrorLogWriteTest : public ::testing::Test {
  protected:
   void SetUp() override { std::filesystem::create_directory(home_.path() / "log"); }
-  std::string LogFile() const { return libsystest::ReadFile(home_.path() / "log" / "error"); }
+  std::string LogFile() const { return xsetest::ReadWholeFile(home_.path() / "log" / "error"); }
 
   xsetest::TempDir home_;
   libsystest::ScopedEnvironment quorhome_{"QUORHOME", home_.path().c_str()};
-  std::vector<std::pair<std::string, std::string>> boxes_;
-  platform::ScopedMessageBoxHandler boxHandler_{
-      [this](const std::string& caption, const std::string& text) {
-        boxes_.emplace_back(caption, text);
-      }};
+  libsystest::CollectedBoxes boxes_;
 };
 
 TEST_F(ErrorLogWriteTest, AppendsTheCallersEntryAndAnEmptyLineAndBoxesAllButPlainMessages) {

@@ -3,11 +3,13 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/environment.h"
+#include "platform/messagebox.h"
 
 namespace libsystest {
 
@@ -29,10 +31,18 @@ class ScopedEnvironment {
   std::optional<std::string> saved_;
 };
 
-// The whole content of a file; empty when it cannot be read.
-inline std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
+// The lines of a text file, without their ends; none when it cannot be read.
+inline std::vector<std::string> ReadLines(const std::filesystem::path& path) {
+  std::vector<std::string> lines;
+  std::ifstream in(path);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
 }
+
+// Collects message boxes, caption and text, instead of showing them.
+struct CollectedBoxes : std::vector<std::pair<std::string, std::string>> {
+  platform::ScopedMessageBoxHandler handler{
+      [this](const std::string& caption, const std::string& text) { emplace_back(caption, text); }};
+};
 
 }  // namespace libsystest

@@ -7,12 +7,12 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 
 #include "libsys/libsystestsupport.h"
 #include "libsys/ztracelogfile.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -68,15 +68,12 @@ TEST(ModuleTraceTest, ExplicitLevelSkipsTheSettingsAndStoreLevelWritesThemBack) 
     EXPECT_EQ(traceLogFile.name(), "pilotdesk.log");
     EXPECT_EQ(TraceSetting(), 2);
     traceLogFile.Shutdown("/m/keelon/x.so", true);
-    EXPECT_EQ(libsystest::ReadFile(home.path() / "Setup" / "Keelon.ini"), "[pilotdesk]\ntrace=2\n");
+    EXPECT_EQ(xsetest::ReadWholeFile(home.path() / "Setup" / "Keelon.ini"),
+              "[pilotdesk]\ntrace=2\n");
     // Once stopped, the module lines are not written.
     EXPECT_EQ(TraceWriteAttached("/m/keelon/x.so", "B"), 0);
     EXPECT_EQ(TraceWriteDetached("/m/keelon/x.so"), 0);
-    std::ifstream log(home.path() / "log" / "pilotdesk.log");
-    std::string attached, detached, more;
-    std::getline(log, attached);
-    std::getline(log, detached);
-    EXPECT_FALSE(std::getline(log, more));
+    EXPECT_EQ(libsystest::ReadLines(home.path() / "log" / "pilotdesk.log").size(), 2u);
     EXPECT_EQ(traceLogFile.Init(3, "/m/keelon/x.so", "B", 0), 0);
     EXPECT_FALSE(TraceIsActive());
   }

@@ -22,15 +22,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
+using libsystest::ReadLines;
 
 constexpr char kWarning[] = ">>>> QUORLOG(): no/bad defined $QUORHOME environment variable!!! <<<<";
-
-Lines ReadLines(const fs::path& path) {
-  Lines lines;
-  std::ifstream in(path);
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
-}
 
 // Every test runs in a fresh temporary folder with QUORHOME unset and the
 // trace off; the trace file name is unique to the process, as in production,

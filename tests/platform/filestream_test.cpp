@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/tempdir.h"
@@ -36,33 +37,30 @@ std::vector<uint8_t> ReadSome(std::istream& stream, size_t count) {
 
 TEST(FileStreamBuf, ReadAheadFollowsAFileThatGrowsOrShrinks) {
   xsetest::TempDir dir;
-  // Grows: the read ahead met the end, then the file got another buffer.
-  const std::string growing = dir.Write("growing", Pattern(3 * kBuffer));
-  platform::FileStreamBuf first(kBuffer);
-  ASSERT_TRUE(first.Open(growing));
-  std::istream firstStream(&first);
-  std::vector<uint8_t> read = ReadSome(firstStream, 3 * kBuffer);
-  {
-    std::ofstream out(growing, std::ios::binary | std::ios::app);
-    const auto more = Pattern(kBuffer, 3 * kBuffer);
-    out.write(reinterpret_cast<const char*>(more.data()),
-              static_cast<std::streamsize>(more.size()));
-  }
-  const auto rest = ReadSome(firstStream, SIZE_MAX);
-  read.insert(read.end(), rest.begin(), rest.end());
-  EXPECT_EQ(read, Pattern(4 * kBuffer));
-
-  // Shrinks behind what can have been read ahead (two buffers read
+  // Bytes in the file at first and after the change, three buffers read in
+  // between. Grows: the read ahead met the end, then the file got another
+  // buffer. Shrinks behind what can have been read ahead (two buffers read
   // directly, then a ring of four blocks of four buffers).
-  const std::string shrinking = dir.Write("shrinking", Pattern(24 * kBuffer));
-  platform::FileStreamBuf second(kBuffer);
-  ASSERT_TRUE(second.Open(shrinking));
-  std::istream secondStream(&second);
-  read = ReadSome(secondStream, 3 * kBuffer);
-  std::filesystem::resize_file(shrinking, 20 * kBuffer + 100);
-  const auto tail = ReadSome(secondStream, SIZE_MAX);
-  read.insert(read.end(), tail.begin(), tail.end());
-  EXPECT_EQ(read, Pattern(20 * kBuffer + 100));
+  const std::tuple<const char*, size_t, size_t> kCases[] = {
+      {"growing", 3 * kBuffer, 4 * kBuffer}, {"shrinking", 24 * kBuffer, 20 * kBuffer + 100}};
+  for (const auto& [name, before, after] : kCases) {
+    const std::string path = dir.Write(name, Pattern(before));
+    platform::FileStreamBuf buffer(kBuffer);
+    ASSERT_TRUE(buffer.Open(path));
+    std::istream stream(&buffer);
+    std::vector<uint8_t> read = ReadSome(stream, 3 * kBuffer);
+    if (after > before) {
+      const auto more = Pattern(after - before, before);
+      std::ofstream(path, std::ios::binary | std::ios::app)
+          .write(reinterpret_cast<const char*>(more.data()),
+                 static_cast<std::streamsize>(more.size()));
+    } else {
+      std::filesystem::resize_file(path, after);
+    }
+    const auto rest = ReadSome(stream, SIZE_MAX);
+    read.insert(read.end(), rest.begin(), rest.end());
+    EXPECT_EQ(read, Pattern(after)) << name;
+  }
 }
 
 }  // namespace

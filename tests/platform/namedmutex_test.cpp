@@ -4,7 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -15,7 +14,7 @@ namespace {
 
 // Names unique to this process and test, so parallel test runs never meet.
 std::string UniqueName(const std::string& what) {
-  static std::atomic<int> counter{0};
+  static int counter = 0;  // only the test thread makes names
   return "xse-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++) + "-" + what;
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <tuple>
 
-#include "libsys/libsystestsupport.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -81,7 +81,7 @@ TEST_F(PrivateProfileTest, WriteChangesOnlyWhatItMust) {
     std::filesystem::remove(path_);
     if (before != nullptr) WriteFile(before);
     ASSERT_TRUE(platform::WriteProfileString(path_, section, key, value)) << after;
-    EXPECT_EQ(libsystest::ReadFile(path_), after);
+    EXPECT_EQ(xsetest::ReadWholeFile(path_), after);
     EXPECT_EQ(platform::ReadProfileString(path_, section, key, "dflt"), value);
   }
 }
@@ -96,7 +96,7 @@ TEST_F(PrivateProfileTest, RefusesWritesThatWouldNotReadBack) {
   for (const auto& [section, key, value] : kRefused) {
     EXPECT_FALSE(platform::WriteProfileString(path_, section, key, value)) << section << "/" << key;
   }
-  EXPECT_EQ(libsystest::ReadFile(path_), kOriginal);
+  EXPECT_EQ(xsetest::ReadWholeFile(path_), kOriginal);
   EXPECT_FALSE(
       platform::WriteProfileString((dir_.path() / "no" / "x.ini").string(), "A", "k", "v"));
 }

@@ -18,6 +18,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Pair;
 using Bytes = std::vector<uint8_t>;
 
 constexpr std::array<uint8_t, 4> kLoopback = {127, 0, 0, 1};
@@ -59,7 +60,8 @@ class SocketClientTest : public sockettest::SocketTest {
     server_ = Keep(platform::AcceptConnection(listener_));
   }
 
-  void ServerSends(size_t count, uint8_t first) {
+  // `count` bytes counting up from `first`.
+  void ServerSends(size_t count, uint8_t first = 0) {
     Bytes bytes(count);
     for (size_t i = 0; i < count; ++i) bytes[i] = static_cast<uint8_t>(first + i);
     ASSERT_EQ(platform::SendToSocket(server_, bytes.data(), static_cast<int32_t>(count)),
@@ -121,9 +123,9 @@ TEST_F(SocketClientTest, AssemblesPacketsThatArriveInPieces) {
   EXPECT_THAT(g_delivered, ElementsAre(packet));
   EXPECT_EQ(CountLinesEndingWith("Buffered message packet generated! - size: 80+12=92 bytes"), 1u);
 
-  ServerSends(60, 0);
+  ServerSends(60);
   ASSERT_TRUE(PumpUntil(client, [&] { return client.bufferedBytes() == 60; }));
-  ServerSends(50, 0);
+  ServerSends(50);
   ASSERT_TRUE(PumpUntil(client, [&] { return client.bufferedBytes() == 50; }));
   EXPECT_EQ(g_delivered.size(), 1u);
   EXPECT_EQ(
@@ -135,19 +137,18 @@ TEST_F(SocketClientTest, AssemblesPacketsThatArriveInPieces) {
 TEST_F(SocketClientTest, WithoutAssemblyEveryReadIsDeliveredAndTheServersCloseEndsIt) {
   TestClient client(false);
   Connect(client, 92);
-  ServerSends(5, 0);
+  ServerSends(5);
   ASSERT_TRUE(PumpUntil(client, [] { return g_delivered.size() == 1; }));
-  ServerSends(92, 0);
+  ServerSends(92);
   ASSERT_TRUE(PumpUntil(client, [] { return g_delivered.size() == 2; }));
-  EXPECT_EQ(g_delivered[0].size(), 5u);
-  EXPECT_EQ(g_delivered[1].size(), 92u);
 
   const auto number = std::to_string(static_cast<int32_t>(client.socket()));
   platform::CloseSocket(server_);
   sockets_.pop_back();
   ASSERT_TRUE(PumpUntil(client, [&] { return !client.IsConnected(); }));
-  EXPECT_EQ(g_delivered.size(), 3u);
-  EXPECT_TRUE(g_delivered.back().empty());
+  // Each read as it came, then the empty delivery of the close.
+  EXPECT_THAT(g_delivered,
+              ElementsAre(testing::SizeIs(5), testing::SizeIs(92), testing::IsEmpty()));
   EXPECT_EQ(CountLinesEndingWith("CloseConnection(): closing socket " + number), 1u);
   EXPECT_EQ(CountLinesEndingWith("CloseConnection(): closed " + number), 1u);
 }
@@ -157,7 +158,9 @@ TEST_F(SocketClientTest, ErrorNotifications) {
   Connect(client, 16);
   const auto socket = static_cast<uintptr_t>(client.socket());
   // The port is kept as a signed 16-bit value, and printed so.
-  const std::string port = std::to_string(static_cast<int16_t>(port_));
+  const std::string where =
+      "Server/connected-socket: " + std::to_string(static_cast<int16_t>(port_)) + "/" +
+      std::to_string(socket);
 
   // A reset connection is closed quietly.
   EXPECT_EQ(client.OnReceive(socket, 10054 << 16), 1);
@@ -169,9 +172,7 @@ TEST_F(SocketClientTest, ErrorNotifications) {
   Connect(client, 16);
   EXPECT_EQ(client.OnReceive(socket, 10050 << 16 | 1), 10050);
   EXPECT_FALSE(client.IsConnected());
-  ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(boxes_[0].first, "Socket error: 10050");
-  EXPECT_EQ(boxes_[0].second, "Server/connected-socket: " + port + "/" + std::to_string(socket));
+  EXPECT_THAT(boxes_, ElementsAre(Pair("Socket error: 10050", where)));
   EXPECT_EQ(CountLinesEndingWith(
                 " The Windows Sockets implementation has detected that the network subsystem "
                 "has failed."),
@@ -181,10 +182,8 @@ TEST_F(SocketClientTest, ErrorNotifications) {
   Connect(client, 16);
   EXPECT_EQ(client.OnReceive(socket, 8), 1);
   EXPECT_TRUE(client.IsConnected());
-  ASSERT_EQ(boxes_.size(), 2u);
-  EXPECT_EQ(boxes_[1].first, "Socket event error: 8");
-  EXPECT_EQ(boxes_[1].second, "Unknown socket event???   Server/connected-socket: " + port + "/" +
-                                  std::to_string(socket));
+  EXPECT_THAT(boxes_, ElementsAre(testing::_, Pair("Socket event error: 8",
+                                                   "Unknown socket event???   " + where)));
 
   EXPECT_EQ(client.OnReceive(socket, 10099 << 16 | 1), 10099);
   const std::vector<std::string> lines = TraceLines();
@@ -201,9 +200,9 @@ TEST_F(SocketClientTest, FailedConnectIsTracedAndLeavesNoConnection) {
   EXPECT_EQ(
       client.EstablishConnection(kLoopback.data(), static_cast<int16_t>(ClosedPort()), 8192, 1), 0);
   EXPECT_FALSE(client.IsConnected());
-  const std::vector<std::string> lines = TraceLines();
-  EXPECT_THAT(lines, testing::Contains(HasSubstr("CSocketClient::EstablishConnection() failed!? "
-                                                 "socket:")));
+  EXPECT_THAT(
+      TraceLines(),
+      testing::Contains(HasSubstr("CSocketClient::EstablishConnection() failed!? socket:")));
 }
 
 }  // namespace

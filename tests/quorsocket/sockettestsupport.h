@@ -6,17 +6,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "libsys/libsystestsupport.h"
 #include "libsys/ztracelogfile.h"
-#include "platform/messagebox.h"
 #include "platform/tcpsocket.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace sockettest {
@@ -35,19 +32,15 @@ class SocketTest : public ::testing::Test {
   }
 
   std::vector<std::string> TraceLines() const {
-    std::vector<std::string> lines;
-    std::ifstream in(dir_.path() / "log" / traceName_);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
+    return libsystest::ReadLines(dir_.path() / "log" / traceName_);
   }
   size_t CountLinesEndingWith(const std::string& text) const {
-    const std::vector<std::string> lines = TraceLines();
-    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
-      return line.size() >= text.size() &&
-             line.compare(line.size() - text.size(), text.size(), text) == 0;
-    }));
+    size_t count = 0;
+    for (const std::string& line : TraceLines())
+      if (line.ends_with(text)) ++count;
+    return count;
   }
-  std::string ErrorLog() const { return libsystest::ReadFile(dir_.path() / "log" / "error"); }
+  std::string ErrorLog() const { return xsetest::ReadWholeFile(dir_.path() / "log" / "error"); }
 
   platform::SocketHandle Keep(platform::SocketHandle socket) {
     sockets_.push_back(socket);
@@ -64,11 +57,7 @@ class SocketTest : public ::testing::Test {
   xsetest::TempDir dir_;
   libsystest::ScopedEnvironment quorhome_{"QUORHOME", dir_.path().c_str()};
   std::string traceName_ = "socket." + std::to_string(::getpid()) + ".log";
-  std::vector<std::pair<std::string, std::string>> boxes_;
-  platform::ScopedMessageBoxHandler boxHandler_{
-      [this](const std::string& caption, const std::string& text) {
-        boxes_.emplace_back(caption, text);
-      }};
+  libsystest::CollectedBoxes boxes_;
   std::vector<platform::SocketHandle> sockets_;
 };
 

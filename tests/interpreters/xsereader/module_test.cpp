@@ -1,12 +1,9 @@
 // The module as the host sees it: loaded from its file, driven through the
 // entry points it exports and the host's classes. Its file runs on the
 // reader thread are pinned through `xse run`, which loads it the same way.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "platform/framework/propertypage.h"
@@ -16,24 +13,19 @@
 
 namespace {
 
-using ::testing::ElementsAre;
-
-// Objects made by the module, destroyed by it.
-template <typename T>
-std::unique_ptr<T, void (*)(T*)> Owned(T* object, void (*destroy)(T*)) {
-  return {object, destroy};
-}
+// A reader made by the module, destroyed by it.
+using ModuleReader = std::unique_ptr<CReader, void (*)(CReader*)>;
 
 class ModuleTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(module_.Load(XSE_TEST_READER_MODULE)) << module_.error();
-    reader_ = Owned(module_.entry().createReader(0), module_.entry().destroyReader);
+    reader_ = ModuleReader(module_.entry().createReader(0), module_.entry().destroyReader);
     ASSERT_NE(reader_, nullptr);
   }
 
   XseReaderModule module_;
-  std::unique_ptr<CReader, void (*)(CReader*)> reader_{nullptr, nullptr};
+  ModuleReader reader_{nullptr, nullptr};
 };
 
 TEST_F(ModuleTest, ResourcesAreFoundWhileTheModuleIsLoaded) {

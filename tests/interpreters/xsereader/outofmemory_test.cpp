@@ -8,11 +8,10 @@
 #include <cstdlib>
 #include <new>
 #include <string>
-#include <vector>
 
 #include "interpreters/xsereader/xsereadertestsupport.h"
 #include "interpreters/xsereader/zxsereader.h"
-#include "platform/messagebox.h"
+#include "libsys/libsystestsupport.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -58,11 +57,7 @@ TEST(OutOfMemoryTest, SourceThatCannotGetMemoryIsNotReadAndEndsTheRunWithABox) {
   reader.running = 1;
   const std::string file = dir.Write("a.xse", xsetest::PositionFrames(2));
   reader.fileList = {file, file};
-  std::vector<std::string> boxes;
-  platform::ScopedMessageBoxHandler handler(
-      [&boxes](const std::string& caption, const std::string& text) {
-        boxes.push_back(caption + ": " + text);
-      });
+  libsystest::CollectedBoxes boxes;
   ASSERT_EQ(ZXSEReader::sCanReadFile(file, 1), 1);
 
   t_failLargeAllocations = true;
@@ -72,7 +67,7 @@ TEST(OutOfMemoryTest, SourceThatCannotGetMemoryIsNotReadAndEndsTheRunWithABox) {
 
   EXPECT_EQ(canRead, 0);
   EXPECT_EQ(result, -1);
-  EXPECT_THAT(boxes, ::testing::ElementsAre("XSEReader: Out of memory."));
+  EXPECT_THAT(boxes, ::testing::ElementsAre(::testing::Pair("XSEReader", "Out of memory.")));
   EXPECT_EQ(recorder.events(), "");
   EXPECT_EQ(reader.currentFileName, file);
   EXPECT_EQ(reader.fileList.size(), 1u);

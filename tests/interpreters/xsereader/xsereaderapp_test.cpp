@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "interpreters/xsereader/xsereadertestsupport.h"
+#include "libsys/libsystestsupport.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
 
@@ -71,9 +72,7 @@ TEST_P(ModuleStartUpTest, TraceRunsFromAttachToDetachInAPerProcessFileOrLeavesNo
   ASSERT_EQ(files.size(), 1u);
   EXPECT_THAT(files[0],
               MatchesRegex("home/log/" + std::string(GetParam().stem) + "\\.[0-9]+\\.log"));
-  std::vector<std::string> lines;
-  std::ifstream in(dir_.path() / files[0]);
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  const std::vector<std::string> lines = libsystest::ReadLines(dir_.path() / files[0]);
   ASSERT_GE(lines.size(), 4u);
   EXPECT_THAT(lines.front(),
               MatchesRegex("[0-9:]{8}\\|" + module + " module attached with trace " +

@@ -6,9 +6,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <climits>
 #include <stdexcept>
-#include <string>
 #include <thread>
 
 namespace {
@@ -52,15 +50,17 @@ TEST(CReaderTest, ReportsWithoutObserverGoNowhere) {
 }
 
 // A reader whose runs wait for the running flag to drop, so tests control
-// how long the thread lives.
+// how long the thread lives; or whose single-source run throws.
 class WaitingReader final : public CReader {
  public:
+  explicit WaitingReader(bool throws = false) : throws_(throws) {}
   int32_t RunReader() override { return Wait(1); }
   int32_t MultipleRunReader() override { return Wait(2); }
   std::atomic<int32_t> sawRunning{-1};
 
  private:
   int32_t Wait(int32_t kind) {
+    if (throws_) throw std::runtime_error("broken source");
     sawRunning = running.load();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (running.load() != 0 && std::chrono::steady_clock::now() < deadline) {
@@ -68,6 +68,7 @@ class WaitingReader final : public CReader {
     }
     return kind * 10;
   }
+  const bool throws_;
 };
 
 TEST(CReaderThreadTest, RunsOneChosenLoopAtATimeWithTheRunningFlagSet) {
@@ -88,11 +89,7 @@ TEST(CReaderThreadTest, RunsOneChosenLoopAtATimeWithTheRunningFlagSet) {
 }
 
 TEST(CReaderThreadTest, RunThatThrowsEndsAsStopped) {
-  class ThrowingReader final : public CReader {
-   public:
-    int32_t RunReader() override { throw std::runtime_error("broken source"); }
-  };
-  ThrowingReader reader;
+  WaitingReader reader(true);
   ASSERT_EQ(reader.StartReaderThread(), 1);
   EXPECT_EQ(reader.JoinReaderThread(), -1);
   EXPECT_EQ(reader.running.load(), 0);

@@ -12,16 +12,14 @@ namespace {
 using quor::MultibeamRec;
 using xsetest::Group;
 using xsetest::GroupWriter;
-using xsewriter::FrameWriter;
+using xsetest::Put;
 using Groups = std::vector<GroupWriter>;
 
 GroupWriter Values(xsewriter::BeamGroupType type, std::vector<double> values) {
-  return [=](FrameWriter& w) { xsewriter::PutBeamValuesGroup(w, type, values); };
+  return Put(xsewriter::PutBeamValuesGroup, type, values);
 }
 
-GroupWriter Qualities(std::vector<uint8_t> codes) {
-  return [=](FrameWriter& w) { xsewriter::PutQualityGroup(w, codes); };
-}
+GroupWriter Qualities(std::vector<uint8_t> codes) { return Put(xsewriter::PutQualityGroup, codes); }
 
 bool Decode(const GroupWriter& write, MultibeamRec& ping) {
   return xsetest::DecodeGroup(elac::DecodeBeamGroup, write, ping);
@@ -44,7 +42,7 @@ class BeamFrameTest : public ::testing::TestWithParam<HeadCase> {};
 TEST_P(BeamFrameTest, ValuesAreConvertedAndReversedAndTheModeChoosesTheHalf) {
   // Wire values 6..0 land at indices 0..6, so each value names its index.
   const std::vector<double> values = {6, 5, 4, 3, 2, 1, 0};
-  Groups groups = {[](FrameWriter& w) { xsewriter::PutPingNumberGroup(w, 77); },
+  Groups groups = {Put(xsewriter::PutPingNumberGroup, 77u),
                    Qualities({10, 11, 12, 13, 14, 15, 0})};  // qualities 6..0
   using enum xsewriter::BeamGroupType;
   for (auto type : {kTravelTimeGroup, kAcrossAngleGroup, kAlongAngleGroup, kAcrossTrackGroup,
@@ -82,7 +80,7 @@ TEST(BeamDecoder, APingIsDeliveredOnlyWithOneCompleteSetOfArrays) {
       {{v(kTravelTimeGroup), v(kAcrossAngleGroup), Qualities({3, 4})}, 1},
       {{v(kTravelTimeGroup), v(kAcrossAngleGroup), v(kAlongAngleGroup)}, 0},
       {{v(kDepthGroup), v(kAcrossTrackGroup)}, 0},
-      {{[](FrameWriter& w) { xsewriter::PutPingHeadingGroup(w, 0.5); }}, 0},
+      {{Put(xsewriter::PutPingHeadingGroup, 0.5)}, 0},
       // A damaged last group does not cost a complete ping.
       {{v(kAcrossTrackGroup), v(kAlongTrackGroup), v(kDepthGroup), Group(9, {9}, 16)}, 1}};
   int row = 0;
@@ -99,10 +97,8 @@ TEST(BeamDecoder, SoundVelocityIsTheLastPlausibleEntryOfIdentifierZero) {
       {{{0, 1450.0}, {0, std::numeric_limits<double>::quiet_NaN()}}, 1450.0},
       {{}, 1500.0}};
   for (const auto& [entries, velocity] : kCases) {
-    const Velocities& list = entries;
     MultibeamRec ping;
-    ASSERT_TRUE(
-        Decode([&list](FrameWriter& w) { xsewriter::PutSoundVelocityGroup(w, list); }, ping));
+    ASSERT_TRUE(Decode(Put(xsewriter::PutSoundVelocityGroup, entries), ping));
     EXPECT_EQ(ping.soundVelocity, velocity);
     // Every list here that sets a velocity sets one other than the default.
     EXPECT_EQ((ping.fieldMask & MultibeamRec::kSoundVelocity) != 0, velocity != 1500.0);

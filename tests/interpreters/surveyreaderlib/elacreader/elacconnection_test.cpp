@@ -17,12 +17,13 @@
 #include "interpreters/surveyreaderlib/elacreader/memorystream.h"
 #include "quorsocket/sockettestsupport.h"
 #include "support/recordfingerprint.h"
-#include "support/recordingtarget.h"
 #include "tools/xseserver/xseserver.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::Pair;
 using xsetest::Bytes;
 using xsetest::SidescanFrame;
 
@@ -34,10 +35,6 @@ constexpr uint8_t kLoopback[4] = {127, 0, 0, 1};
 Bytes LiveStream() {
   Bytes damaged = xsetest::HeadingFrame(std::endian::big, 7);
   damaged[damaged.size() - 1] ^= 0xFF;  // end marker
-  Bytes absurd = xsetest::HeadingFrame(std::endian::little, 8);
-  absurd[7] = 0x7F;  // size far beyond the limit
-  const Bytes tooShort = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
-                          0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
   return xsetest::Concat({
       xsetest::HeadingFrame(std::endian::big, 1),
       SidescanFrame(std::endian::little, 2, 600000),
@@ -46,8 +43,8 @@ Bytes LiveStream() {
       xsetest::HeadingFrame(std::endian::little, 4),
       damaged,
       SidescanFrame(std::endian::big, 5, 40000),
-      absurd,
-      tooShort,
+      xsetest::AbsurdFrame(std::endian::little, 8),
+      xsetest::kHeaderless,
       Bytes(5000, 0x24),
       xsetest::PingFrame(std::endian::little, 6, 50),
       SidescanFrame(std::endian::big, 9, 140000),
@@ -138,35 +135,27 @@ TEST(LiveDecoderTest, GrowsOnlyForTheFrameAtItsHeadAndThenAllocatesNoMore) {
 // The live connection against the project's own server on 127.0.0.1.
 class ElacConnectionTest : public sockettest::SocketTest {
  protected:
-  void StartServer(xseserver::Options options, Bytes survey) {
-    server_ = std::make_unique<xseserver::XseServer>(options);
+  // Serves `survey` and reads it live: phase 1 here; phase 2 and the reading
+  // on a reader thread, as in a run, until receiveData returns false. The
+  // threads are joined when this returns, whatever failed.
+  void RunLive(const xseserver::Options& options, const Bytes& survey = {}) {
+    xseserver::XseServer server(options);
     std::string error;
-    ASSERT_TRUE(server_->Start(error)) << error;
-    survey_ = std::move(survey);
-    serverThread_ = std::thread([this] { session_ = server_->ServeOne(survey_); });
-  }
-  void TearDown() override {
-    if (serverThread_.joinable()) serverThread_.join();
-    SocketTest::TearDown();
-  }
-
-  // Phase 1 here; phase 2 and the reading on a reader thread, as in a run,
-  // until receiveData returns false.
-  void RunLive() {
+    ASSERT_TRUE(server.Start(error)) << error;
+    dataPort_ = server.dataPort();
+    std::jthread serving([&] { session_ = server.ServeOne(survey); });
     auto connection = std::make_unique<ElacConnection>(&target_);
     ASSERT_TRUE(
-        connection->Connect(0, static_cast<int16_t>(server_->port()), kLoopback, "XSEReader"));
+        connection->Connect(0, static_cast<int16_t>(server.port()), kLoopback, "XSEReader"));
     std::atomic<bool> done{false};
-    std::thread reader([&] {
+    std::jthread reader([&] {
       const auto end = std::chrono::steady_clock::now() + 5s;
       while (!connection->Open("") && !connection->Failed() &&
-             std::chrono::steady_clock::now() < end) {
+             std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(1ms);
-      }
       int32_t processed = 0;
-      while (connection->receiveData(processed, 0) && std::chrono::steady_clock::now() < end) {
+      while (connection->receiveData(processed, 0) && std::chrono::steady_clock::now() < end)
         processed_ += processed;
-      }
       endedWithData_ = connection->EndedWithData();
       failed_ = connection->Failed();
       connection.reset();
@@ -178,15 +167,11 @@ class ElacConnectionTest : public sockettest::SocketTest {
       platform::DispatchThreadMessages();
       std::this_thread::sleep_for(1ms);
     }
-    reader.join();
-    serverThread_.join();
   }
 
   xsetest::RecordingTarget target_;
-  std::unique_ptr<xseserver::XseServer> server_;
-  Bytes survey_;
-  std::thread serverThread_;
   xseserver::Session session_;
+  uint16_t dataPort_ = 0;
   int64_t processed_ = 0;
   bool endedWithData_ = false;
   bool failed_ = false;
@@ -195,41 +180,36 @@ class ElacConnectionTest : public sockettest::SocketTest {
 TEST_F(ElacConnectionTest, LiveSurveyIsDecodedOnceInOrderAndTheServerReleased) {
   Bytes survey;
   for (uint32_t i = 0; i < 40; ++i) {
-    const Bytes frame =
-        xsetest::HeadingFrame(i % 2 == 0 ? std::endian::big : std::endian::little, i);
-    survey.insert(survey.end(), frame.begin(), frame.end());
+    const auto order = i % 2 == 0 ? std::endian::big : std::endian::little;
+    survey = xsetest::Concat({survey, xsetest::HeadingFrame(order, i)});
   }
   xseserver::Options options;
   options.chunkBytes = 30;  // frames arrive in pieces and several per read
-  StartServer(options, survey);
-  RunLive();
+  RunLive(options, survey);
 
   ASSERT_EQ(target_.Count<quor::GyroRec>(), 40u);
-  for (size_t i = 0; i < 40; ++i) {
+  for (size_t i = 0; i < 40; ++i)
     EXPECT_EQ(target_.Nth<quor::GyroRec>(i)->time.tv_usec, static_cast<int32_t>(i));
-  }
   // Every byte counted once, and the server's end ended the run well.
   EXPECT_EQ(processed_, static_cast<int64_t>(survey.size()));
   EXPECT_TRUE(endedWithData_);
   EXPECT_FALSE(failed_);
 
   EXPECT_EQ(session_.error, "");
-  ASSERT_EQ(session_.requests.size(), 3u);  // asked, released at the acknowledge and at the end
+  // Link code and sequence number: asked, released at the acknowledge and at the end.
+  std::vector<std::pair<uint32_t, uint32_t>> links;
+  for (const auto& request : session_.requests)
+    links.emplace_back(request.LinkCode(), request.SequenceNumber());
+  ASSERT_THAT(links, ElementsAre(Pair(1u, 1u), Pair(2u, 1u), Pair(2u, 1u)));
   const elac::RequestFrame& request = session_.requests[0];
-  EXPECT_EQ(request.SequenceNumber(), 1u);
   EXPECT_EQ(request.Port(), 3400);
-  EXPECT_EQ(request.LinkCode(), 1u);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(request.Bytes().data() + 78)), "XSEReader");
-  for (size_t i = 1; i < session_.requests.size(); ++i) {
-    EXPECT_EQ(session_.requests[i].LinkCode(), 2u);
-    EXPECT_EQ(session_.requests[i].SequenceNumber(), 1u);
-  }
-  EXPECT_THAT(session_.setupSequenceNumbers, testing::ElementsAre(2u, 3u, 4u));
+  EXPECT_THAT(session_.setupSequenceNumbers, ElementsAre(2u, 3u, 4u));
   // The acknowledge goes back at release only for a port above 0 as a
   // signed 16-bit value.
-  EXPECT_EQ(session_.acknowledgeReleased, static_cast<int16_t>(server_->dataPort()) > 0);
+  EXPECT_EQ(session_.acknowledgeReleased, static_cast<int16_t>(dataPort_) > 0);
   EXPECT_EQ(CountLinesEndingWith("OnReceive(): New requested port " +
-                                 std::to_string(static_cast<int16_t>(server_->dataPort()))),
+                                 std::to_string(static_cast<int16_t>(dataPort_))),
             1u);
 }
 
@@ -237,8 +217,7 @@ TEST_F(ElacConnectionTest, ShortReplyToTheRequestEndsTheRun) {
   xseserver::Options options;
   options.acknowledgeLength = 81;
   options.waitMs = 200;
-  StartServer(options, {});
-  RunLive();
+  RunLive(options);
   EXPECT_TRUE(failed_);
   EXPECT_FALSE(endedWithData_);
   EXPECT_EQ(
@@ -253,8 +232,7 @@ TEST_F(ElacConnectionTest, RefusedDataPortTracesTheRefusalNotALaterError) {
   platform::CloseSocket(platform::ListenOnLoopback(closed));
   options.announcedPort = closed;
   options.waitMs = 300;
-  StartServer(options, {});
-  RunLive();
+  RunLive(options);
   EXPECT_TRUE(failed_);
   // Each attempt's refusal, and the refusal again when the connection gives
   // up: the error of the connect, not of a call made after it.

@@ -18,6 +18,7 @@ using xsetest::Bytes;
 using xsetest::GroupWriter;
 using xsetest::kFrameSeconds;
 using xsetest::kUnixSeconds;
+using xsetest::Put;
 using xsetest::RecordingTarget;
 using xsewriter::FrameWriter;
 
@@ -59,7 +60,7 @@ Bytes NavigationFrame(std::endian order, const std::vector<GroupWriter>& groups)
 }
 
 GroupWriter Position(std::string datum) {
-  return [=](FrameWriter& w) { xsewriter::PutPositionGroup(w, datum, 0.97, 0.17, 42.0); };
+  return Put(xsewriter::PutPositionGroup, datum, 0.97, 0.17, 42.0);
 }
 
 // Each row's frame holds a position in its datum, a heading and an attitude;
@@ -72,9 +73,9 @@ TEST(ElacReader, NavigationFrameGivesPositionByDatumAndHeadingAndAttitudeInDegre
   std::endian order = std::endian::little;
   for (const auto& [datum, geographic] : kDatums) {
     order = order == std::endian::big ? std::endian::little : std::endian::big;
-    const auto target = xsetest::DecodeFrames({NavigationFrame(
-        order, {Position(datum), [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, -0.5); },
-                [](FrameWriter& w) { xsewriter::PutAttitudeGroup(w, 0.25, -0.1, 0.05); }})});
+    const auto target = xsetest::DecodeFrames(
+        {NavigationFrame(order, {Position(datum), Put(xsewriter::PutHeadingGroup, -0.5),
+                                 Put(xsewriter::PutAttitudeGroup, 0.25, -0.1, 0.05)})});
     ASSERT_THAT(target.Kinds(), ElementsAre("startTime", "position", "gyro", "motion")) << datum;
     const auto* position = target.Nth<quor::NavigationRec>();
     EXPECT_EQ(position->fieldMask, geographic ? 0x3u : 0x0u) << datum;
@@ -95,8 +96,8 @@ TEST(ElacReader, StartTimeAndDecodingFollowTheFrameType) {
       {1u, true, true},  {3u, false, false},  {5u, true, false},
       {6u, true, false}, {10u, false, false}, {0xFFFFFFFFu, true, false}};
   for (const auto& [frameType, startTime, headingDecoded] : kCases) {
-    const auto target = xsetest::DecodeFrames({xsetest::WriteFrame(
-        std::endian::big, frameType, [](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 1.0); })});
+    const auto target = xsetest::DecodeFrames(
+        {xsetest::FrameOf(std::endian::big, frameType, {Put(xsewriter::PutHeadingGroup, 1.0)})});
     EXPECT_EQ(target.Count<quor::timeval>(), startTime ? 1u : 0u) << frameType;
     EXPECT_EQ(target.Count<quor::GyroRec>(), headingDecoded ? 1u : 0u) << frameType;
   }
@@ -120,11 +121,9 @@ TEST(ElacReader, ShortPositionGroupKeepsWgs84BitsForTheRestOfTheFrame) {
 
 TEST(ElacReader, PingHeadingIsMarkedAsSecondSensorOnlyDuringTheCall) {
   const auto target = xsetest::DecodeFrames(
-      {xsetest::WriteFrame(
-           std::endian::big, elac::kBathymetryFrame,
-           [](FrameWriter& w) { xsewriter::PutPingHeadingGroup(w, 3 * std::numbers::pi / 2); }),
-       NavigationFrame(std::endian::big,
-                       {[](FrameWriter& w) { xsewriter::PutHeadingGroup(w, 0.0); }})});
+      {xsetest::FrameOf(std::endian::big, elac::kBathymetryFrame,
+                        {Put(xsewriter::PutPingHeadingGroup, 3 * std::numbers::pi / 2)}),
+       NavigationFrame(std::endian::big, {Put(xsewriter::PutHeadingGroup, 0.0)})});
   ASSERT_EQ(target.Count<quor::GyroRec>(), 2u);
   EXPECT_EQ(target.Nth<quor::GyroRec>(0)->heading, 270.0);
   EXPECT_EQ(target.Nth<quor::GyroRec>(0)->sensorIndex, 1);

@@ -45,6 +45,10 @@ inline Bytes FrameOf(std::endian order, uint32_t frameType,
   });
 }
 
+// Start marker, S = 8 (too short for type and time), 8 bytes, end marker.
+inline const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
+                                  0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
+
 // A navigation frame of one heading group behind `padWords` header words;
 // the microseconds tell frames apart.
 inline Bytes HeadingFrame(std::endian order, uint32_t micros = 0, int padWords = 0) {
@@ -55,6 +59,13 @@ inline Bytes HeadingFrame(std::endian order, uint32_t micros = 0, int padWords =
         xsewriter::PutHeadingGroup(w, 1.0);
       },
       micros);
+}
+
+// A heading frame whose size claims nearly 2 GiB, far beyond the limit.
+inline Bytes AbsurdFrame(std::endian order, uint32_t micros) {
+  Bytes frame = HeadingFrame(order, micros);
+  frame[order == std::endian::big ? 4 : 7] = 0x7F;
+  return frame;
 }
 
 // A bathymetry frame with every beam group, the wire values 10, 11, ... in
@@ -108,6 +119,13 @@ inline GroupWriter Group(uint32_t type, std::vector<uint32_t> words, size_t zero
     for (size_t i = 0; i < zeros; ++i) w.PutU8(0);
     w.EndGroup();
   };
+}
+
+// The group that `put` writes from `args`, which are kept by value (a vector
+// where `put` takes a span).
+template <typename Writer, typename... Args>
+GroupWriter Put(Writer put, Args... args) {
+  return [=](xsewriter::FrameWriter& w) { put(w, args...); };
 }
 
 // A group of size 0: start marker, size, end marker.

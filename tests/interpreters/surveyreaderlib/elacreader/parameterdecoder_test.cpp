@@ -21,6 +21,7 @@ using ::testing::DoubleEq;
 using ::testing::ElementsAre;
 using xsetest::Group;
 using xsetest::GroupWriter;
+using xsetest::Put;
 using xsewriter::FrameWriter;
 using Params = std::vector<ParameterRec>;
 
@@ -67,11 +68,11 @@ std::array<double, 3> Angles(const ParameterRec& r) {
 }
 
 GroupWriter Installation(const xsewriter::Installation9& values) {
-  return [=](FrameWriter& w) { xsewriter::PutInstallationGroup(w, values); };
+  return Put(xsewriter::PutInstallationGroup, values);
 }
 
 GroupWriter Mounting(std::vector<xsewriter::MountingEntry> entries) {
-  return [=](FrameWriter& w) { xsewriter::PutMountingGroup(w, entries); };
+  return Put(xsewriter::PutMountingGroup, entries);
 }
 
 xsewriter::MountingEntry Mount(uint32_t id, double angle, uint8_t transmit = 1) {
@@ -82,9 +83,8 @@ xsewriter::MountingEntry Mount(uint32_t id, double angle, uint8_t transmit = 1) 
 // such as the latency, stays from the position record.
 TEST(ParameterDecoder, InstallationGivesPositionMruAndHeadingAndADraftRewritesTheFirst) {
   const auto records = ParametersOf(
-      std::endian::big,
-      {{Installation({0.1, -0.2, 3.5, 0.01, 0.0125, {1, 2, 3}, {4, 5, 6}})},
-       {[](FrameWriter& w) { xsewriter::PutDraftGroup(w, 4.2, 12); }, Group(99, {}, 4)}});
+      std::endian::big, {{Installation({0.1, -0.2, 3.5, 0.01, 0.0125, {1, 2, 3}, {4, 5, 6}})},
+                         {Put(xsewriter::PutDraftGroup, 4.2, 12u), Group(99, {}, 4)}});
   // Three at once, then the frame's one device element after the last group.
   ASSERT_THAT(Summaries(records),
               ElementsAre("XSE Position|6|0x7|1|0", "XSE MRU|2|0x187|1|0", "XSE Heading|5|0x80|1|0",
@@ -103,9 +103,8 @@ TEST(ParameterDecoder, InstallationGivesPositionMruAndHeadingAndADraftRewritesTh
 TEST(ParameterDecoder, TransducerInstallationAddsPortAndStarboard) {
   const xsewriter::Installation8 values{0.25f,      0,    -0.5f, 0.0025f,   {1, 2, 3},
                                         {-1, 2, 3}, 0.5f, -0.5f, {7, 8, 9}, {10, 11, 12}};
-  const auto records = ParametersOf(
-      std::endian::little,
-      {{[&](FrameWriter& w) { xsewriter::PutTransducerInstallationGroup(w, values); }}});
+  const auto records =
+      ParametersOf(std::endian::little, {{Put(xsewriter::PutTransducerInstallationGroup, values)}});
   ASSERT_THAT(Summaries(records),
               ElementsAre("XSE Position|6|0x7|1|0", "XSE MRU|2|0x187|1|0", "XSE Heading|5|0x80|1|0",
                           "XSE Port Transducer|16|0x3f|1|0", "XSE Stbd Transducer|17|0x3f|0|0",
@@ -216,10 +215,7 @@ TEST(ParameterDecoder, StatusTwoSetsTheFlagOfTheTransducerOfThatPosition) {
   for (const auto& [entries, kinds, expected, decoded] : kCases) {
     Params params;
     for (int32_t kind : kinds) params.push_back(Device(0, kind));
-    const Entries& status = entries;
-    EXPECT_EQ(
-        DecodeDevices([&status](FrameWriter& w) { xsewriter::PutStatusGroup(w, status); }, params),
-        decoded);
+    EXPECT_EQ(DecodeDevices(Put(xsewriter::PutStatusGroup, entries), params), decoded);
     std::vector<uint32_t> masks;
     for (const auto& record : params) masks.push_back(record.fieldMask);
     EXPECT_EQ(masks, expected);

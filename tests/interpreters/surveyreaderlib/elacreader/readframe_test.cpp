@@ -15,21 +15,13 @@
 
 namespace {
 
+using xsetest::AbsurdFrame;
 using xsetest::Bytes;
 using xsetest::Concat;
 using xsetest::HeadingFrame;
+using xsetest::kHeaderless;
 using xsetest::PingFrame;
 using xsewriter::FrameWriter;
-
-// Start marker, S = 8 (too short for type and time), 8 bytes, end marker.
-const Bytes kHeaderless = {'$', 'H', 'S', 'F', 0, 0, 0,   8,   0,   0,
-                           0,   1,   0,   0,   0, 0, '#', 'H', 'S', 'F'};
-
-Bytes Absurd(uint32_t micros) {
-  Bytes frame = HeadingFrame(std::endian::big, micros);
-  frame[4] = 0x7F;  // size near 2 GiB
-  return frame;
-}
 
 // Frames of many sizes with every kind of damage between them, ending in a
 // frame cut short. `decodedBytes` gets the bytes of the frames that decode.
@@ -51,7 +43,7 @@ Bytes MixedStream(uint64_t* decodedBytes = nullptr) {
                HeadingFrame(std::endian::little, micros + 2, round)});
     add(false, {Bytes(8, 0xAA), damaged});
     add(true, {PingFrame(std::endian::big, micros + 4, 3)});
-    add(false, {Absurd(micros + 5), kHeaderless});
+    add(false, {AbsurdFrame(std::endian::big, micros + 5), kHeaderless});
     add(true, {PingFrame(round % 2 == 0 ? std::endian::big : std::endian::little, micros + 6, 40),
                HeadingFrame(std::endian::big, micros + 7, 3),
                xsetest::WriteFrame(
@@ -144,7 +136,7 @@ TEST(ReadFrame, FileBuffersOfEverySizeGiveTheSameCallsAsAWholeBuffer) {
 
 TEST(ReadFrame, UnalignedJunkAbsurdSizeOrABadStreamReadNothing) {
   auto unaligned = xsetest::StreamOf(Concat({Bytes(3, 0xAA), HeadingFrame(std::endian::big, 0)}));
-  auto absurd = xsetest::StreamOf(Absurd(0));
+  auto absurd = xsetest::StreamOf(AbsurdFrame(std::endian::big, 0));
   auto bad = xsetest::StreamOf(HeadingFrame(std::endian::big, 0));
   bad.setstate(std::ios_base::badbit);
   xsetest::RecordingTarget target;

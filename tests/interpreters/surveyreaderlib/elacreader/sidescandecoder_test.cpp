@@ -13,19 +13,18 @@ using quor::SidescanRec;
 using ::testing::ElementsAre;
 using xsetest::Group;
 using xsetest::GroupWriter;
-using xsewriter::FrameWriter;
+using xsetest::Put;
 
 std::vector<float> Samples(const SidescanRec& sidescan) {
   return {sidescan.samples.get(), sidescan.samples.get() + sidescan.sampleCount};
 }
 
 GroupWriter SamplesGroup(uint32_t intervalUs, uint32_t delayUs, std::vector<uint16_t> samples) {
-  return
-      [=](FrameWriter& w) { xsewriter::PutSidescanSamplesGroup(w, intervalUs, delayUs, samples); };
+  return Put(xsewriter::PutSidescanSamplesGroup, intervalUs, delayUs, samples);
 }
 
 GroupWriter Gains(int16_t first, int16_t second) {
-  return [=](FrameWriter& w) { xsewriter::PutSidescanGainGroup(w, first, second); };
+  return Put(xsewriter::PutSidescanGainGroup, first, second);
 }
 
 bool Decode(const GroupWriter& write, SidescanRec& sidescan) {
@@ -35,9 +34,8 @@ bool Decode(const GroupWriter& write, SidescanRec& sidescan) {
 // Ping number 321, six samples 100 us apart behind a delay of two samples,
 // then the `trailing` groups.
 xsetest::Bytes SidescanFrame(std::endian order, std::vector<GroupWriter> trailing) {
-  trailing.insert(trailing.begin(),
-                  {[](FrameWriter& w) { xsewriter::PutSidescanPingGroup(w, 321); },
-                   SamplesGroup(100, 200, {10, 11, 12, 13, 14, 15})});
+  trailing.insert(trailing.begin(), {Put(xsewriter::PutSidescanPingGroup, 321u),
+                                     SamplesGroup(100, 200, {10, 11, 12, 13, 14, 15})});
   return xsetest::FrameOf(order, elac::kSidescanFrame, trailing);
 }
 

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cmath>
 #include <limits>
 #include <random>
 #include <string>
@@ -53,10 +52,7 @@ std::vector<double> AwkwardDoubles(size_t count, std::mt19937_64& random) {
 
 uint32_t Bits(float value) { return std::bit_cast<uint32_t>(value); }
 
-class WireConvert : public testing::TestWithParam<const elac::WireKernels*> {
- protected:
-  const elac::WireKernels& kernels() const { return *GetParam(); }
-};
+using WireConvert = testing::TestWithParam<const elac::WireKernels*>;
 
 std::vector<const elac::WireKernels*> UsableSets() {
   const auto list = elac::UsableWireKernels();
@@ -78,7 +74,7 @@ TEST_P(WireConvert, DoublesMatchConvertingOneByOne) {
         const auto wire = Wire(values, order);
         const ScalarArray<double> array(wire.data(), count, order);
         std::vector<float> out(count + 1, 7.0f);
-        elac::StoreDoublesReversed(array, scale, out.data(), kernels());
+        elac::StoreDoublesReversed(array, scale, out.data(), *GetParam());
         for (size_t k = 0; k < count; ++k) {
           ASSERT_EQ(Bits(out[count - 1 - k]), Bits(static_cast<float>(values[k] * scale)))
               << "count " << count << " value " << k;
@@ -99,7 +95,7 @@ TEST_P(WireConvert, SamplesMatchConvertingOneByOne) {
       const auto wire = Wire(values, order);
       std::vector<float> out(count + 1, 7.0f);
       elac::StoreSamplesReversed(ScalarArray<uint16_t>(wire.data(), count, order), out.data(),
-                                 kernels());
+                                 *GetParam());
       for (size_t k = 0; k < count; ++k)
         ASSERT_EQ(out[count - 1 - k], static_cast<float>(values[k])) << count << " " << k;
       EXPECT_EQ(out[count], 7.0f);
@@ -112,7 +108,7 @@ TEST_P(WireConvert, ScaleInPlaceTouchesOnlyTheCountedValues) {
     std::vector<float> values(count + 1);
     for (size_t i = 0; i <= count; ++i) values[i] = 1.5f * static_cast<float>(i) + 0.25f;
     const auto before = values;
-    elac::ScaleInPlace(values.data(), count, 4.0f, kernels());
+    elac::ScaleInPlace(values.data(), count, 4.0f, *GetParam());
     for (size_t i = 0; i < count; ++i) EXPECT_EQ(values[i], before[i] * 4.0f);
     EXPECT_EQ(values[count], before[count]);
   }
@@ -125,7 +121,7 @@ TEST_P(WireConvert, QualitiesMapEveryCodeAndReverse) {
     for (size_t i = 0; i < count; ++i) codes[i] = static_cast<uint8_t>(i * 7 + count);
     std::vector<uint8_t> out(count + 1, 99);
     elac::StoreQualitiesReversed(ScalarArray<uint8_t>(codes.data(), count, std::endian::big),
-                                 out.data(), kernels());
+                                 out.data(), *GetParam());
     for (size_t k = 0; k < count; ++k) {
       const uint8_t code = codes[k];
       const uint8_t expected = code >= 1 && code <= 15 ? static_cast<uint8_t>(16 - code) : 0;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -147,13 +148,12 @@ TEST(SoundingTarget, InterpolatesThePositionAndCountsWhatItLeavesOut) {
   EXPECT_EQ(sink.all[0].beam, 0u);
   EXPECT_EQ(sink.all[0].pingNumber, 7);
   EXPECT_EQ(sink.all[0].time, At(10.25));
+  // Soundings, pings georeferenced, before and after the navigation, beams
+  // left out (quality 0 and a missing depth), projected fixes.
   const auto& counts = target.counts();
-  EXPECT_EQ(counts.soundings, 1u);
-  EXPECT_EQ(counts.pingsGeoreferenced, 1u);
-  EXPECT_EQ(counts.pingsBeforeNavigation, 1u);
-  EXPECT_EQ(counts.pingsAfterNavigation, 1u);
-  EXPECT_EQ(counts.beamsLeftOut, 2u);  // quality 0 and a missing depth
-  EXPECT_EQ(counts.projectedFixes, 1u);
+  EXPECT_EQ((std::array{counts.soundings, counts.pingsGeoreferenced, counts.pingsBeforeNavigation,
+                        counts.pingsAfterNavigation, counts.beamsLeftOut, counts.projectedFixes}),
+            (std::array<uint64_t, 6>{1, 1, 1, 1, 2, 1}));
 }
 
 TEST(SoundingTarget, BoundsThePingsThatWaitForNavigation) {
