@@ -23,11 +23,12 @@ ReadAhead::~ReadAhead() {
 
 void ReadAhead::Reset(std::unique_lock<std::mutex>& lock) {
   // A read in flight writes into a block that is about to be free again.
-  resetWaits_ = true;
-  readable_.wait(lock, [this] { return !reading_; });
-  resetWaits_ = false;
+  callerWaits_ = true;
+  readable_.wait(lock, [this] { return inFlight_ == 0; });
+  callerWaits_ = false;
+  for (Block& block : blocks_) block.state = BlockState::kFree;
   head_ = 0;
-  ready_ = 0;
+  claimed_ = 0;
   held_ = false;
   ended_ = true;
 }
@@ -50,23 +51,57 @@ void ReadAhead::Stop() {
   active_ = false;
 }
 
+ReadAhead::Block* ReadAhead::Claim() {
+  if (ended_ || FreeBlocks() == 0) return nullptr;
+  Block& block = blocks_[(head_ + claimed_) % blocks_.size()];
+  block.state = BlockState::kReading;
+  // Claims run ahead of the reads: a later block may be claimed before an
+  // earlier one turns out short. Blocks are handed out in order and the
+  // caller stops at the short one, so what lies behind it is never used.
+  block.offset = readOffset_;
+  readOffset_ += blockSize_;
+  ++claimed_;
+  ++inFlight_;
+  return &block;
+}
+
+void ReadAhead::ReadInto(Block& block, std::unique_lock<std::mutex>& lock) {
+  const uint64_t offset = block.offset;
+  uint8_t* const bytes = block.bytes.get();
+  lock.unlock();
+  const std::optional<size_t> count = file_.ReadAt(offset, {bytes, blockSize_});
+  lock.lock();
+  block.count = count;
+  block.state = BlockState::kRead;
+  --inFlight_;
+  if (!count || *count < blockSize_) ended_ = true;
+}
+
 std::optional<std::span<const uint8_t>> ReadAhead::Next() {
   if (!active_) return std::nullopt;
   std::unique_lock<std::mutex> lock(mutex_);
   held_ = false;
   if (threadWaits_ && FreeBlocks() >= wakeBlocks_) writable_.notify_all();
-  if (ready_ == 0) {
+  const auto headRead = [this] {
+    return claimed_ > 0 && blocks_[head_].state == BlockState::kRead;
+  };
+  while (!headRead()) {
+    if (claimed_ == 0 && ended_) {
+      active_ = false;
+      return std::nullopt;
+    }
+    // Rather than wait for the thread, read the next free block here.
+    if (Block* block = Claim()) {
+      ReadInto(*block, lock);
+      continue;
+    }
     callerWaits_ = true;
-    readable_.wait(lock, [this] { return ready_ >= wakeBlocks_ || (ended_ && !reading_); });
+    readable_.wait(lock, [&] { return headRead() || (claimed_ == 0 && ended_); });
     callerWaits_ = false;
-  }
-  if (ready_ == 0) {
-    active_ = false;
-    return std::nullopt;
   }
   const Block& block = blocks_[head_];
   head_ = (head_ + 1) % blocks_.size();
-  --ready_;
+  --claimed_;
   held_ = true;
   if (!block.count || *block.count == 0) {
     active_ = false;
@@ -79,29 +114,18 @@ std::optional<std::span<const uint8_t>> ReadAhead::Next() {
 void ReadAhead::Work() {
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
-    if (!stop_ && (ended_ || FreeBlocks() == 0)) {
+    Block* block = stop_ ? nullptr : Claim();
+    if (block == nullptr) {
+      if (stop_) return;
       threadWaits_ = true;
       writable_.wait(lock, [this] { return stop_ || (!ended_ && FreeBlocks() >= wakeBlocks_); });
       threadWaits_ = false;
+      continue;
     }
-    if (stop_) return;
-    Block& block = blocks_[(head_ + ready_) % blocks_.size()];
-    const uint64_t offset = readOffset_;
-    reading_ = true;
-    lock.unlock();
-    const std::optional<size_t> count = file_.ReadAt(offset, {block.bytes.get(), blockSize_});
-    lock.lock();
-    reading_ = false;
-    block.count = count;
-    ++ready_;
-    if (count && *count == blockSize_) {
-      readOffset_ = offset + *count;
-    } else {
-      ended_ = true;
-    }
-    if (resetWaits_ || (callerWaits_ && (ready_ >= wakeBlocks_ || ended_))) {
-      readable_.notify_all();
-    }
+    ReadInto(*block, lock);
+    // The caller waits only for the block this thread was reading (its next
+    // one), or in Reset for no read in flight.
+    if (callerWaits_) readable_.notify_all();
   }
 }
 

@@ -5,11 +5,15 @@
 // now); nothing is read again, so a caller that wants to see a file grow
 // reads on by itself after the last block.
 //
+// A caller that finds its next block still being read does not wait idle:
+// it reads the next free block itself. When reading is the slower side (a
+// cached file: copying out of the page cache costs more than decoding),
+// the copies are shared between both threads.
+//
 // Each side that has to wait sleeps until half the ring is ready for it
-// (free blocks for the thread, read blocks for the caller), or the reading
-// ended: a wake-up costs a context switch, on a virtual machine an
-// interrupt between processors, and waking per block made those switches
-// a fifth of the time of reading a cached file.
+// (free blocks for the thread), or what it waits for is there: a wake-up
+// costs a context switch, on a virtual machine an interrupt between
+// processors.
 #pragma once
 
 #include <condition_variable>
@@ -51,14 +55,22 @@ class ReadAhead {
   std::optional<std::span<const uint8_t>> Next();
 
  private:
-  void Work();
-  void Reset(std::unique_lock<std::mutex>& lock);
-  size_t FreeBlocks() const { return blocks_.size() - ready_ - (held_ ? 1 : 0); }
-
+  enum class BlockState { kFree, kReading, kRead };
   struct Block {
     std::unique_ptr<uint8_t[]> bytes;
+    BlockState state = BlockState::kFree;
+    uint64_t offset = 0;
     std::optional<size_t> count;
   };
+
+  void Work();
+  void Reset(std::unique_lock<std::mutex>& lock);
+  size_t FreeBlocks() const { return blocks_.size() - claimed_ - (held_ ? 1 : 0); }
+  // Takes the next free block in file order for reading, or null when none
+  // is free or reading ended. Under the lock.
+  Block* Claim();
+  // Reads a claimed block outside the lock and marks it read.
+  void ReadInto(Block& block, std::unique_lock<std::mutex>& lock);
 
   const ReadOnlyFile& file_;
   const size_t blockSize_;
@@ -67,22 +79,21 @@ class ReadAhead {
   bool active_ = false;
   uint64_t next_ = 0;  // file offset of the next block to hand out
 
-  // How many blocks a waiting side waits for: half the ring.
+  // How many free blocks the waiting thread waits for: half the ring.
   const size_t wakeBlocks_;
 
   std::mutex mutex_;
-  std::condition_variable readable_;  // the caller waits: blocks read, the end
+  std::condition_variable readable_;  // the caller waits: its next block read, the end
   std::condition_variable writable_;  // the thread waits: free blocks, a start, the stop
   size_t head_ = 0;                   // next block to hand out
-  size_t ready_ = 0;                  // blocks read and not handed out, from head_ on
+  size_t claimed_ = 0;                // blocks being read or read, from head_ on
+  size_t inFlight_ = 0;               // reads running outside the lock
   bool held_ = false;                 // the block before head_ is the caller's
-  bool reading_ = false;              // a read runs outside the lock
-  bool ended_ = false;                // the last read was short: no more reads
+  bool ended_ = false;                // a read was short, or nothing was started: no more claims
   bool stop_ = false;
-  bool callerWaits_ = false;  // in Next, for blocks or the end
-  bool resetWaits_ = false;   // in Reset, for the read in flight
+  bool callerWaits_ = false;  // in Next or Reset
   bool threadWaits_ = false;  // for free blocks
-  uint64_t readOffset_ = 0;   // where the next read goes
+  uint64_t readOffset_ = 0;   // where the next claimed block starts
   std::thread thread_;
 };
 

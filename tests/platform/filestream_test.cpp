@@ -63,4 +63,26 @@ TEST(FileStreamBuf, ReadAheadFollowsAFileThatGrowsOrShrinks) {
   }
 }
 
+// Long files go through many rounds of the ring, the caller reading blocks
+// itself whenever the thread is behind; a seek drops the ring and reading
+// starts over. Sizes end mid-block, on a block and on a ring boundary.
+TEST(FileStreamBuf, ReadAheadGivesEveryByteOnceInOrderAcrossSeeks) {
+  xsetest::TempDir dir;
+  for (const size_t size : {200 * kBuffer + 37, 64 * kBuffer, 96 * kBuffer}) {
+    const std::string path = dir.Write("long", Pattern(size));
+    platform::FileStreamBuf buffer(kBuffer);
+    ASSERT_TRUE(buffer.Open(path));
+    std::istream stream(&buffer);
+    EXPECT_EQ(ReadSome(stream, SIZE_MAX), Pattern(size)) << size;
+    const size_t back = size / 3 + 5;
+    stream.clear();
+    stream.seekg(static_cast<std::streamoff>(back));
+    const auto some = ReadSome(stream, 40 * kBuffer);
+    stream.seekg(static_cast<std::streamoff>(back / 2));
+    const auto rest = ReadSome(stream, SIZE_MAX);
+    EXPECT_EQ(some, Pattern(40 * kBuffer, back)) << size;
+    EXPECT_EQ(rest, Pattern(size - back / 2, back / 2)) << size;
+  }
+}
+
 }  // namespace
