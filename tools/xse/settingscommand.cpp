@@ -132,6 +132,7 @@ int RunSettingsPage(std::span<const std::string_view> args) {
     qInstallMessageHandler(&QuietQtMessages);
   }
   std::vector<char*> qtArgv;
+  qtArgv.reserve(qtArgs.size() + 1);
   for (std::string& qtArg : qtArgs) qtArgv.push_back(qtArg.data());
   qtArgv.push_back(nullptr);
   int qtArgc = static_cast<int>(qtArgs.size());

@@ -30,6 +30,7 @@ int RunSettingsCommand(std::span<const std::string_view> args) {
   }
   std::vector<std::string> owned(args.begin(), args.end());
   std::vector<const char*> argv;
+  argv.reserve(owned.size());
   for (const std::string& arg : owned) argv.push_back(arg.c_str());
   return run(static_cast<int>(argv.size()), argv.data());
 }
