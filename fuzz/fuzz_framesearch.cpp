@@ -6,67 +6,50 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <istream>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "fuzz/checkingtarget.h"
 #include "fuzz/chunkedstreambuf.h"
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
+#include "tests/support/recordfingerprint.h"
 
 namespace {
 
-// Folds every record into a hash, in call order.
-class HashingTarget final : public quor::ISurveyTarget {
+// Every record's fingerprint, its arrays checked against their counts.
+class CheckedFingerprints final : public xsetest::FingerprintTarget {
  public:
-  void HandleStartTime(const quor::timeval& time) override { Mix(1u, time); }
-  void HandleParameter(const quor::ParameterRec& record) override {
-    Sensor(2, record);
-    MixBytes(record.name.View().data(), record.name.View().size());
-  }
-  void HandlePosition(const quor::NavigationRec& record) override {
-    Sensor(3, record, record.geographicFirst);
-  }
-  void HandleGyro(const quor::GyroRec& record) override { Sensor(4, record, record.heading); }
-  void HandleMotion(const quor::MotionRec& record) override { Sensor(5, record, record.roll); }
   void HandleMultibeam(const quor::MultibeamRec& record) override {
     checking_.HandleMultibeam(record);
-    Sensor(6, record, record.beamCount);
-    if (record.depth) MixBytes(record.depth.get(), sizeof(float) * record.beamCount);
+    FingerprintTarget::HandleMultibeam(record);
   }
   void HandleSidescan(const quor::SidescanRec& record) override {
     checking_.HandleSidescan(record);
-    Sensor(7, record, record.sampleCount);
-    if (record.samples) MixBytes(record.samples.get(), sizeof(float) * record.sampleCount);
+    FingerprintTarget::HandleSidescan(record);
   }
-  uint64_t hash = 1469598103934665603u;
 
  private:
-  template <typename... Values>
-  void Sensor(uint32_t kind, const quor::SensorRec& record, const Values&... values) {
-    Mix(kind, record.time, record.valid, record.fieldMask, record.sensorIndex, values...);
-  }
-  template <typename... Values>
-  void Mix(const Values&... values) {
-    (MixBytes(&values, sizeof values), ...);
-  }
-  void MixBytes(const void* bytes, size_t count) {
-    const auto* p = static_cast<const uint8_t*>(bytes);
-    for (size_t i = 0; i < count; ++i) hash = (hash ^ p[i]) * 1099511628211u;
-  }
   xsefuzz::CheckingTarget checking_;
 };
 
 struct Step {
   bool read;
   std::streamoff position;  // -1 once the stream failed
-  uint64_t records;
+  size_t records;
   bool operator==(const Step&) const = default;
 };
 
-std::vector<Step> Steps(std::span<const uint8_t> bytes, size_t chunk) {
-  HashingTarget target;
+// The result of every call, and the records at the end.
+struct Run {
+  std::vector<Step> steps;
+  std::vector<uint64_t> prints;
+  bool operator==(const Run&) const = default;
+};
+
+Run Steps(std::span<const uint8_t> bytes, size_t chunk) {
+  CheckedFingerprints target;
   ElacReader reader(&target, 0);
   xsefuzz::ChunkedStreamBuf buffer(bytes, chunk);
   std::istream stream(&buffer);
@@ -75,9 +58,9 @@ std::vector<Step> Steps(std::span<const uint8_t> bytes, size_t chunk) {
   for (size_t calls = 0; calls <= bytes.size() / 4 + 1 && stream.good(); ++calls) {
     const bool read = reader.ReadFrame(stream);
     const std::streamoff position = stream.good() ? std::streamoff(stream.tellg()) : -1;
-    steps.push_back({read, position, target.hash});
+    steps.push_back({read, position, target.prints.size()});
   }
-  return steps;
+  return {std::move(steps), std::move(target.prints)};
 }
 
 }  // namespace

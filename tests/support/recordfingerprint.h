@@ -1,57 +1,75 @@
-// A target that keeps one number per record: its kind, time and the values
-// that tell one frame's records from another's. Two decodes that deliver
-// the same records in the same order give the same list, so a frame lost,
-// repeated or reordered shows.
+// A target that keeps one number per record: a hash of its kind and of every
+// field it shows, walked through the one description of the record fields
+// that the outputs use. Two decodes that deliver the same records in the
+// same order give the same list, so a frame lost, repeated, reordered or
+// decoded differently shows.
 #pragma once
 
 #include <cstdint>
-#include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "interpreters/surveyreaderlib/recordfields.h"
 
 namespace xsetest {
 
-class FingerprintTarget final : public quor::ISurveyTarget {
+class FingerprintTarget : public quor::ISurveyTarget {
  public:
-  void HandleStartTime(const quor::timeval& time) override { Add(0, time, 0); }
-  void HandleParameter(const quor::ParameterRec& record) override {
-    Add(1, record.time, record.name.length);
-  }
-  void HandlePosition(const quor::NavigationRec& record) override { Add(2, record.time, 0); }
-  void HandleGyro(const quor::GyroRec& record) override {
-    Add(3, record.time, Bits(record.heading));
-  }
-  void HandleMotion(const quor::MotionRec& record) override { Add(4, record.time, 0); }
+  virtual ~FingerprintTarget() = default;
+  void HandleStartTime(const quor::timeval& time) override { Add(0, time); }
+  void HandleParameter(const quor::ParameterRec& record) override { Add(1, record); }
+  void HandlePosition(const quor::NavigationRec& record) override { Add(2, record); }
+  void HandleGyro(const quor::GyroRec& record) override { Add(3, record); }
+  void HandleMotion(const quor::MotionRec& record) override { Add(4, record); }
   void HandleMultibeam(const quor::MultibeamRec& record) override {
     ++pings;
-    uint64_t values = record.beamCount;
-    for (uint32_t i = 0; record.depth && i < record.beamCount; ++i)
-      values = values * 31 + Bits(record.depth[i]);
-    Add(5, record.time, values);
+    Add(5, record);
   }
-  void HandleSidescan(const quor::SidescanRec& record) override {
-    uint64_t values = record.sampleCount;
-    for (uint32_t i = 0; record.samples && i < record.sampleCount; ++i)
-      values = values * 31 + Bits(record.samples[i]);
-    Add(6, record.time, values);
-  }
+  void HandleSidescan(const quor::SidescanRec& record) override { Add(6, record); }
 
   std::vector<uint64_t> prints;
   size_t pings = 0;
 
  private:
-  template <typename T>
-  static uint64_t Bits(T value) {
-    uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof value < sizeof bits ? sizeof value : sizeof bits);
-    return bits;
-  }
-  void Add(uint64_t kind, const quor::timeval& time, uint64_t values) {
-    uint64_t print = kind;
-    print = print * 1000003 + static_cast<uint64_t>(time.tv_sec);
-    print = print * 1000003 + static_cast<uint64_t>(time.tv_usec);
-    prints.push_back(print * 1000003 + values);
+  // FNV-1a over the bytes of each field in turn; a missing array counts.
+  struct Hash {
+    uint64_t value = 1469598103934665603u;
+    uint32_t items = 0;
+
+    void Bytes(const void* bytes, size_t count) {
+      const auto* byte = static_cast<const uint8_t*>(bytes);
+      for (size_t i = 0; i < count; ++i) value = (value ^ byte[i]) * 1099511628211u;
+    }
+    template <typename V>
+    void Scalar(std::string_view /*name*/, V number) {
+      Bytes(&number, sizeof number);
+    }
+    void Time(std::string_view name, const quor::timeval& time) {
+      Scalar(name, time.tv_sec);
+      Scalar(name, time.tv_usec);
+    }
+    void Text(std::string_view name, std::string_view text) {
+      Scalar(name, text.size());
+      Bytes(text.data(), text.size());
+    }
+    void Items(std::string_view name, uint32_t count) {
+      items = count;
+      Scalar(name, count);
+    }
+    template <typename E>
+    void Array(std::string_view name, const E* values) {
+      Scalar(name, values != nullptr);
+      if (values != nullptr) Bytes(values, sizeof(E) * items);
+    }
+  };
+
+  template <typename Record>
+  void Add(uint64_t kind, const Record& record) {
+    Hash hash;
+    hash.Scalar("kind", kind);
+    quor::VisitFields(record, hash);
+    prints.push_back(hash.value);
   }
 };
 
