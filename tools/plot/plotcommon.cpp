@@ -28,4 +28,26 @@ std::string FormatNumber(double value, int decimals) {
   return text;
 }
 
+void PixelAverages::Resize(const Area& area) {
+  width_ = area.width;
+  const size_t pixels = static_cast<size_t>(area.width) * static_cast<size_t>(area.height);
+  sum_.assign(pixels, 0.0f);
+  count_.assign(pixels, 0);
+}
+
+void PixelAverages::Add(int firstRow, int endRow, int firstColumn, int endColumn, float value) {
+  for (int row = firstRow; row < endRow; ++row) {
+    for (int column = firstColumn; column < endColumn; ++column) {
+      sum_[At(row, column)] += value;
+      count_[At(row, column)]++;
+    }
+  }
+}
+
+std::optional<double> PixelAverages::Mean(int row, int column) const {
+  const size_t at = At(row, column);
+  if (count_[at] == 0) return std::nullopt;
+  return static_cast<double>(sum_[at]) / count_[at];
+}
+
 }  // namespace xseplot

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,24 @@ class TrackPlot final : public quor::ISurveyTarget {
   int lastMarkX_ = -1, lastMarkY_ = -1;
 };
 
+// Values averaged per pixel over a plot area: each value is added to every
+// pixel of the row and column spans it covers.
+class PixelAverages {
+ public:
+  void Resize(const Area& area);
+  void Add(int firstRow, int endRow, int firstColumn, int endColumn, float value);
+  // The mean at a pixel, or nothing when no value fell there.
+  std::optional<double> Mean(int row, int column) const;
+
+ private:
+  size_t At(int row, int column) const {
+    return static_cast<size_t>(row) * static_cast<size_t>(width_) + static_cast<size_t>(column);
+  }
+  int width_ = 0;
+  std::vector<float> sum_;
+  std::vector<uint32_t> count_;
+};
+
 // Depth along the track: one column per ping (pings averaged when there are
 // more than columns), one row per beam across the swath, port at the top,
 // coloured shallow red to deep blue, with a legend.
@@ -72,8 +91,7 @@ class SwathPlot final : public quor::ISurveyTarget {
   int width_, height_;
   Area area_;
   uint64_t ping_ = 0;
-  std::vector<float> sum_;
-  std::vector<uint32_t> count_;
+  PixelAverages pixels_;
 };
 
 // Sidescan: one row per ping (pings averaged when there are more than rows),
@@ -93,8 +111,7 @@ class WaterfallPlot final : public quor::ISurveyTarget {
   int width_, height_;
   Area area_;
   uint64_t ping_ = 0;
-  std::vector<float> sum_;
-  std::vector<uint32_t> count_;
+  PixelAverages pixels_;
 };
 
 // The pixel span [first, end) that item `index` of `count` takes in

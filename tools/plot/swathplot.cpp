@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <string>
 
 #include "tools/plot/colormap.h"
@@ -16,9 +17,7 @@ SwathPlot::SwathPlot(const SurveyExtent& extent, int width, int height)
   const int left = 12 + Raster::TextWidth("stbd", scale);
   const int legend = 40 + Raster::TextWidth("0000.0 m", scale);
   area_ = {left, 12 + text, width_ - left - legend, height_ - 2 * (12 + text)};
-  const size_t pixels = static_cast<size_t>(area_.width) * static_cast<size_t>(area_.height);
-  sum_.assign(pixels, 0.0f);
-  count_.assign(pixels, 0);
+  pixels_.Resize(area_);
 }
 
 void SwathPlot::HandleMultibeam(const quor::MultibeamRec& record) {
@@ -30,13 +29,7 @@ void SwathPlot::HandleMultibeam(const quor::MultibeamRec& record) {
     if (!std::isfinite(depth)) continue;
     int firstRow = 0, endRow = 0;
     Span(beam, extent_.maxBeams, area_.height, firstRow, endRow);
-    for (int row = firstRow; row < endRow; ++row) {
-      const size_t at = static_cast<size_t>(row) * static_cast<size_t>(area_.width);
-      for (int column = firstColumn; column < endColumn; ++column) {
-        sum_[at + static_cast<size_t>(column)] += depth;
-        count_[at + static_cast<size_t>(column)]++;
-      }
-    }
+    pixels_.Add(firstRow, endRow, firstColumn, endColumn, depth);
   }
 }
 
@@ -61,12 +54,8 @@ Raster SwathPlot::Render() const {
   }
   for (int row = 0; row < area_.height; ++row) {
     for (int column = 0; column < area_.width; ++column) {
-      const size_t at =
-          static_cast<size_t>(row) * static_cast<size_t>(area_.width) + static_cast<size_t>(column);
-      const Rgb colour = count_[at] == 0
-                             ? kNoData
-                             : DepthColour((static_cast<double>(sum_[at]) / count_[at] - shallow) /
-                                           (deep - shallow));
+      const std::optional<double> mean = pixels_.Mean(row, column);
+      const Rgb colour = mean ? DepthColour((*mean - shallow) / (deep - shallow)) : kNoData;
       picture.Set(area_.x + column, area_.y + row, colour);
     }
   }

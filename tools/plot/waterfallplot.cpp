@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <string>
 
 #include "tools/plot/colormap.h"
@@ -13,9 +14,7 @@ WaterfallPlot::WaterfallPlot(const SurveyExtent& extent, int width, int height)
       height_(std::clamp(height, kMinPlotSize, kMaxPlotSize)) {
   const int text = Raster::TextHeight(TextScale(width_));
   area_ = {16, 2 * (10 + text), width_ - 32, height_ - 2 * (10 + text) - 16};
-  const size_t pixels = static_cast<size_t>(area_.width) * static_cast<size_t>(area_.height);
-  sum_.assign(pixels, 0.0f);
-  count_.assign(pixels, 0);
+  pixels_.Resize(area_);
 }
 
 void WaterfallPlot::HandleSidescan(const quor::SidescanRec& record) {
@@ -30,13 +29,7 @@ void WaterfallPlot::HandleSidescan(const quor::SidescanRec& record) {
     if (!std::isfinite(amplitude)) continue;
     int firstColumn = 0, endColumn = 0;
     Span(offset + i, extent_.maxSamples, area_.width, firstColumn, endColumn);
-    for (int row = firstRow; row < endRow; ++row) {
-      const size_t at = static_cast<size_t>(row) * static_cast<size_t>(area_.width);
-      for (int column = firstColumn; column < endColumn; ++column) {
-        sum_[at + static_cast<size_t>(column)] += amplitude;
-        count_[at + static_cast<size_t>(column)]++;
-      }
-    }
+    pixels_.Add(firstRow, endRow, firstColumn, endColumn, amplitude);
   }
 }
 
@@ -55,13 +48,8 @@ Raster WaterfallPlot::Render() const {
   const double white = std::exp2(extent_.amplitudes.Log2Quantile(0.995));
   for (int row = 0; row < area_.height; ++row) {
     for (int column = 0; column < area_.width; ++column) {
-      const size_t at =
-          static_cast<size_t>(row) * static_cast<size_t>(area_.width) + static_cast<size_t>(column);
-      Rgb colour = kNoData;
-      if (count_[at] != 0) {
-        const double mean = static_cast<double>(sum_[at]) / count_[at];
-        colour = Grey(mean / white);
-      }
+      const std::optional<double> mean = pixels_.Mean(row, column);
+      const Rgb colour = mean ? Grey(*mean / white) : kNoData;
       picture.Set(area_.x + column, area_.y + row, colour);
     }
   }
