@@ -10,38 +10,15 @@ namespace {
 
 // Hands each record on to whichever target is reading at the moment, and
 // counts them, so one decoder serves both ReadAll and Next.
-class Forwarder final : public quor::ISurveyTarget {
+class Forwarder final : public quor::RecordVisitor<Forwarder> {
  public:
   quor::ISurveyTarget* sink = nullptr;
   uint64_t delivered = 0;
 
-  void HandleStartTime(const quor::timeval& time) override {
+  template <typename Record>
+  void OnRecord(quor::RecordKind /*kind*/, const Record& record) {
     ++delivered;
-    sink->HandleStartTime(time);
-  }
-  void HandleParameter(const quor::ParameterRec& r) override {
-    ++delivered;
-    sink->HandleParameter(r);
-  }
-  void HandlePosition(const quor::NavigationRec& r) override {
-    ++delivered;
-    sink->HandlePosition(r);
-  }
-  void HandleGyro(const quor::GyroRec& r) override {
-    ++delivered;
-    sink->HandleGyro(r);
-  }
-  void HandleMotion(const quor::MotionRec& r) override {
-    ++delivered;
-    sink->HandleMotion(r);
-  }
-  void HandleMultibeam(const quor::MultibeamRec& r) override {
-    ++delivered;
-    sink->HandleMultibeam(r);
-  }
-  void HandleSidescan(const quor::SidescanRec& r) override {
-    ++delivered;
-    sink->HandleSidescan(r);
+    quor::Deliver(*sink, record);
   }
 };
 
@@ -52,31 +29,18 @@ using OwnedRecord =
 // Copies the records of one frame, for Next. The decoder reuses its records
 // within a frame (several parameter records, two headings), so a reference
 // would not do.
-class Queue final : public quor::ISurveyTarget {
+class Queue final : public quor::RecordVisitor<Queue> {
  public:
   std::vector<OwnedRecord> records;
 
-  void HandleStartTime(const quor::timeval& time) override { records.emplace_back(time); }
-  void HandleParameter(const quor::ParameterRec& r) override { records.emplace_back(r); }
-  void HandlePosition(const quor::NavigationRec& r) override { records.emplace_back(r); }
-  void HandleGyro(const quor::GyroRec& r) override { records.emplace_back(r); }
-  void HandleMotion(const quor::MotionRec& r) override { records.emplace_back(r); }
-  void HandleMultibeam(const quor::MultibeamRec& r) override { records.emplace_back(r); }
-  void HandleSidescan(const quor::SidescanRec& r) override { records.emplace_back(r); }
+  template <typename Record>
+  void OnRecord(quor::RecordKind /*kind*/, const Record& record) {
+    records.emplace_back(record);
+  }
 };
 
 void Deliver(const OwnedRecord& owned, quor::ISurveyTarget& target) {
-  struct Visitor {
-    quor::ISurveyTarget& target;
-    void operator()(const quor::timeval& r) const { target.HandleStartTime(r); }
-    void operator()(const quor::ParameterRec& r) const { target.HandleParameter(r); }
-    void operator()(const quor::NavigationRec& r) const { target.HandlePosition(r); }
-    void operator()(const quor::GyroRec& r) const { target.HandleGyro(r); }
-    void operator()(const quor::MotionRec& r) const { target.HandleMotion(r); }
-    void operator()(const quor::MultibeamRec& r) const { target.HandleMultibeam(r); }
-    void operator()(const quor::SidescanRec& r) const { target.HandleSidescan(r); }
-  };
-  std::visit(Visitor{target}, owned);
+  std::visit([&target](const auto& record) { quor::Deliver(target, record); }, owned);
 }
 
 Record Describe(const OwnedRecord& owned) {
@@ -121,26 +85,6 @@ std::optional<Heads> ParseHeads(std::string_view name) {
   if (name == "first") return Heads::kFirst;
   if (name == "second") return Heads::kSecond;
   return std::nullopt;
-}
-
-const char* RecordKindName(RecordKind kind) {
-  switch (kind) {
-    case RecordKind::kStartTime:
-      return "startTime";
-    case RecordKind::kParameter:
-      return "parameter";
-    case RecordKind::kPosition:
-      return "position";
-    case RecordKind::kGyro:
-      return "gyro";
-    case RecordKind::kMotion:
-      return "motion";
-    case RecordKind::kMultibeam:
-      return "multibeam";
-    case RecordKind::kSidescan:
-      return "sidescan";
-  }
-  return "unknown";
 }
 
 struct SurveyReader::Impl {

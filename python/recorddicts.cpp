@@ -58,7 +58,7 @@ py::dict Dict(const char* kind, const Record& record) {
 py::dict ParameterDict(const quor::ParameterRec& record) { return Dict("parameter", record); }
 
 py::dict RecordDict(const xsereader::Record& record) {
-  const char* kind = xsereader::RecordKindName(record.kind);
+  const char* kind = xsereader::RecordKindName(record.kind).data();
   if (record.startTime) return Dict(kind, *record.startTime);
   if (record.parameter) return Dict(kind, *record.parameter);
   if (record.position) return Dict(kind, *record.position);

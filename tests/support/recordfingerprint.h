@@ -9,24 +9,23 @@
 #include <string_view>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
 #include "interpreters/surveyreaderlib/recordfields.h"
+#include "interpreters/surveyreaderlib/recordkind.h"
 
 namespace xsetest {
 
-class FingerprintTarget : public quor::ISurveyTarget {
+class FingerprintTarget : public quor::RecordVisitor<FingerprintTarget> {
  public:
   virtual ~FingerprintTarget() = default;
-  void HandleStartTime(const quor::timeval& time) override { Add(0, time); }
-  void HandleParameter(const quor::ParameterRec& record) override { Add(1, record); }
-  void HandlePosition(const quor::NavigationRec& record) override { Add(2, record); }
-  void HandleGyro(const quor::GyroRec& record) override { Add(3, record); }
-  void HandleMotion(const quor::MotionRec& record) override { Add(4, record); }
-  void HandleMultibeam(const quor::MultibeamRec& record) override {
-    ++pings;
-    Add(5, record);
+
+  template <typename Record>
+  void OnRecord(quor::RecordKind kind, const Record& record) {
+    if (kind == quor::RecordKind::kMultibeam) ++pings;
+    Hash hash;
+    hash.Scalar("kind", static_cast<uint64_t>(kind));
+    quor::VisitFields(record, hash);
+    prints.push_back(hash.value);
   }
-  void HandleSidescan(const quor::SidescanRec& record) override { Add(6, record); }
 
   std::vector<uint64_t> prints;
   size_t pings = 0;
@@ -63,14 +62,6 @@ class FingerprintTarget : public quor::ISurveyTarget {
       if (values != nullptr) Bytes(values, sizeof(E) * items);
     }
   };
-
-  template <typename Record>
-  void Add(uint64_t kind, const Record& record) {
-    Hash hash;
-    hash.Scalar("kind", kind);
-    quor::VisitFields(record, hash);
-    prints.push_back(hash.value);
-  }
 };
 
 }  // namespace xsetest

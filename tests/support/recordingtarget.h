@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "interpreters/surveyreaderlib/recordkind.h"
 
 namespace xsetest {
 
@@ -14,23 +14,18 @@ using RecordedCall =
     std::variant<quor::timeval, quor::ParameterRec, quor::NavigationRec, quor::GyroRec,
                  quor::MotionRec, quor::MultibeamRec, quor::SidescanRec>;
 
-class RecordingTarget final : public quor::ISurveyTarget {
+class RecordingTarget final : public quor::RecordVisitor<RecordingTarget> {
  public:
-  void HandleStartTime(const quor::timeval& time) override { calls.emplace_back(time); }
-  void HandleParameter(const quor::ParameterRec& record) override { calls.emplace_back(record); }
-  void HandlePosition(const quor::NavigationRec& record) override { calls.emplace_back(record); }
-  void HandleGyro(const quor::GyroRec& record) override { calls.emplace_back(record); }
-  void HandleMotion(const quor::MotionRec& record) override { calls.emplace_back(record); }
-  void HandleMultibeam(const quor::MultibeamRec& record) override { calls.emplace_back(record); }
-  void HandleSidescan(const quor::SidescanRec& record) override { calls.emplace_back(record); }
+  template <typename Record>
+  void OnRecord(quor::RecordKind /*kind*/, const Record& record) {
+    calls.emplace_back(record);
+  }
 
-  // The kinds of the calls in order: "startTime", "parameter", "position",
-  // "gyro", "motion", "multibeam", "sidescan".
+  // The kinds of the calls in order, by name ("startTime", "parameter", ...).
   std::vector<std::string> Kinds() const {
-    static const char* const kNames[] = {"startTime", "parameter", "position", "gyro",
-                                         "motion",    "multibeam", "sidescan"};
     std::vector<std::string> kinds;
-    for (const auto& call : calls) kinds.emplace_back(kNames[call.index()]);
+    for (const auto& call : calls)
+      kinds.emplace_back(quor::RecordKindName(static_cast<quor::RecordKind>(call.index())));
     return kinds;
   }
 

@@ -50,8 +50,8 @@ TEST(XseDump, NavigationFrameGivesExactLines) {
 // Columns follow the JSON members in order, the time pair as one cell.
 // Multibeam, sidescan and parameter headers are asserted with their rows.
 TEST(XseDumpCsv, EveryTableStartsWithItsHeaderRow) {
-  using enum xsetool::RecordKind;
-  const std::pair<xsetool::RecordKind, const char*> kHeaders[] = {
+  using enum quor::RecordKind;
+  const std::pair<quor::RecordKind, const char*> kHeaders[] = {
       {kStartTime, "time"},
       {kPosition,
        "valid,fieldMask,time,relTime,sensorIndex,projectedFirst,projectedSecond,geographicFirst,"
@@ -104,7 +104,7 @@ TEST(XseDumpCsv, SidescanGivesOneRowPerSample) {
 TEST(XseDumpCsv, NamesWithCommasOrQuotesAreQuoted) {
   CapturedOutput out;
   {
-    xsetool::CsvRecordWriter csv(out.file(), xsetool::RecordKind::kParameter);
+    xsetool::CsvRecordWriter csv(out.file(), quor::RecordKind::kParameter);
     quor::ParameterRec record;
     record.name.Assign("Port \"A\", aft");
     csv.HandleParameter(record);

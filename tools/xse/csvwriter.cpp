@@ -118,27 +118,27 @@ std::string HeaderOf(const Record& record) {
 
 }  // namespace
 
-std::string CsvHeader(RecordKind kind) {
+std::string CsvHeader(quor::RecordKind kind) {
   switch (kind) {
-    case RecordKind::kStartTime:
+    case quor::RecordKind::kStartTime:
       return HeaderOf(quor::timeval{});
-    case RecordKind::kParameter:
+    case quor::RecordKind::kParameter:
       return HeaderOf(quor::ParameterRec{});
-    case RecordKind::kPosition:
+    case quor::RecordKind::kPosition:
       return HeaderOf(quor::NavigationRec{});
-    case RecordKind::kGyro:
+    case quor::RecordKind::kGyro:
       return HeaderOf(quor::GyroRec{});
-    case RecordKind::kMotion:
+    case quor::RecordKind::kMotion:
       return HeaderOf(quor::MotionRec{});
-    case RecordKind::kMultibeam:
+    case quor::RecordKind::kMultibeam:
       return HeaderOf(quor::MultibeamRec{});
-    case RecordKind::kSidescan:
+    case quor::RecordKind::kSidescan:
       return HeaderOf(quor::SidescanRec{});
   }
   return {};
 }
 
-CsvRecordWriter::CsvRecordWriter(std::FILE* out, RecordKind kind) : out_(out), kind_(kind) {
+CsvRecordWriter::CsvRecordWriter(std::FILE* out, quor::RecordKind kind) : out_(out), kind_(kind) {
   buffer_ += CsvHeader(kind);
   buffer_ += '\n';
 }
@@ -156,7 +156,7 @@ bool CsvRecordWriter::Flush() {
 // index, then the item's value in each array (empty where the record does
 // not carry that array).
 template <typename Record>
-void CsvRecordWriter::Write(RecordKind kind, const Record& record) {
+void CsvRecordWriter::OnRecord(quor::RecordKind kind, const Record& record) {
   if (kind != kind_) return;
   RowCells cells;
   quor::VisitFields(record, cells);
@@ -181,24 +181,13 @@ void CsvRecordWriter::Write(RecordKind kind, const Record& record) {
   if (buffer_.size() >= kFlushThreshold) Flush();
 }
 
-void CsvRecordWriter::HandleStartTime(const quor::timeval& startTime) {
-  Write(RecordKind::kStartTime, startTime);
-}
-void CsvRecordWriter::HandleParameter(const quor::ParameterRec& record) {
-  Write(RecordKind::kParameter, record);
-}
-void CsvRecordWriter::HandlePosition(const quor::NavigationRec& record) {
-  Write(RecordKind::kPosition, record);
-}
-void CsvRecordWriter::HandleGyro(const quor::GyroRec& record) { Write(RecordKind::kGyro, record); }
-void CsvRecordWriter::HandleMotion(const quor::MotionRec& record) {
-  Write(RecordKind::kMotion, record);
-}
-void CsvRecordWriter::HandleMultibeam(const quor::MultibeamRec& record) {
-  Write(RecordKind::kMultibeam, record);
-}
-void CsvRecordWriter::HandleSidescan(const quor::SidescanRec& record) {
-  Write(RecordKind::kSidescan, record);
-}
+// Other files reach these through the visitor's methods.
+template void CsvRecordWriter::OnRecord(quor::RecordKind, const quor::timeval&);
+template void CsvRecordWriter::OnRecord(quor::RecordKind, const quor::ParameterRec&);
+template void CsvRecordWriter::OnRecord(quor::RecordKind, const quor::NavigationRec&);
+template void CsvRecordWriter::OnRecord(quor::RecordKind, const quor::GyroRec&);
+template void CsvRecordWriter::OnRecord(quor::RecordKind, const quor::MotionRec&);
+template void CsvRecordWriter::OnRecord(quor::RecordKind, const quor::MultibeamRec&);
+template void CsvRecordWriter::OnRecord(quor::RecordKind, const quor::SidescanRec&);
 
 }  // namespace xsetool

@@ -12,36 +12,28 @@
 #include <string>
 #include <string_view>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
-#include "tools/xse/recordkind.h"
+#include "interpreters/surveyreaderlib/recordkind.h"
 
 namespace xsetool {
 
 // The header row of the table of `kind`, without the line end.
-std::string CsvHeader(RecordKind kind);
+std::string CsvHeader(quor::RecordKind kind);
 
-class CsvRecordWriter final : public quor::ISurveyTarget {
+class CsvRecordWriter final : public quor::RecordVisitor<CsvRecordWriter> {
  public:
   // The header row is written first; records of other kinds are ignored.
-  CsvRecordWriter(std::FILE* out, RecordKind kind);
-
-  void HandleStartTime(const quor::timeval& startTime) override;
-  void HandleParameter(const quor::ParameterRec& record) override;
-  void HandlePosition(const quor::NavigationRec& record) override;
-  void HandleGyro(const quor::GyroRec& record) override;
-  void HandleMotion(const quor::MotionRec& record) override;
-  void HandleMultibeam(const quor::MultibeamRec& record) override;
-  void HandleSidescan(const quor::SidescanRec& record) override;
+  CsvRecordWriter(std::FILE* out, quor::RecordKind kind);
 
   // Writes out what is buffered; false when any write so far failed.
   bool Flush();
 
  private:
+  friend RecordVisitor;
   template <typename Record>
-  void Write(RecordKind kind, const Record& record);
+  void OnRecord(quor::RecordKind kind, const Record& record);
 
   std::FILE* out_;
-  RecordKind kind_;
+  quor::RecordKind kind_;
   std::string buffer_;
   bool writeFailed_ = false;
 };

@@ -71,7 +71,7 @@ int DumpLive(const ServerAddress& server, const std::string& connect, const Live
 int RunDumpCommand(std::span<const std::string_view> args) {
   int32_t mode = ElacReader::kAllBeams;
   bool csv = false;
-  std::optional<RecordKind> kind;
+  std::optional<quor::RecordKind> kind;
   std::optional<uint64_t> limit;
   std::string connect;
   LiveLimits liveLimits;
@@ -81,7 +81,7 @@ int RunDumpCommand(std::span<const std::string_view> args) {
     return value == "csv" || value == "jsonl";
   });
   line.Value("--kind", [&kind](std::string_view value) {
-    kind = ParseRecordKind(value);
+    kind = quor::ParseRecordKind(value);
     return kind.has_value();
   });
   line.Value("--limit", [&limit](std::string_view value) {

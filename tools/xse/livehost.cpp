@@ -52,35 +52,6 @@ void LiveTap::Noted() {
   if (enough_ && enough_()) enough_reached_.store(true, std::memory_order_relaxed);
 }
 
-void LiveTap::HandleStartTime(const quor::timeval& time) {
-  if (next_ != nullptr) next_->HandleStartTime(time);
-  Noted();
-}
-void LiveTap::HandleParameter(const quor::ParameterRec& record) {
-  if (next_ != nullptr) next_->HandleParameter(record);
-  Noted();
-}
-void LiveTap::HandlePosition(const quor::NavigationRec& record) {
-  if (next_ != nullptr) next_->HandlePosition(record);
-  Noted();
-}
-void LiveTap::HandleGyro(const quor::GyroRec& record) {
-  if (next_ != nullptr) next_->HandleGyro(record);
-  Noted();
-}
-void LiveTap::HandleMotion(const quor::MotionRec& record) {
-  if (next_ != nullptr) next_->HandleMotion(record);
-  Noted();
-}
-void LiveTap::HandleMultibeam(const quor::MultibeamRec& record) {
-  if (next_ != nullptr) next_->HandleMultibeam(record);
-  Noted();
-}
-void LiveTap::HandleSidescan(const quor::SidescanRec& record) {
-  if (next_ != nullptr) next_->HandleSidescan(record);
-  Noted();
-}
-
 int RunLiveSession(CReader& reader, const ServerAddress& server, const std::string& name,
                    const LiveLimits& limits, const LiveTap& tap, const LiveReports& reports,
                    int32_t& result) {

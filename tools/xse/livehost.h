@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "interpreters/surveyreaderlib/recordkind.h"
 #include "platform/hostreader/creader.h"
 
 namespace xsetool {
@@ -30,7 +30,7 @@ std::optional<ServerAddress> ParseServerAddress(std::string_view text);
 // Passes every record on to `next` (may be null) on the reader thread and
 // notes when the last one came, for the main thread's idle check.
 // `enough`, when given, is asked after each record whether to stop.
-class LiveTap final : public quor::ISurveyTarget {
+class LiveTap final : public quor::RecordVisitor<LiveTap> {
  public:
   LiveTap(quor::ISurveyTarget* next, std::function<bool()> enough)
       : next_(next), enough_(std::move(enough)) {}
@@ -39,15 +39,13 @@ class LiveTap final : public quor::ISurveyTarget {
   int64_t lastRecordNs() const { return lastRecordNs_.load(std::memory_order_relaxed); }
   bool enough() const { return enough_reached_.load(std::memory_order_relaxed); }
 
-  void HandleStartTime(const quor::timeval& time) override;
-  void HandleParameter(const quor::ParameterRec& record) override;
-  void HandlePosition(const quor::NavigationRec& record) override;
-  void HandleGyro(const quor::GyroRec& record) override;
-  void HandleMotion(const quor::MotionRec& record) override;
-  void HandleMultibeam(const quor::MultibeamRec& record) override;
-  void HandleSidescan(const quor::SidescanRec& record) override;
-
  private:
+  friend RecordVisitor;
+  template <typename Record>
+  void OnRecord(quor::RecordKind /*kind*/, const Record& record) {
+    if (next_ != nullptr) quor::Deliver(*next_, record);
+    Noted();
+  }
   void Noted();
 
   quor::ISurveyTarget* next_;

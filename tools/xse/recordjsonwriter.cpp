@@ -41,9 +41,9 @@ class JsonFields {
 }  // namespace
 
 template <typename Record>
-void RecordJsonWriter::Write(RecordKind kind, const Record& record) {
+void RecordJsonWriter::OnRecord(quor::RecordKind kind, const Record& record) {
   JsonBuilder json(line_);
-  json.BeginObject().String("kind", RecordKindName(kind));
+  json.BeginObject().String("kind", quor::RecordKindName(kind));
   JsonFields fields(json);
   quor::VisitFields(record, fields);
   json.EndObject();
@@ -60,24 +60,13 @@ bool RecordJsonWriter::Flush() {
   return !writeFailed_;
 }
 
-void RecordJsonWriter::HandleStartTime(const quor::timeval& startTime) {
-  Write(RecordKind::kStartTime, startTime);
-}
-void RecordJsonWriter::HandleParameter(const quor::ParameterRec& record) {
-  Write(RecordKind::kParameter, record);
-}
-void RecordJsonWriter::HandlePosition(const quor::NavigationRec& record) {
-  Write(RecordKind::kPosition, record);
-}
-void RecordJsonWriter::HandleGyro(const quor::GyroRec& record) { Write(RecordKind::kGyro, record); }
-void RecordJsonWriter::HandleMotion(const quor::MotionRec& record) {
-  Write(RecordKind::kMotion, record);
-}
-void RecordJsonWriter::HandleMultibeam(const quor::MultibeamRec& record) {
-  Write(RecordKind::kMultibeam, record);
-}
-void RecordJsonWriter::HandleSidescan(const quor::SidescanRec& record) {
-  Write(RecordKind::kSidescan, record);
-}
+// Other files reach these through the visitor's methods.
+template void RecordJsonWriter::OnRecord(quor::RecordKind, const quor::timeval&);
+template void RecordJsonWriter::OnRecord(quor::RecordKind, const quor::ParameterRec&);
+template void RecordJsonWriter::OnRecord(quor::RecordKind, const quor::NavigationRec&);
+template void RecordJsonWriter::OnRecord(quor::RecordKind, const quor::GyroRec&);
+template void RecordJsonWriter::OnRecord(quor::RecordKind, const quor::MotionRec&);
+template void RecordJsonWriter::OnRecord(quor::RecordKind, const quor::MultibeamRec&);
+template void RecordJsonWriter::OnRecord(quor::RecordKind, const quor::SidescanRec&);
 
 }  // namespace xsetool

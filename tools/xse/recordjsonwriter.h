@@ -6,31 +6,23 @@
 #include <cstdio>
 #include <string>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
-#include "tools/xse/recordkind.h"
+#include "interpreters/surveyreaderlib/recordkind.h"
 
 namespace xsetool {
 
-class RecordJsonWriter final : public quor::ISurveyTarget {
+class RecordJsonWriter final : public quor::RecordVisitor<RecordJsonWriter> {
  public:
   // Lines are written to `out` whenever the buffer passes a threshold and
   // on Flush. A write error is remembered, not thrown.
   explicit RecordJsonWriter(std::FILE* out) : out_(out) {}
 
-  void HandleStartTime(const quor::timeval& startTime) override;
-  void HandleParameter(const quor::ParameterRec& record) override;
-  void HandlePosition(const quor::NavigationRec& record) override;
-  void HandleGyro(const quor::GyroRec& record) override;
-  void HandleMotion(const quor::MotionRec& record) override;
-  void HandleMultibeam(const quor::MultibeamRec& record) override;
-  void HandleSidescan(const quor::SidescanRec& record) override;
-
   // Writes out what is buffered; false when any write so far failed.
   bool Flush();
 
  private:
+  friend RecordVisitor;
   template <typename Record>
-  void Write(RecordKind kind, const Record& record);
+  void OnRecord(quor::RecordKind kind, const Record& record);
 
   std::FILE* out_;
   std::string line_;

@@ -150,18 +150,18 @@ std::string FormatSummaryText(const FileSummary& summary) {
                     Ull(summary.bytesSkipped())));
 
   std::string kinds;
-  for (RecordKind kind : kAllRecordKinds) {
+  for (quor::RecordKind kind : quor::kAllRecordKinds) {
     if (!kinds.empty()) kinds += ", ";
-    kinds += Printf("%llu %s", Ull(records.records(kind)), RecordKindName(kind).data());
+    kinds += Printf("%llu %s", Ull(records.records(kind)), quor::RecordKindName(kind).data());
   }
   AppendLine(out, "records", kinds);
 
-  const uint64_t pings = records.records(RecordKind::kMultibeam);
+  const uint64_t pings = records.records(quor::RecordKind::kMultibeam);
   AppendLine(out, "multibeam",
              pings == 0 ? "none"
                         : Printf("%llu pings, %s", Ull(pings),
                                  CountRange(records.beamsPerPing(), "beams").c_str()));
-  const uint64_t sidescanPings = records.records(RecordKind::kSidescan);
+  const uint64_t sidescanPings = records.records(quor::RecordKind::kSidescan);
   AppendLine(out, "sidescan",
              sidescanPings == 0 ? "none"
                                 : Printf("%llu pings, %s", Ull(sidescanPings),
@@ -231,13 +231,14 @@ std::string FormatSummaryJson(const FileSummary& summary) {
   json.Number("bytesSkipped", summary.bytesSkipped());
 
   json.BeginObject("records");
-  for (RecordKind kind : kAllRecordKinds) json.Number(RecordKindName(kind), records.records(kind));
+  for (quor::RecordKind kind : quor::kAllRecordKinds)
+    json.Number(quor::RecordKindName(kind), records.records(kind));
   json.EndObject();
 
-  json.BeginObject("multibeam").Number("pings", records.records(RecordKind::kMultibeam));
+  json.BeginObject("multibeam").Number("pings", records.records(quor::RecordKind::kMultibeam));
   RangeMembers(json, "beamsMin", "beamsMax", records.beamsPerPing());
   json.EndObject();
-  json.BeginObject("sidescan").Number("pings", records.records(RecordKind::kSidescan));
+  json.BeginObject("sidescan").Number("pings", records.records(quor::RecordKind::kSidescan));
   RangeMembers(json, "samplesMin", "samplesMax", records.samplesPerPing());
   json.EndObject();
 

@@ -5,15 +5,15 @@
 
 namespace xsetool {
 
-void SurveyStats::Count(RecordKind kind) { ++records_[static_cast<size_t>(kind)]; }
+void SurveyStats::Count(quor::RecordKind kind) { ++records_[static_cast<size_t>(kind)]; }
 
 void SurveyStats::HandleStartTime(const quor::timeval& startTime) {
-  Count(RecordKind::kStartTime);
+  Count(quor::RecordKind::kStartTime);
   timeSpan_.Add({startTime});
 }
 
 void SurveyStats::HandleParameter(const quor::ParameterRec& record) {
-  Count(RecordKind::kParameter);
+  Count(quor::RecordKind::kParameter);
   const std::string_view name = record.name.View();
   auto tally = std::find_if(parameters_.begin(), parameters_.end(), [&](const auto& entry) {
     return entry.sensorKind == record.sensorKind && entry.name == name;
@@ -30,7 +30,7 @@ void SurveyStats::HandleParameter(const quor::ParameterRec& record) {
 }
 
 void SurveyStats::HandlePosition(const quor::NavigationRec& record) {
-  Count(RecordKind::kPosition);
+  Count(quor::RecordKind::kPosition);
   const bool wgs84 = (record.fieldMask & quor::NavigationRec::kWgs84) != 0;
   PositionBounds& bounds = wgs84 ? geographic_ : projected_;
   ++bounds.fixes;
@@ -43,17 +43,19 @@ void SurveyStats::HandlePosition(const quor::NavigationRec& record) {
   }
 }
 
-void SurveyStats::HandleGyro(const quor::GyroRec& /*record*/) { Count(RecordKind::kGyro); }
+void SurveyStats::HandleGyro(const quor::GyroRec& /*record*/) { Count(quor::RecordKind::kGyro); }
 
-void SurveyStats::HandleMotion(const quor::MotionRec& /*record*/) { Count(RecordKind::kMotion); }
+void SurveyStats::HandleMotion(const quor::MotionRec& /*record*/) {
+  Count(quor::RecordKind::kMotion);
+}
 
 void SurveyStats::HandleMultibeam(const quor::MultibeamRec& record) {
-  Count(RecordKind::kMultibeam);
+  Count(quor::RecordKind::kMultibeam);
   beamsPerPing_.Add(record.beamCount);
 }
 
 void SurveyStats::HandleSidescan(const quor::SidescanRec& record) {
-  Count(RecordKind::kSidescan);
+  Count(quor::RecordKind::kSidescan);
   samplesPerPing_.Add(record.sampleCount);
 }
 

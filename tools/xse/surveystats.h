@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/isurveytarget.h"
-#include "tools/xse/recordkind.h"
+#include "interpreters/surveyreaderlib/recordkind.h"
 
 namespace xsetool {
 
@@ -56,7 +56,7 @@ class SurveyStats final : public quor::ISurveyTarget {
   void HandleMultibeam(const quor::MultibeamRec& record) override;
   void HandleSidescan(const quor::SidescanRec& record) override;
 
-  uint64_t records(RecordKind kind) const { return records_[static_cast<size_t>(kind)]; }
+  uint64_t records(quor::RecordKind kind) const { return records_[static_cast<size_t>(kind)]; }
   const Range<uint32_t>& beamsPerPing() const { return beamsPerPing_; }
   const Range<uint32_t>& samplesPerPing() const { return samplesPerPing_; }
   // Of the frame times the decoder reported. Parameter frames report none,
@@ -69,9 +69,9 @@ class SurveyStats final : public quor::ISurveyTarget {
   const std::vector<ParameterTally>& parameters() const { return parameters_; }
 
  private:
-  void Count(RecordKind kind);
+  void Count(quor::RecordKind kind);
 
-  std::array<uint64_t, kAllRecordKinds.size()> records_{};
+  std::array<uint64_t, quor::kAllRecordKinds.size()> records_{};
   Range<uint32_t> beamsPerPing_, samplesPerPing_;
   Range<TimevalOrder> timeSpan_;
   PositionBounds geographic_, projected_;

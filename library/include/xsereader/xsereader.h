@@ -22,6 +22,7 @@
 #include <string_view>
 
 #include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "interpreters/surveyreaderlib/recordkind.h"
 #include "interpreters/surveyreaderlib/surveyrecords.h"
 
 namespace xsereader {
@@ -35,10 +36,10 @@ enum class Heads : int32_t { kAll = 0, kFirst = 1, kSecond = 2 };
 // "all", "first" or "second"; nothing for any other text.
 std::optional<Heads> ParseHeads(std::string_view name);
 
-enum class RecordKind { kStartTime, kParameter, kPosition, kGyro, kMotion, kMultibeam, kSidescan };
-
-// The kind's name as `xse dump` writes it ("startTime", "parameter", ...).
-const char* RecordKindName(RecordKind kind);
+// The kinds, and RecordKindName: the kind's name as `xse dump` writes it
+// ("startTime", "parameter", ...).
+using quor::RecordKind;
+using quor::RecordKindName;
 
 // One pulled record: `kind` says which one pointer is set. The record belongs
 // to the reader and stays valid until the next call to Next or Read*.
