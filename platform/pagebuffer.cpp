@@ -71,7 +71,7 @@ bool PageBuffer::Reserve(size_t bytes) {
   }
   try {
     // A huge page at a time, so that Release need not wait for the rest.
-    faultingAhead_ = std::jthread([start = fresh + needed, ahead](std::stop_token stop) {
+    faultingAhead_ = std::jthread([start = fresh + needed, ahead](const std::stop_token& stop) {
       for (size_t done = 0; done < ahead && !stop.stop_requested(); done += kHugePage)
         FaultIn(start + done, std::min(kHugePage, ahead - done));
     });

@@ -18,7 +18,7 @@ constexpr size_t kFlushThreshold = 1 << 16;
 template <typename T>
 void AppendValue(std::string& out, T value) {
   char text[64];
-  std::to_chars_result result;
+  std::to_chars_result result{};
   if constexpr (std::is_floating_point_v<T>) {
     result = std::to_chars(text, text + sizeof text, value);
   } else if constexpr (std::is_signed_v<T>) {
