@@ -4,12 +4,14 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
 
+#include "interpreters/surveyreaderlib/recordkind.h"
 #include "interpreters/surveyreaderlib/soundings/soundings.h"
 #include "python/recorddicts.h"
 #include "python/surveyarrays.h"
@@ -25,6 +27,42 @@ xsereader::Heads HeadsArgument(const std::string& head) {
   if (!heads) throw py::value_error("unknown head '" + head + "'");
   return *heads;
 }
+
+// Which kinds read() gathers: all of them for None, otherwise those named.
+using KindSet = std::array<bool, quor::kAllRecordKinds.size()>;
+KindSet KindsArgument(const py::object& kinds) {
+  KindSet wanted{};
+  if (kinds.is_none()) {
+    wanted.fill(true);
+    return wanted;
+  }
+  const auto notNames = [] { return py::type_error("kinds must be a list of names"); };
+  if (py::isinstance<py::str>(kinds) || !py::isinstance<py::iterable>(kinds)) throw notNames();
+  for (const auto& item : kinds) {
+    if (!py::isinstance<py::str>(item)) throw notNames();
+    const auto name = py::cast<std::string>(item);
+    const auto kind = quor::ParseRecordKind(name);
+    if (!kind) throw py::value_error("unknown record kind '" + name + "'");
+    wanted[static_cast<size_t>(*kind)] = true;
+  }
+  return wanted;
+}
+
+// Passes on the records of the wanted kinds only, so read() builds no
+// arrays for the others.
+class KindFilter final : public quor::RecordVisitor<KindFilter> {
+ public:
+  KindFilter(quor::ISurveyTarget& next, const KindSet& wanted) : next_(next), wanted_(wanted) {}
+
+  template <typename Record>
+  void OnRecord(quor::RecordKind kind, const Record& record) {
+    if (wanted_[static_cast<size_t>(kind)]) quor::Deliver(next_, record);
+  }
+
+ private:
+  quor::ISurveyTarget& next_;
+  KindSet wanted_;
+};
 
 // Raises OSError with the reason `xse` prints; a reason that is the system's
 // text for an errno value becomes that errno, so a missing file raises
@@ -136,14 +174,16 @@ py::dict Columns(const py::array& rows) {
   return columns;
 }
 
-py::dict Read(const py::object& pathObject, const std::string& head) {
+py::dict Read(const py::object& pathObject, const std::string& head, const py::object& kinds) {
   const std::string path = PathArgument(pathObject);
   const xsereader::Heads heads = HeadsArgument(head);
+  const KindSet wanted = KindsArgument(kinds);
   auto reader = Open(path, heads);
   SurveyArrays arrays;
   {
     py::gil_scoped_release unlocked;
-    reader->ReadAll(arrays);
+    KindFilter filter(arrays, wanted);
+    reader->ReadAll(filter);
   }
   py::dict survey;
   const auto frames = static_cast<py::ssize_t>(arrays.startTimes.size());
@@ -273,7 +313,7 @@ PYBIND11_MODULE(xsereader, module) {
   module.doc() = "Reads multibeam survey data in the XSE format.";
   module.attr("__version__") = xsereader::Version();
 
-  module.def("read", &Read, py::arg("path"), py::arg("head") = "all",
+  module.def("read", &Read, py::arg("path"), py::arg("head") = "all", py::arg("kinds") = py::none(),
              R"(Reads a whole XSE file into numpy arrays.
 
 Returns a dict: "startTimes" (frame times), "positions", "headings" and
@@ -281,9 +321,12 @@ Returns a dict: "startTimes" (frame times), "positions", "headings" and
 "sidescan" (dicts of per-ping columns and pings x beams or pings x samples
 arrays, NaN where a ping has fewer values or does not carry them; quality
 0), and "parameters" (a list of dicts). Times are float64 seconds since
-1970. head is "all", "first" or "second". Raises OSError when the file
-cannot be opened and ValueError for an unknown head; damaged data is
-skipped as `xse` skips it.)");
+1970. head is "all", "first" or "second". kinds, a list of record kinds
+as `xse dump --kind` names them ("startTime", "parameter", "position",
+"gyro", "motion", "multibeam", "sidescan"), gathers only those; the others
+come back empty. Raises OSError when the file cannot be opened and
+ValueError for an unknown head or kind; damaged data is skipped as `xse`
+skips it.)");
 
   module.def("soundings", &Soundings, py::arg("path"), py::arg("head") = "all",
              R"(Georeferences every beam of every ping of an XSE file, as `xse soundings`.
