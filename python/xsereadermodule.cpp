@@ -4,14 +4,13 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
 
-#include "interpreters/surveyreaderlib/recordkind.h"
+#include "interpreters/surveyreaderlib/recordfilter.h"
 #include "interpreters/surveyreaderlib/soundings/soundings.h"
 #include "python/recorddicts.h"
 #include "python/surveyarrays.h"
@@ -29,40 +28,20 @@ xsereader::Heads HeadsArgument(const std::string& head) {
 }
 
 // Which kinds read() gathers: all of them for None, otherwise those named.
-using KindSet = std::array<bool, quor::kAllRecordKinds.size()>;
-KindSet KindsArgument(const py::object& kinds) {
-  KindSet wanted{};
-  if (kinds.is_none()) {
-    wanted.fill(true);
-    return wanted;
-  }
+quor::RecordKindSet KindsArgument(const py::object& kinds) {
+  if (kinds.is_none()) return quor::RecordKindSet().set();
   const auto notNames = [] { return py::type_error("kinds must be a list of names"); };
   if (py::isinstance<py::str>(kinds) || !py::isinstance<py::iterable>(kinds)) throw notNames();
+  quor::RecordKindSet wanted;
   for (const auto& item : kinds) {
     if (!py::isinstance<py::str>(item)) throw notNames();
     const auto name = py::cast<std::string>(item);
     const auto kind = quor::ParseRecordKind(name);
     if (!kind) throw py::value_error("unknown record kind '" + name + "'");
-    wanted[static_cast<size_t>(*kind)] = true;
+    wanted.set(static_cast<size_t>(*kind));
   }
   return wanted;
 }
-
-// Passes on the records of the wanted kinds only, so read() builds no
-// arrays for the others.
-class KindFilter final : public quor::RecordVisitor<KindFilter> {
- public:
-  KindFilter(quor::ISurveyTarget& next, const KindSet& wanted) : next_(next), wanted_(wanted) {}
-
-  template <typename Record>
-  void OnRecord(quor::RecordKind kind, const Record& record) {
-    if (wanted_[static_cast<size_t>(kind)]) quor::Deliver(next_, record);
-  }
-
- private:
-  quor::ISurveyTarget& next_;
-  KindSet wanted_;
-};
 
 // Raises OSError with the reason `xse` prints; a reason that is the system's
 // text for an errno value becomes that errno, so a missing file raises
@@ -177,12 +156,12 @@ py::dict Columns(const py::array& rows) {
 py::dict Read(const py::object& pathObject, const std::string& head, const py::object& kinds) {
   const std::string path = PathArgument(pathObject);
   const xsereader::Heads heads = HeadsArgument(head);
-  const KindSet wanted = KindsArgument(kinds);
+  const quor::RecordKindSet wanted = KindsArgument(kinds);
   auto reader = Open(path, heads);
   SurveyArrays arrays;
   {
     py::gil_scoped_release unlocked;
-    KindFilter filter(arrays, wanted);
+    quor::RecordFilter filter(arrays, wanted);  // no arrays for the kinds not wanted
     reader->ReadAll(filter);
   }
   py::dict survey;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -32,6 +33,23 @@ constexpr std::optional<RecordKind> ParseRecordKind(std::string_view name) {
     if (RecordKindName(kind) == name) return kind;
   }
   return std::nullopt;
+}
+
+// Kinds by their RecordKind index.
+using RecordKindSet = std::bitset<kAllRecordKinds.size()>;
+
+// The kinds of a comma-separated list of names ("position,gyro"); nothing
+// when a name is unknown or missing.
+inline std::optional<RecordKindSet> ParseRecordKinds(std::string_view list) {
+  RecordKindSet kinds;
+  for (;;) {
+    const size_t comma = list.find(',');
+    const auto kind = ParseRecordKind(list.substr(0, comma));
+    if (!kind) return std::nullopt;
+    kinds.set(static_cast<size_t>(*kind));
+    if (comma == std::string_view::npos) return kinds;
+    list.remove_prefix(comma + 1);
+  }
 }
 
 // Hands `record` to the method of `target` for its type.

@@ -131,6 +131,10 @@ TEST(XseDump, KindAndLimitSelectRecordsInJsonLinesAndCsv) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "xse: cannot open " + missing + ": No such file or directory\n");
   EXPECT_THAT(result.out, ::testing::MatchesRegex("(\\{\"kind\":\"gyro\",[^\n]*\n){3}"));
+  // Several kinds, in the order they come: a parameter frame first.
+  const auto kinds = RunXse({"dump", "--kind", "motion,parameter", "--limit", "20", path});
+  EXPECT_THAT(kinds.out, ::testing::MatchesRegex("(\\{\"kind\":\"parameter\",[^\n]*\n)+"
+                                                 "(\\{\"kind\":\"motion\",[^\n]*\n)+"));
   const auto csv = RunXse({"dump", "--format", "csv", "--kind", "multibeam", "--limit", "2", path});
   EXPECT_EQ(csv.status, 0);
   EXPECT_EQ(std::count(csv.out.begin(), csv.out.end(), '\n'), 1 + 2 * 4) << "two pings of 4 beams";

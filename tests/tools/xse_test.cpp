@@ -24,7 +24,7 @@ const std::map<std::string, std::string> kUsage = {
      "               [--samples N] [--nav-rate HZ] [--ping-rate HZ]\n"
      "               [--byte-order big|little|mixed] OUT.xse\n"},
     {"dump",
-     "usage: xse dump [--format jsonl|csv] [--kind KIND] [--limit N]\n"
+     "usage: xse dump [--format jsonl|csv] [--kind KINDS] [--limit N]\n"
      "                [--head all|first|second] FILE...\n"},
     {"info", "usage: xse info [--json] FILE...\n"},
     {"run", "usage: xse run [--events] [--no-ext-check] FILE...\n"},
@@ -59,6 +59,8 @@ TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
       {{"dump", "--format", "xml", "f"}, "invalid value 'xml' for --format"},
       {{"dump", "--format", "csv", "f"}, "--format csv needs --kind"},
       {{"dump", "--kind", "ping", "f"}, "invalid value 'ping' for --kind"},
+      {{"dump", "--kind", "gyro,", "f"}, "invalid value 'gyro,' for --kind"},
+      {{"dump", "--format", "csv", "--kind", "gyro,motion", "f"}, "--format csv takes one kind"},
       {{"dump", "--limit", "-1", "f"}, "invalid value '-1' for --limit"},
       {{"dump", "--head"}, "--head needs a value"},
       {{"dump", "--head", "third", "f"}, "invalid value 'third' for --head"},

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
+#include "interpreters/surveyreaderlib/recordfilter.h"
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "tools/xse/argparse.h"
 #include "tools/xse/commandline.h"
@@ -15,14 +16,13 @@
 #include "tools/xse/headoption.h"
 #include "tools/xse/livehost.h"
 #include "tools/xse/pluginreader.h"
-#include "tools/xse/recordfilter.h"
 #include "tools/xse/recordjsonwriter.h"
 
 namespace xsetool {
 namespace {
 
 constexpr const char* kDumpUsage =
-    "usage: xse dump [--format jsonl|csv] [--kind KIND] [--limit N]\n"
+    "usage: xse dump [--format jsonl|csv] [--kind KINDS] [--limit N]\n"
     "                [--head all|first|second] FILE...\n"
     "       xse dump [options] --connect ADDRESS:PORT [--idle-exit SECONDS]\n";
 
@@ -32,9 +32,9 @@ constexpr const char* kDumpHelp =
     "table for one record kind (a header row, then a row per record; multibeam\n"
     "and sidescan give a row per beam or sample, keyed by ping and index).\n"
     "\n"
-    "  --format FORMAT  jsonl (default) or csv (needs --kind)\n"
-    "  --kind KIND      only records of KIND: startTime, parameter, position,\n"
-    "                   gyro, motion, multibeam, sidescan\n"
+    "  --format FORMAT  jsonl (default) or csv (needs --kind of one kind)\n"
+    "  --kind KINDS     only records of these kinds, comma-separated: startTime,\n"
+    "                   parameter, position, gyro, motion, multibeam, sidescan\n"
     "  --limit N        stop after N records\n"
     "  --head MODE      bathymetry head selection: all (default), first, second\n"
     "  --help           show this help\n"
@@ -49,7 +49,7 @@ constexpr const char* kDumpHelp =
 
 // The records of a live server, through the reader plug-in.
 int DumpLive(const ServerAddress& server, const std::string& connect, const LiveLimits& limits,
-             int32_t mode, RecordFilter& filter) {
+             int32_t mode, quor::RecordFilter& filter) {
   XseReaderModule module;
   PluginReader reader = LoadPluginReader(module, "xse");
   if (reader == nullptr) return kExitFailure;
@@ -71,7 +71,7 @@ int DumpLive(const ServerAddress& server, const std::string& connect, const Live
 int RunDumpCommand(std::span<const std::string_view> args) {
   int32_t mode = ElacReader::kAllBeams;
   bool csv = false;
-  std::optional<quor::RecordKind> kind;
+  std::optional<quor::RecordKindSet> kinds;
   std::optional<uint64_t> limit;
   std::string connect;
   LiveLimits liveLimits;
@@ -80,9 +80,9 @@ int RunDumpCommand(std::span<const std::string_view> args) {
     csv = value == "csv";
     return value == "csv" || value == "jsonl";
   });
-  line.Value("--kind", [&kind](std::string_view value) {
-    kind = quor::ParseRecordKind(value);
-    return kind.has_value();
+  line.Value("--kind", [&kinds](std::string_view value) {
+    kinds = quor::ParseRecordKinds(value);
+    return kinds.has_value();
   });
   line.Value("--limit", [&limit](std::string_view value) {
     limit = ParseUnsigned(value);
@@ -101,7 +101,8 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   });
   if (const auto exit = line.Parse(args)) return *exit;
   const std::vector<std::string>& files = line.operands();
-  if (csv && !kind) return line.UsageError("--format csv needs --kind");
+  if (csv && !kinds) return line.UsageError("--format csv needs --kind");
+  if (csv && kinds->count() != 1) return line.UsageError("--format csv takes one kind");
   if (server && !files.empty())
     return line.UsageError("--connect reads from the server, not from files");
   if (!server && liveLimits.idleExitMs > 0) return line.UsageError("--idle-exit needs --connect");
@@ -111,12 +112,15 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   std::optional<CsvRecordWriter> csvWriter;
   quor::ISurveyTarget* writer = nullptr;
   if (csv) {
-    writer = &csvWriter.emplace(stdout, *kind);
+    auto only = quor::RecordKind::kStartTime;  // the one kind of the set
+    for (const auto kind : quor::kAllRecordKinds)
+      if (kinds->test(static_cast<size_t>(kind))) only = kind;
+    writer = &csvWriter.emplace(stdout, only);
   } else {
     writer = &jsonWriter.emplace(stdout);
   }
   const auto flush = [&] { return csv ? csvWriter->Flush() : jsonWriter->Flush(); };
-  RecordFilter filter(*writer, kind, limit);
+  quor::RecordFilter filter(*writer, kinds.value_or(quor::RecordKindSet().set()), limit);
 
   int status = kExitOk;
   if (server) status = DumpLive(*server, connect, liveLimits, mode, filter);
