@@ -139,7 +139,7 @@ int RunServeCommand(std::span<const std::string_view> args) {
   std::printf("requests %zu, set-up frames %zu, bytes sent %llu of %llu, acknowledge released %s\n",
               session.requests.size(), session.setupFrames.size(),
               static_cast<unsigned long long>(session.bytesSent),
-              static_cast<unsigned long long>(input.Size().value_or(0) * loops),
+              static_cast<unsigned long long>(input.Size().value_or(0)) * loops,
               session.acknowledgeReleased ? "yes" : "no");
   if (readFailed) {
     std::fprintf(stderr, "xse serve: %s: %s\n", file.c_str(), input.error().c_str());

@@ -38,7 +38,7 @@ class SineTable {
 
  private:
   static constexpr size_t kSize = 4096;
-  std::array<double, kSize + 1> values_;
+  std::array<double, kSize + 1> values_{};
 };
 
 const SineTable& Sine() {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
 
@@ -31,7 +32,7 @@ uint32_t BigEndianWord(const uint8_t* bytes) {
 
 }  // namespace
 
-XseServer::XseServer(Options options) : options_(options) {}
+XseServer::XseServer(Options options) : options_(std::move(options)) {}
 
 XseServer::~XseServer() {
   for (const SocketHandle filler : queueFillers_) platform::CloseSocket(filler);

@@ -23,7 +23,7 @@ namespace elac {
 
 class LiveDecoder {
  public:
-  static constexpr size_t kInitialCapacity = 64 * 1024;
+  static constexpr size_t kInitialCapacity = size_t{64} * 1024;
 
   LiveDecoder();
   LiveDecoder(const LiveDecoder&) = delete;

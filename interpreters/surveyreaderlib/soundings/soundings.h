@@ -71,12 +71,12 @@ class SoundingTarget final : public quor::ISurveyTarget {
 
  private:
   struct Fix {
-    int64_t micros;
+    int64_t micros = 0;
     GeoPoint point;
   };
   struct Heading {
-    int64_t micros;
-    double degrees;
+    int64_t micros = 0;
+    double degrees = 0;
   };
   struct WaitingPing {
     int64_t micros = 0;
