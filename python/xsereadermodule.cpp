@@ -266,13 +266,15 @@ py::array Soundings(const py::object& pathObject, const std::string& head) {
                   .Build(sizeof(SoundingRow)));
 }
 
-// records(): an iterator over one file's records.
+// records(): an iterator over one file's records of the wanted kinds.
 class RecordIterator {
  public:
-  explicit RecordIterator(std::unique_ptr<xsereader::SurveyReader> reader)
-      : reader_(std::move(reader)) {}
+  RecordIterator(std::unique_ptr<xsereader::SurveyReader> reader, quor::RecordKindSet kinds)
+      : reader_(std::move(reader)), kinds_(kinds) {}
   py::dict Next() {
     const xsereader::Record* record = reader_ ? reader_->Next() : nullptr;
+    while (record != nullptr && !kinds_.test(static_cast<size_t>(record->kind)))
+      record = reader_->Next();
     if (record == nullptr) {
       reader_.reset();
       throw py::stop_iteration();
@@ -282,6 +284,7 @@ class RecordIterator {
 
  private:
   std::unique_ptr<xsereader::SurveyReader> reader_;
+  quor::RecordKindSet kinds_;
 };
 
 }  // namespace
@@ -322,12 +325,14 @@ and positions not in WGS84 are left out. Raises as read() does.)");
 
   module.def(
       "records",
-      [](const py::object& path, const std::string& head) {
+      [](const py::object& path, const std::string& head, const py::object& kinds) {
         const xsereader::Heads heads = HeadsArgument(head);
-        return RecordIterator(Open(PathArgument(path), heads));
+        const quor::RecordKindSet wanted = KindsArgument(kinds);
+        return RecordIterator(Open(PathArgument(path), heads), wanted);
       },
-      py::arg("path"), py::arg("head") = "all",
+      py::arg("path"), py::arg("head") = "all", py::arg("kinds") = py::none(),
       R"(Yields each record of an XSE file as a dict with the keys of `xse dump`'s
-JSON lines, in the same order. Raises OSError when the file cannot be opened
-(at the call, not at the first record) and ValueError for an unknown head.)");
+JSON lines, in the same order; with kinds (as for read()) only the records
+of those kinds. Raises OSError when the file cannot be opened (at the call,
+not at the first record) and ValueError for an unknown head or kind.)");
 }

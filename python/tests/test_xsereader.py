@@ -55,10 +55,11 @@ def same(value, expected):
     return value == expected
 
 
-@pytest.mark.parametrize("name", ["mixed", "joined", "damaged"])
-def test_records_are_the_dump(surveys, name):
-    records = list(xsereader.records(surveys[name]))
-    expected = dump(surveys[name])
+@pytest.mark.parametrize("name,kinds", [("mixed", None), ("joined", None), ("damaged", None),
+                                        ("mixed", ["sidescan", "parameter"])])
+def test_records_are_the_dump(surveys, name, kinds):
+    records = list(xsereader.records(surveys[name], kinds=kinds))
+    expected = [line for line in dump(surveys[name]) if kinds is None or line["kind"] in kinds]
     assert len(records) == len(expected)
     for record, line in zip(records, expected):
         assert list(record) == list(line)
@@ -149,12 +150,13 @@ def test_errors(tmp_path, surveys, call):
         call(surveys["mixed"], head="both")
 
 
-def test_unknown_kinds_are_refused(surveys):
+@pytest.mark.parametrize("call", [xsereader.read, xsereader.records])
+def test_unknown_kinds_are_refused(surveys, call):
     with pytest.raises(ValueError, match="unknown record kind 'ping'"):
-        xsereader.read(surveys["mixed"], kinds=["position", "ping"])
+        call(surveys["mixed"], kinds=["position", "ping"])
     for kinds in ["position", [2], 7]:
         with pytest.raises(TypeError, match="kinds must be a list of names"):
-            xsereader.read(surveys["mixed"], kinds=kinds)
+            call(surveys["mixed"], kinds=kinds)
 
 
 @pytest.mark.parametrize("head", ["all", "second"])
