@@ -1,4 +1,6 @@
-#include <variant>
+#include <array>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
@@ -22,52 +24,79 @@ class Forwarder final : public quor::RecordVisitor<Forwarder> {
   }
 };
 
-using OwnedRecord =
-    std::variant<quor::timeval, quor::ParameterRec, quor::NavigationRec, quor::GyroRec,
-                 quor::MotionRec, quor::MultibeamRec, quor::SidescanRec>;
-
 // Copies the records of one frame, for Next. The decoder reuses its records
 // within a frame (several parameter records, two headings), so a reference
-// would not do.
+// would not do. Each kind has its own pool of records, kept from frame to
+// frame, so a copy reuses the arrays of the record it overwrites: pulling a
+// survey allocates nothing once the pools have grown.
 class Queue final : public quor::RecordVisitor<Queue> {
  public:
-  std::vector<OwnedRecord> records;
-
   template <typename Record>
-  void OnRecord(quor::RecordKind /*kind*/, const Record& record) {
-    records.emplace_back(record);
+  void OnRecord(quor::RecordKind kind, const Record& record) {
+    auto& pool = std::get<std::vector<Record>>(pools_);
+    size_t& used = used_[static_cast<size_t>(kind)];
+    if (used == pool.size()) {
+      pool.push_back(record);
+    } else {
+      pool[used] = record;
+    }
+    order_.push_back({kind, used++});
   }
+
+  size_t size() const { return order_.size(); }
+  void Clear() {
+    order_.clear();
+    used_.fill(0);
+  }
+  // Hands the n-th record queued to `visit`, as its own type.
+  template <typename Function>
+  void Visit(size_t n, Function&& visit) const {
+    const auto [kind, index] = order_[n];
+    switch (kind) {
+      case quor::RecordKind::kStartTime:
+        return visit(std::get<0>(pools_)[index]);
+      case quor::RecordKind::kParameter:
+        return visit(std::get<1>(pools_)[index]);
+      case quor::RecordKind::kPosition:
+        return visit(std::get<2>(pools_)[index]);
+      case quor::RecordKind::kGyro:
+        return visit(std::get<3>(pools_)[index]);
+      case quor::RecordKind::kMotion:
+        return visit(std::get<4>(pools_)[index]);
+      case quor::RecordKind::kMultibeam:
+        return visit(std::get<5>(pools_)[index]);
+      case quor::RecordKind::kSidescan:
+        return visit(std::get<6>(pools_)[index]);
+    }
+  }
+
+ private:
+  // In RecordKind order.
+  std::tuple<std::vector<quor::timeval>, std::vector<quor::ParameterRec>,
+             std::vector<quor::NavigationRec>, std::vector<quor::GyroRec>,
+             std::vector<quor::MotionRec>, std::vector<quor::MultibeamRec>,
+             std::vector<quor::SidescanRec>>
+      pools_;
+  std::array<size_t, quor::kAllRecordKinds.size()> used_{};
+  std::vector<std::pair<quor::RecordKind, size_t>> order_;
 };
 
-void Deliver(const OwnedRecord& owned, quor::ISurveyTarget& target) {
-  std::visit([&target](const auto& record) { quor::Deliver(target, record); }, owned);
+Record Describe(const quor::timeval& r) {
+  return {.kind = RecordKind::kStartTime, .startTime = &r};
 }
-
-Record Describe(const OwnedRecord& owned) {
-  struct Visitor {
-    Record operator()(const quor::timeval& r) const {
-      return {.kind = RecordKind::kStartTime, .startTime = &r};
-    }
-    Record operator()(const quor::ParameterRec& r) const {
-      return {.kind = RecordKind::kParameter, .parameter = &r};
-    }
-    Record operator()(const quor::NavigationRec& r) const {
-      return {.kind = RecordKind::kPosition, .position = &r};
-    }
-    Record operator()(const quor::GyroRec& r) const {
-      return {.kind = RecordKind::kGyro, .gyro = &r};
-    }
-    Record operator()(const quor::MotionRec& r) const {
-      return {.kind = RecordKind::kMotion, .motion = &r};
-    }
-    Record operator()(const quor::MultibeamRec& r) const {
-      return {.kind = RecordKind::kMultibeam, .multibeam = &r};
-    }
-    Record operator()(const quor::SidescanRec& r) const {
-      return {.kind = RecordKind::kSidescan, .sidescan = &r};
-    }
-  };
-  return std::visit(Visitor{}, owned);
+Record Describe(const quor::ParameterRec& r) {
+  return {.kind = RecordKind::kParameter, .parameter = &r};
+}
+Record Describe(const quor::NavigationRec& r) {
+  return {.kind = RecordKind::kPosition, .position = &r};
+}
+Record Describe(const quor::GyroRec& r) { return {.kind = RecordKind::kGyro, .gyro = &r}; }
+Record Describe(const quor::MotionRec& r) { return {.kind = RecordKind::kMotion, .motion = &r}; }
+Record Describe(const quor::MultibeamRec& r) {
+  return {.kind = RecordKind::kMultibeam, .multibeam = &r};
+}
+Record Describe(const quor::SidescanRec& r) {
+  return {.kind = RecordKind::kSidescan, .sidescan = &r};
 }
 
 // Where a stream stands, without the sentry tellg builds: -1 once it failed.
@@ -125,8 +154,8 @@ struct SurveyReader::Impl {
 
   // Delivers what Next copied but did not return yet.
   void DrainQueue(quor::ISurveyTarget& target) {
-    for (; nextQueued < queue.records.size(); ++nextQueued)
-      Deliver(queue.records[nextQueued], target);
+    for (; nextQueued < queue.size(); ++nextQueued)
+      queue.Visit(nextQueued, [&target](const auto& record) { quor::Deliver(target, record); });
   }
 };
 
@@ -169,7 +198,7 @@ void SurveyReader::ReadAll(quor::ISurveyTarget& target) {
 }
 
 bool SurveyReader::ReadFrame(quor::ISurveyTarget& target) {
-  if (impl_->nextQueued < impl_->queue.records.size()) {
+  if (impl_->nextQueued < impl_->queue.size()) {
     impl_->DrainQueue(target);
     return true;
   }
@@ -184,15 +213,16 @@ bool SurveyReader::ReadFrame(quor::ISurveyTarget& target) {
 
 const Record* SurveyReader::Next() {
   Impl& impl = *impl_;
-  if (impl.nextQueued >= impl.queue.records.size()) {
-    impl.queue.records.clear();
+  if (impl.nextQueued >= impl.queue.size()) {
+    impl.queue.Clear();
     impl.nextQueued = 0;
     impl.forwarder.sink = &impl.queue;
-    while (impl.queue.records.empty()) {
-      if (!impl.Step() && impl.queue.records.empty()) return nullptr;
+    while (impl.queue.size() == 0) {
+      if (!impl.Step() && impl.queue.size() == 0) return nullptr;
     }
   }
-  impl.current = Describe(impl.queue.records[impl.nextQueued++]);
+  impl.queue.Visit(impl.nextQueued++,
+                   [&impl](const auto& record) { impl.current = Describe(record); });
   return &impl.current;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace quor {
 namespace {
@@ -12,6 +13,20 @@ std::unique_ptr<T[]> CopyArray(const std::unique_ptr<T[]>& source, uint32_t coun
   auto copy = std::make_unique<T[]>(count);
   std::copy_n(source.get(), count, copy.get());
   return copy;
+}
+
+// Copies `count` values into `to`, reusing its storage when it already
+// holds exactly that many (`toCount`): a record copied into the same slot
+// frame after frame allocates only the first time.
+template <typename T>
+void AssignArray(std::unique_ptr<T[]>& to, uint32_t toCount, const std::unique_ptr<T[]>& from,
+                 uint32_t count) {
+  if (!from || count == 0) {
+    to.reset();
+    return;
+  }
+  if (!to || toCount != count) to = std::make_unique_for_overwrite<T[]>(count);
+  std::copy_n(from.get(), count, to.get());
 }
 
 template <typename T>
@@ -41,10 +56,26 @@ MultibeamRec::MultibeamRec(const MultibeamRec& other)
       extraBytes(CopyArray(other.extraBytes, other.beamCapacity)) {}
 
 MultibeamRec& MultibeamRec::operator=(const MultibeamRec& other) {
-  if (this != &other) {
-    MultibeamRec copy(other);
-    *this = std::move(copy);
-  }
+  if (this == &other) return *this;
+  // No beams until every array is in place, should an allocation fail.
+  const uint32_t had = std::exchange(beamCapacity, 0);
+  beamCount = 0;
+  AssignArray(travelTime, had, other.travelTime, other.beamCapacity);
+  AssignArray(acrossAngle, had, other.acrossAngle, other.beamCapacity);
+  AssignArray(alongAngle, had, other.alongAngle, other.beamCapacity);
+  AssignArray(acrossTrack, had, other.acrossTrack, other.beamCapacity);
+  AssignArray(alongTrack, had, other.alongTrack, other.beamCapacity);
+  AssignArray(depth, had, other.depth, other.beamCapacity);
+  AssignArray(extraFloats, had, other.extraFloats, other.beamCapacity);
+  AssignArray(extraShorts, had, other.extraShorts, other.beamCapacity);
+  AssignArray(quality, had, other.quality, other.beamCapacity);
+  AssignArray(extraBytes, had, other.extraBytes, other.beamCapacity);
+  SensorRec::operator=(other);
+  beamCapacity = other.beamCapacity;
+  beamCount = other.beamCount;
+  arrayMask = other.arrayMask;
+  pingNumber = other.pingNumber;
+  soundVelocity = other.soundVelocity;
   return *this;
 }
 
@@ -88,10 +119,20 @@ SidescanRec::SidescanRec(const SidescanRec& other)
       samples2(CopyArray(other.samples2, other.samples2Capacity)) {}
 
 SidescanRec& SidescanRec::operator=(const SidescanRec& other) {
-  if (this != &other) {
-    SidescanRec copy(other);
-    *this = std::move(copy);
-  }
+  if (this == &other) return *this;
+  const uint32_t had = std::exchange(sampleCapacity, 0);
+  const uint32_t had2 = std::exchange(samples2Capacity, 0);
+  sampleCount = 0;
+  AssignArray(samples, had, other.samples, other.sampleCapacity);
+  AssignArray(samples2, had2, other.samples2, other.samples2Capacity);
+  SensorRec::operator=(other);
+  sampleCapacity = other.sampleCapacity;
+  samples2Capacity = other.samples2Capacity;
+  sampleCount = other.sampleCount;
+  pingNumber = other.pingNumber;
+  slantRange = other.slantRange;
+  soundVelocity = other.soundVelocity;
+  sampleInterval = other.sampleInterval;
   return *this;
 }
 

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "support/allocationcount.h"
 #include "support/recordfingerprint.h"
 #include "support/tempdir.h"
 #include "tools/xse/surveygenerator.h"
@@ -77,6 +78,29 @@ TEST(SurveyReader, EverySourceAndEveryWayOfReadingGivesTheSameRecords) {
   half->ReadAll(mixed);
   EXPECT_EQ(mixed.prints, expected);
   EXPECT_EQ(half->Next(), nullptr);
+}
+
+// Next copies each frame's records into pools kept from frame to frame: once
+// a survey has gone by, a second pass of it allocates nothing.
+TEST(SurveyReader, PullingAllocatesNothingOnceThePoolsHaveGrown) {
+  if (!xsetest::kCountsAllocations) GTEST_SKIP() << "the sanitizer owns operator new here";
+  xsetool::SurveyOptions options;
+  options.durationSeconds = 2;
+  xsetool::SurveyGenerator generator(options);
+  std::vector<uint8_t> survey;
+  for (auto frame = generator.NextFrame(); !frame.empty(); frame = generator.NextFrame())
+    survey.insert(survey.end(), frame.begin(), frame.end());
+  const size_t once = survey.size();
+  survey.insert(survey.end(), survey.begin(), survey.begin() + static_cast<ptrdiff_t>(once));
+  auto reader = SurveyReader::OpenBytes(survey, Heads::kAll);
+  while (reader->consumed() < once) ASSERT_NE(reader->Next(), nullptr);
+  size_t pings = 0;
+  EXPECT_EQ(xsetest::AllocationsOf([&] {
+              while (const xsereader::Record* record = reader->Next())
+                pings += record->multibeam != nullptr ? 1 : 0;
+            }),
+            0u);
+  EXPECT_GT(pings, 10u);
 }
 
 TEST(SurveyReader, OpenFileSaysWhyItFails) {

@@ -39,4 +39,38 @@ TEST(SurveyRecords, CopiedRecordsOwnTheirOwnArrays) {
   EXPECT_EQ(sidescanCopy.samples[3], 9.0f);
 }
 
+// Assignment keeps the target's arrays when they hold as many values as the
+// source's (a slot refilled frame after frame); otherwise it takes the
+// source's shape, missing arrays included.
+TEST(SurveyRecords, AssignmentReusesArraysOfTheSameCapacityOnly) {
+  quor::MultibeamRec source, target;
+  source.Reallocate(quor::MultibeamRec::kDepth | quor::MultibeamRec::kQuality, 3);
+  target.Reallocate(quor::MultibeamRec::kDepth | quor::MultibeamRec::kTravelTime, 3);
+  const float* kept = target.depth.get();
+  source.depth[2] = 5.0f;
+  target = source;
+  EXPECT_EQ(target.depth.get(), kept);
+  EXPECT_EQ(target.depth[2], 5.0f);
+  EXPECT_EQ(target.travelTime, nullptr) << "the source has none";
+  ASSERT_NE(target.quality, nullptr);
+  source.Reallocate(quor::MultibeamRec::kDepth, 8);
+  source.beamCount = 6;
+  target = source;
+  EXPECT_EQ(target.beamCapacity, 8u);
+  EXPECT_EQ(target.beamCount, 6u);
+  EXPECT_EQ(target.quality, nullptr);
+  EXPECT_EQ(target.depth[7], 0.0f) << "a new array of the source's capacity";
+
+  quor::SidescanRec sidescan, slot;
+  for (auto* record : {&sidescan, &slot}) {
+    record->samples = std::make_unique<float[]>(4);
+    record->sampleCapacity = record->sampleCount = 4;
+  }
+  sidescan.samples[0] = 3.0f;
+  const float* slotSamples = slot.samples.get();
+  slot = sidescan;
+  EXPECT_EQ(slot.samples.get(), slotSamples);
+  EXPECT_EQ(slot.samples[0], 3.0f);
+}
+
 }  // namespace

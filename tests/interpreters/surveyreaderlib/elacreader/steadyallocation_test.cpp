@@ -1,66 +1,20 @@
 // Steady decoding must not allocate: after the first frame of each kind, the
-// records, arrays and parameter sequences are all reused. The global
-// operator new of this test binary is replaced by one that counts the
-// allocations of the current thread while counting is on; the array and
-// nothrow forms reach it through their standard default definitions. Sanitizer builds
-// keep their own operator new (it carries their checks), and the test skips.
+// records, arrays and parameter sequences are all reused.
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <memory>
 #include <new>
 
 #include "grouptestsupport.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define XSE_SANITIZED_NEW 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define XSE_SANITIZED_NEW 1
-#endif
-#endif
-
-namespace {
-thread_local bool tCounting = false;
-thread_local size_t tAllocations = 0;
-}  // namespace
-
-#ifndef XSE_SANITIZED_NEW
-void* operator new(std::size_t size) {
-  if (tCounting) ++tAllocations;
-  void* memory = std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-// GCC takes the replacement pair for a mismatch once it inlines them into
-// each other at -O2; they are a matching malloc/free pair.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic pop
-#endif
-#endif
+#include "support/allocationcount.h"
 
 namespace {
 
+using xsetest::AllocationsOf;
 using xsetest::PingFrame;
 using xsetest::SidescanFrame;
 using xsewriter::FrameWriter;
-
-// Counts the allocations made by `work` on this thread.
-template <typename Work>
-size_t AllocationsOf(Work work) {
-  tAllocations = 0;
-  tCounting = true;
-  work();
-  tCounting = false;
-  return tAllocations;
-}
 
 // Counts deliveries without keeping anything.
 class CountingTarget final : public quor::ISurveyTarget {
@@ -96,9 +50,7 @@ xsetest::Bytes Parameters(std::endian order, bool withTransducers) {
 }
 
 TEST(SteadyAllocation, DecodingAllocatesNothingAfterTheFirstFrameOfEachKind) {
-#ifdef XSE_SANITIZED_NEW
-  GTEST_SKIP() << "the sanitizer owns operator new here";
-#endif
+  if (!xsetest::kCountsAllocations) GTEST_SKIP() << "the sanitizer owns operator new here";
   std::unique_ptr<int[]> block;
   ASSERT_EQ(AllocationsOf([&] { block.reset(new (std::nothrow) int[64]); }), 1u)
       << "the counting itself works";
