@@ -52,31 +52,20 @@ class Queue final : public quor::RecordVisitor<Queue> {
   template <typename Function>
   void Visit(size_t n, Function&& visit) const {
     const auto [kind, index] = order_[n];
-    switch (kind) {
-      case quor::RecordKind::kStartTime:
-        return visit(std::get<0>(pools_)[index]);
-      case quor::RecordKind::kParameter:
-        return visit(std::get<1>(pools_)[index]);
-      case quor::RecordKind::kPosition:
-        return visit(std::get<2>(pools_)[index]);
-      case quor::RecordKind::kGyro:
-        return visit(std::get<3>(pools_)[index]);
-      case quor::RecordKind::kMotion:
-        return visit(std::get<4>(pools_)[index]);
-      case quor::RecordKind::kMultibeam:
-        return visit(std::get<5>(pools_)[index]);
-      case quor::RecordKind::kSidescan:
-        return visit(std::get<6>(pools_)[index]);
-    }
+    quor::WithRecordType(kind, [&, index = index](auto type) {
+      visit(std::get<std::vector<typename decltype(type)::type>>(pools_)[index]);
+    });
   }
 
  private:
-  // In RecordKind order.
-  std::tuple<std::vector<quor::timeval>, std::vector<quor::ParameterRec>,
-             std::vector<quor::NavigationRec>, std::vector<quor::GyroRec>,
-             std::vector<quor::MotionRec>, std::vector<quor::MultibeamRec>,
-             std::vector<quor::SidescanRec>>
-      pools_;
+  template <typename>
+  struct PoolsOf;
+  template <typename... Records>
+  struct PoolsOf<std::tuple<Records...>> {
+    using type = std::tuple<std::vector<Records>...>;
+  };
+
+  PoolsOf<quor::RecordTypes>::type pools_;
   std::array<size_t, quor::kAllRecordKinds.size()> used_{};
   std::vector<std::pair<quor::RecordKind, size_t>> order_;
 };

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <optional>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 
 #include "interpreters/surveyreaderlib/isurveytarget.h"
 
@@ -18,6 +20,33 @@ enum class RecordKind { kStartTime, kParameter, kPosition, kGyro, kMotion, kMult
 inline constexpr std::array<RecordKind, 7> kAllRecordKinds = {
     RecordKind::kStartTime, RecordKind::kParameter, RecordKind::kPosition, RecordKind::kGyro,
     RecordKind::kMotion,    RecordKind::kMultibeam, RecordKind::kSidescan};
+
+// The record type of each kind, in RecordKind order.
+using RecordTypes =
+    std::tuple<timeval, ParameterRec, NavigationRec, GyroRec, MotionRec, MultibeamRec, SidescanRec>;
+
+// Calls `function(std::type_identity<Record>{})` with the record type of
+// `kind`, and returns what it returns.
+template <typename Function>
+decltype(auto) WithRecordType(RecordKind kind, Function&& function) {
+  switch (kind) {
+    case RecordKind::kStartTime:
+      return function(std::type_identity<timeval>{});
+    case RecordKind::kParameter:
+      return function(std::type_identity<ParameterRec>{});
+    case RecordKind::kPosition:
+      return function(std::type_identity<NavigationRec>{});
+    case RecordKind::kGyro:
+      return function(std::type_identity<GyroRec>{});
+    case RecordKind::kMotion:
+      return function(std::type_identity<MotionRec>{});
+    case RecordKind::kMultibeam:
+      return function(std::type_identity<MultibeamRec>{});
+    case RecordKind::kSidescan:
+      return function(std::type_identity<SidescanRec>{});
+  }
+  return function(std::type_identity<timeval>{});  // not reached: every kind has its case
+}
 
 // "startTime", "parameter", ...: "kind" in JSON lines and Python dicts,
 // `xse dump --kind`, the summary. The text is null-terminated.

@@ -119,23 +119,8 @@ std::string HeaderOf(const Record& record) {
 }  // namespace
 
 std::string CsvHeader(quor::RecordKind kind) {
-  switch (kind) {
-    case quor::RecordKind::kStartTime:
-      return HeaderOf(quor::timeval{});
-    case quor::RecordKind::kParameter:
-      return HeaderOf(quor::ParameterRec{});
-    case quor::RecordKind::kPosition:
-      return HeaderOf(quor::NavigationRec{});
-    case quor::RecordKind::kGyro:
-      return HeaderOf(quor::GyroRec{});
-    case quor::RecordKind::kMotion:
-      return HeaderOf(quor::MotionRec{});
-    case quor::RecordKind::kMultibeam:
-      return HeaderOf(quor::MultibeamRec{});
-    case quor::RecordKind::kSidescan:
-      return HeaderOf(quor::SidescanRec{});
-  }
-  return {};
+  return quor::WithRecordType(kind,
+                              [](auto type) { return HeaderOf(typename decltype(type)::type{}); });
 }
 
 CsvRecordWriter::CsvRecordWriter(std::FILE* out, quor::RecordKind kind) : out_(out), kind_(kind) {
