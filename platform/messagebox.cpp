@@ -1,6 +1,7 @@
 #include "platform/messagebox.h"
 
-#include <cstdio>
+#include "platform/systemmessagebox.h"
+
 #include <mutex>
 #include <utility>
 
@@ -9,12 +10,6 @@ namespace {
 
 std::mutex g_handlerLock;
 MessageBoxHandler g_handler;  // empty: the default
-
-void ShowOnStandardError(const std::string& caption, const std::string& text) {
-  // One call, so boxes of different threads do not interleave on the stream.
-  std::fprintf(stderr, "%s: %s\n", caption.c_str(), text.c_str());
-  std::fflush(stderr);
-}
 
 }  // namespace
 
@@ -29,7 +24,7 @@ void ShowMessageBox(const std::string& caption, const std::string& text) {
   if (handler) {
     handler(caption, text);
   } else {
-    ShowOnStandardError(caption, text);
+    ShowSystemMessageBox(caption, text);
   }
 }
 

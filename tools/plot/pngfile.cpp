@@ -1,58 +1,75 @@
 #include "tools/plot/pngfile.h"
 
-#include <png.h>
+#include <zlib.h>
 
-#include <csetjmp>
+#include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <limits>
 
 namespace xseplot {
 namespace {
 
-// libpng reports errors by longjmp; everything that owns memory lives
-// outside the function that calls setjmp, so the jump skips no destructor.
-struct PngSink {
-  std::vector<uint8_t>* bytes;
-  std::string* error;
-};
+constexpr std::array<uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
-void AppendBytes(png_structp png, png_bytep data, png_size_t length) {
-  auto* sink = static_cast<PngSink*>(png_get_io_ptr(png));
-  sink->bytes->insert(sink->bytes->end(), data, data + length);
+void AppendBigEndian32(std::vector<uint8_t>& bytes, uint32_t value) {
+  for (int shift = 24; shift >= 0; shift -= 8) bytes.push_back(static_cast<uint8_t>(value >> shift));
 }
 
-void NoFlush(png_structp /*png*/) {}
-
-void OnError(png_structp png, png_const_charp message) {
-  auto* sink = static_cast<PngSink*>(png_get_error_ptr(png));
-  *sink->error = message;
-  png_longjmp(png, 1);
+// A chunk: length, type, data, and the CRC of type and data.
+void AppendChunk(std::vector<uint8_t>& bytes, const char (&type)[5],
+                 const std::vector<uint8_t>& data) {
+  AppendBigEndian32(bytes, static_cast<uint32_t>(data.size()));
+  const size_t typeAt = bytes.size();
+  bytes.insert(bytes.end(), type, type + 4);
+  bytes.insert(bytes.end(), data.begin(), data.end());
+  const uLong crc = crc32(0L, bytes.data() + typeAt, static_cast<uInt>(data.size() + 4));
+  AppendBigEndian32(bytes, static_cast<uint32_t>(crc));
 }
 
-void OnWarning(png_structp /*png*/, png_const_charp /*message*/) {}
+uint8_t Paeth(int left, int up, int upLeft) {
+  const int estimate = left + up - upLeft;
+  const int toLeft = std::abs(estimate - left);
+  const int toUp = std::abs(estimate - up);
+  const int toUpLeft = std::abs(estimate - upLeft);
+  if (toLeft <= toUp && toLeft <= toUpLeft) return static_cast<uint8_t>(left);
+  return static_cast<uint8_t>(toUp <= toUpLeft ? up : upLeft);
+}
 
-bool Encode(const Raster& raster, bool grey, png_bytep* rows, PngSink& sink) {
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &sink, &OnError, &OnWarning);
-  if (png == nullptr) {
-    *sink.error = "libpng could not start";
-    return false;
+// Each row goes out with the filter (none, sub, up, average, Paeth) whose
+// bytes, read as signed, sum smallest: the usual guess at what deflate
+// packs best.
+void AppendFilteredRow(std::vector<uint8_t>& out, const uint8_t* row, const uint8_t* above,
+                       size_t stride, size_t pixelBytes, std::array<std::vector<uint8_t>, 5>& trial) {
+  size_t best = 0;
+  uint64_t bestCost = std::numeric_limits<uint64_t>::max();
+  for (size_t filter = 0; filter < trial.size(); ++filter) {
+    std::vector<uint8_t>& bytes = trial[filter];
+    bytes.resize(stride);
+    uint64_t cost = 0;
+    for (size_t i = 0; i < stride; ++i) {
+      const int left = i >= pixelBytes ? row[i - pixelBytes] : 0;
+      const int up = above != nullptr ? above[i] : 0;
+      const int upLeft = above != nullptr && i >= pixelBytes ? above[i - pixelBytes] : 0;
+      int predicted = 0;
+      switch (filter) {
+        case 1: predicted = left; break;
+        case 2: predicted = up; break;
+        case 3: predicted = (left + up) / 2; break;
+        case 4: predicted = Paeth(left, up, upLeft); break;
+        default: break;
+      }
+      bytes[i] = static_cast<uint8_t>(row[i] - predicted);
+      cost += static_cast<uint64_t>(std::abs(static_cast<int8_t>(bytes[i])));
+    }
+    if (cost < bestCost) {
+      bestCost = cost;
+      best = filter;
+    }
   }
-  png_infop info = png_create_info_struct(png);
-  if (info == nullptr || setjmp(png_jmpbuf(png)) != 0) {
-    if (info == nullptr) *sink.error = "libpng could not start";
-    png_destroy_write_struct(&png, &info);
-    return false;
-  }
-  png_set_write_fn(png, &sink, &AppendBytes, &NoFlush);
-  png_set_IHDR(png, info, static_cast<png_uint_32>(raster.width()),
-               static_cast<png_uint_32>(raster.height()), 8,
-               grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-  png_set_compression_level(png, 9);
-  png_set_rows(png, info, rows);
-  png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
-  png_destroy_write_struct(&png, &info);
-  return true;
+  out.push_back(static_cast<uint8_t>(best));
+  out.insert(out.end(), trial[best].begin(), trial[best].end());
 }
 
 }  // namespace
@@ -69,16 +86,40 @@ std::vector<uint8_t> EncodePng(const Raster& raster, std::string& error) {
     levels.resize(rgb.size() / 3);
     for (size_t i = 0; i < levels.size(); ++i) levels[i] = rgb[3 * i];
   }
-  const size_t stride = static_cast<size_t>(raster.width()) * (grey ? 1 : 3);
-  auto* pixels = grey ? levels.data() : const_cast<uint8_t*>(rgb.data());
-  std::vector<png_bytep> rows(static_cast<size_t>(raster.height()));
-  for (size_t row = 0; row < rows.size(); ++row) rows[row] = pixels + row * stride;
-  std::vector<uint8_t> bytes;
-  // Room for the whole picture up front: a bad_alloc cannot be thrown from
-  // inside libpng's callback then, short of a picture that does not compress.
-  bytes.reserve(stride * rows.size() + 1024);
-  PngSink sink{&bytes, &error};
-  if (!Encode(raster, grey, rows.data(), sink)) return {};
+  const size_t pixelBytes = grey ? 1 : 3;
+  const size_t stride = static_cast<size_t>(raster.width()) * pixelBytes;
+  const size_t height = static_cast<size_t>(raster.height());
+  const uint8_t* pixels = grey ? levels.data() : rgb.data();
+
+  std::vector<uint8_t> filtered;
+  filtered.reserve((stride + 1) * height);
+  std::array<std::vector<uint8_t>, 5> trial;
+  for (size_t row = 0; row < height; ++row)
+    AppendFilteredRow(filtered, pixels + row * stride, row > 0 ? pixels + (row - 1) * stride : nullptr,
+                      stride, pixelBytes, trial);
+
+  uLongf packedSize = compressBound(static_cast<uLong>(filtered.size()));
+  std::vector<uint8_t> packed(packedSize);
+  if (filtered.size() > std::numeric_limits<uLong>::max() ||
+      compress2(packed.data(), &packedSize, filtered.data(), static_cast<uLong>(filtered.size()),
+                Z_BEST_COMPRESSION) != Z_OK) {
+    error = "cannot compress the picture";
+    return {};
+  }
+  packed.resize(packedSize);
+
+  std::vector<uint8_t> header;
+  AppendBigEndian32(header, static_cast<uint32_t>(raster.width()));
+  AppendBigEndian32(header, static_cast<uint32_t>(raster.height()));
+  // 8 bits per sample; colour type 0 (grey) or 2 (RGB); deflate; the
+  // adaptive filter set; not interlaced.
+  header.insert(header.end(), {8, static_cast<uint8_t>(grey ? 0 : 2), 0, 0, 0});
+
+  std::vector<uint8_t> bytes(kSignature.begin(), kSignature.end());
+  bytes.reserve(packed.size() + 64);
+  AppendChunk(bytes, "IHDR", header);
+  AppendChunk(bytes, "IDAT", packed);
+  AppendChunk(bytes, "IEND", {});
   return bytes;
 }
 

@@ -1,4 +1,4 @@
-// Writes a Raster as an 8-bit PNG with libpng: RGB, or grey when no pixel
+// Writes a Raster as an 8-bit PNG (deflated with zlib): RGB, or grey when no pixel
 // has colour.
 #pragma once
 
@@ -10,7 +10,7 @@
 
 namespace xseplot {
 
-// The PNG bytes of `raster`. Empty, with `error` set, when libpng fails.
+// The PNG bytes of `raster`. Empty, with `error` set, when it cannot be compressed.
 std::vector<uint8_t> EncodePng(const Raster& raster, std::string& error);
 
 // Writes `raster` to `path`. False, with `error` saying why, when it cannot

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-#include "platform/framework/threadqueue.h"
+#include "platform/posix/framework/threadqueue.h"
 
 namespace platform {
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "platform/framework/threadqueue.h"
+#include "platform/posix/framework/threadqueue.h"
 
 namespace platform {
 
