@@ -25,6 +25,7 @@ endforeach()
 file(COPY ${XSE_WINDOWS_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 install(FILES ${XSE_WINDOWS_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR})
 
-# Wine keeps its prefix apart from the user's and says nothing of its own
-# unless asked.
-set(XSE_WINE_ENVIRONMENT "WINEDEBUG=-all" "WINEPREFIX=${CMAKE_BINARY_DIR}/wineprefix")
+# Wine keeps its prefix apart from the user's, says nothing of its own
+# unless asked, and does not offer to install its browser or .NET engine.
+set(XSE_WINE_ENVIRONMENT "WINEDEBUG=-all" "WINEPREFIX=${CMAKE_BINARY_DIR}/wineprefix"
+  "WINEDLLOVERRIDES=mscoree,mshtml=")
