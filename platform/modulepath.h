@@ -4,11 +4,12 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace platform {
 
 struct ModuleInfo {
-  std::string path;            // full path of the module's file, as it was loaded
+  std::string path;            // full path of the module's file (UTF-8, '/' as separator)
   const void* base = nullptr;  // load address: distinct for every module loaded
 };
 
@@ -18,6 +19,10 @@ std::optional<ModuleInfo> ModuleContaining(const void* address);
 
 // Full path of the running program's file; empty when it cannot be told.
 std::string ExecutablePath();
+
+// The file name the system gives a loadable module called `name`:
+// "name.so", or "name.dll" on Windows.
+std::string ModuleFileName(std::string_view name);
 
 // Where a module the program loads at run time lies: `fileName` beside the
 // program when it is there, else `installed` (relative to the program's

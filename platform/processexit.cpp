@@ -7,7 +7,8 @@ namespace platform {
 
 void ExitProcess(int status) {
   std::fflush(nullptr);
-  std::_Exit(status);
+  // Linux keeps the low byte of the status; Windows would keep all 32 bits.
+  std::_Exit(status & 0xFF);
 }
 
 }  // namespace platform

@@ -5,8 +5,6 @@
 #include <link.h>
 #include <unistd.h>
 
-#include <filesystem>
-
 #include "platform/paths.h"
 
 namespace platform {
@@ -41,20 +39,6 @@ std::string ExecutablePath() {
   return std::string(buffer, static_cast<size_t>(length));
 }
 
-std::string FindModuleBesideProgram(const std::string& fileName, const std::string& installed,
-                                    const std::string& built) {
-  const std::filesystem::path program = ExecutablePath();
-  if (program.empty()) return built;
-  const auto exists = [](const std::filesystem::path& path) {
-    return EntryExists(path.parent_path().string(), path.filename().string());
-  };
-  const std::filesystem::path beside = program.parent_path() / fileName;
-  if (exists(beside)) return beside.string();
-  if (!installed.empty()) {
-    const std::filesystem::path relative = (program.parent_path() / installed).lexically_normal();
-    if (exists(relative)) return relative.string();
-  }
-  return built;
-}
+std::string ModuleFileName(std::string_view name) { return std::string(name) + ".so"; }
 
 }  // namespace platform
