@@ -14,8 +14,10 @@ inline constexpr SocketHandle kInvalidSocket = ~SocketHandle{0};
 inline constexpr int32_t kStreamSocket = 1;
 inline constexpr int32_t kDatagramSocket = 2;
 
-// Socket error numbers. A host error without one of these names is reported
-// as kUnnamedSocketErrorBase plus the host's own number.
+// Socket error numbers. Where the system's own socket errors are numbered
+// otherwise, one without a name here is reported as kUnnamedSocketErrorBase
+// plus the system's number; where they are these numbers (Winsock), every
+// error is reported as it is.
 enum SocketError : uint32_t {
   kSocketInterrupted = 10004,
   kSocketBadHandle = 10009,
@@ -49,8 +51,12 @@ enum SocketError : uint32_t {
 uint32_t LastSocketError();
 
 // Starts the socket service, asking for `version` (major in the low byte,
-// minor in the high byte). Returns the version granted; 0 when it cannot
-// start. Sockets need no start-up here: it grants what is asked up to 2.2.
+// minor in the high byte). Returns the version granted (what is asked, up
+// to 2.2); 0 when it cannot start. Each start that granted a version is
+// given back by one StopSocketService. Callers need not start it before
+// using sockets: where the system needs a start-up at all, the first socket
+// or name look-up of the process starts it for good, so an unbalanced stop
+// never takes it away from sockets in use.
 uint16_t StartSocketService(uint16_t version);
 void StopSocketService();
 
@@ -67,8 +73,8 @@ bool SetReceiveBufferSize(SocketHandle socket, int32_t size);
 // order); `port` is in host order.
 bool ConnectIpv4(SocketHandle socket, uint32_t address, uint16_t port);
 // Connects without waiting longer than `milliseconds`, asking `keepGoing`
-// (when given) every few milliseconds whether to go on. The socket's
-// blocking mode is as before afterwards. False on failure: LastSocketError
+// (when given) every few milliseconds whether to go on. Meant for a fresh
+// socket: it blocks again afterwards. False on failure: LastSocketError
 // gives kSocketTimedOut when the time ran out, kSocketInterrupted when
 // `keepGoing` said stop, else the connect's own error.
 using KeepGoing = bool (*)(const void* context);

@@ -2,6 +2,9 @@
 // it: messages posted to it (from any thread) wait in that thread's queue
 // until the thread takes them and dispatches them to the window's
 // WindowProc. A message for a window destroyed in the meantime is dropped.
+// Message numbers are the application's own, from kFirstApplicationMessage
+// to kLastApplicationMessage: the numbers below are the window system's,
+// the ones above are registered names.
 #pragma once
 
 #include <atomic>
@@ -12,7 +15,10 @@
 
 namespace platform {
 
-using WindowHandle = uint32_t;  // 0: no window
+using WindowHandle = uintptr_t;  // 0: no window
+
+inline constexpr uint32_t kFirstApplicationMessage = 0x0400;
+inline constexpr uint32_t kLastApplicationMessage = 0xBFFF;
 
 struct WindowMessage {
   WindowHandle window = 0;
@@ -51,8 +57,9 @@ class XSE_SHARED_API CWnd : public CObject {
   virtual void OnDestroy() {}
 
  private:
-  // Ends the life of a window destroyed from inside its own handler.
-  friend intptr_t DispatchThreadMessage(const WindowMessage& message);
+  // Each system's window code ends the life of a window (handle_ to 0)
+  // through it.
+  friend struct CWndAccess;
 
   std::atomic<WindowHandle> handle_{0};
 };

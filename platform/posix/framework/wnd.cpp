@@ -40,6 +40,10 @@ WindowTable& Windows() {
 
 }  // namespace
 
+struct CWndAccess {
+  static void Forget(CWnd& window) { window.handle_.store(0, std::memory_order_release); }
+};
+
 CWnd::~CWnd() {
   if (handle_ == 0) return;
   WindowTable& table = Windows();
@@ -165,7 +169,7 @@ intptr_t DispatchThreadMessage(const WindowMessage& message) {
   const auto found = table.windows.find(message.window);
   if (found != table.windows.end() && --found->second.busy == 0 && found->second.destroyed) {
     table.windows.erase(found);
-    window->handle_.store(0, std::memory_order_release);
+    CWndAccess::Forget(*window);
   }
   table.changed.notify_all();
   return result;

@@ -8,6 +8,8 @@
 namespace platform {
 namespace {
 
+constexpr uint32_t kFirst = kFirstApplicationMessage;
+
 class RecordingWindow : public CWnd {
  public:
   explicit RecordingWindow(int32_t createResult = 0) : createResult_(createResult) {}
@@ -36,8 +38,8 @@ TEST(WindowTest, MessagesPostedFromAnyThreadAreHandledOnTheOwningThreadInOrder) 
   EXPECT_FALSE(window.CreateOnThisThread());
   const WindowHandle handle = window.GetSafeHwnd();
   std::thread poster([handle] {
-    EXPECT_TRUE(PostWindowMessage(handle, 1, 0, 0));
-    EXPECT_TRUE(PostWindowMessage(handle, 2, 0, 0));
+    EXPECT_TRUE(PostWindowMessage(handle, kFirst, 0, 0));
+    EXPECT_TRUE(PostWindowMessage(handle, kFirst + 1, 0, 0));
     // Another thread's queue never sees this window's messages.
     WindowMessage message;
     EXPECT_FALSE(PeekThreadMessage(message));
@@ -46,8 +48,9 @@ TEST(WindowTest, MessagesPostedFromAnyThreadAreHandledOnTheOwningThreadInOrder) 
   EXPECT_TRUE(window.handled.empty());  // nothing happens until the owner looks
   DispatchThreadMessages();
   const auto here = std::this_thread::get_id();
-  EXPECT_EQ(window.handled, (std::vector<RecordingWindow::Handled>{{1, here}, {2, here}}));
-  EXPECT_EQ(DispatchThreadMessage({handle, 3, 42, 0}), 42);
+  EXPECT_EQ(window.handled,
+            (std::vector<RecordingWindow::Handled>{{kFirst, here}, {kFirst + 1, here}}));
+  EXPECT_EQ(DispatchThreadMessage({handle, kFirst + 2, 42, 0}), 42);
 }
 
 TEST(WindowTest, DestroyedOrRefusedWindowsTakeNoMessages) {
@@ -58,10 +61,10 @@ TEST(WindowTest, DestroyedOrRefusedWindowsTakeNoMessages) {
   RecordingWindow window;
   ASSERT_TRUE(window.CreateOnThisThread());
   const WindowHandle handle = window.GetSafeHwnd();
-  ASSERT_TRUE(PostWindowMessage(handle, 1, 0, 0));
+  ASSERT_TRUE(PostWindowMessage(handle, kFirst, 0, 0));
   EXPECT_TRUE(window.DestroyWindow());
   EXPECT_FALSE(window.DestroyWindow());
-  EXPECT_FALSE(PostWindowMessage(handle, 2, 0, 0));
+  EXPECT_FALSE(PostWindowMessage(handle, kFirst + 1, 0, 0));
   DispatchThreadMessages();  // the message queued before the window went is dropped
   EXPECT_TRUE(window.handled.empty());
 }
