@@ -1,5 +1,6 @@
 // xse settings, the tool's side: loads the module that holds the page and
-// its Qt code, and runs the command there.
+// the code that shows it (Qt, or the system's property sheets on Windows),
+// and runs the command there.
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -18,7 +19,8 @@ int RunSettingsCommand(std::span<const std::string_view> args) {
   const std::string installed;
 #endif
   const std::string path =
-      platform::FindModuleBesideProgram("xse_settings.so", installed, XSE_BUILT_SETTINGS_MODULE);
+      platform::FindModuleBesideProgram(platform::ModuleFileName("xse_settings"), installed,
+                                        XSE_BUILT_SETTINGS_MODULE);
   platform::DynamicLibrary module;
   const auto run = module.Open(path)
                        ? module.Function<XseSettingsCommandFunction>(kXseSettingsCommandName)

@@ -12,7 +12,8 @@ std::string XseReaderModule::DefaultPath() {
 #else
   const std::string installed;
 #endif
-  return platform::FindModuleBesideProgram("xsereader.so", installed, XSE_BUILT_READER_MODULE);
+  return platform::FindModuleBesideProgram(platform::ModuleFileName("xsereader"), installed,
+                                          XSE_BUILT_READER_MODULE);
 }
 
 bool XseReaderModule::Load(const std::string& path) {

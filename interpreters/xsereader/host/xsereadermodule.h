@@ -30,8 +30,8 @@ class XseReaderModule {
   ~XseReaderModule() { Unload(); }
 
   // Where the module is found: $XSE_READER_MODULE when set, else
-  // "xsereader.so" beside the running program when there is one, else the
-  // module of this build.
+  // "xsereader.so" ("xsereader.dll" on Windows) beside the running program
+  // when there is one, else the module of this build.
   static std::string DefaultPath();
 
   // Loads the module at `path` (which runs its start-up) and looks up its
