@@ -5,6 +5,9 @@
 
 #include <utility>
 
+#include "platform/modulepath.h"
+#include "platform/systemfacts.h"
+
 namespace platform {
 namespace {
 
@@ -12,11 +15,11 @@ using ::testing::HasSubstr;
 
 TEST(DynamicLibraryTest, LoadsCallsMovesAndClosesAndFailuresTellTheReason) {
   DynamicLibrary first;
-  EXPECT_FALSE(first.Open("/nonexistent/folder/libnothing.so"));
+  const std::string missing = ModuleFileName("libnothing");
+  EXPECT_FALSE(first.Open("/nonexistent/folder/" + missing));
   EXPECT_FALSE(first.IsOpen());
-  EXPECT_THAT(first.error(), HasSubstr("libnothing.so"));
-  // The C maths library is present on every system the project builds on.
-  ASSERT_TRUE(first.Open("libm.so.6")) << first.error();
+  EXPECT_THAT(first.error(), HasSubstr(missing));
+  ASSERT_TRUE(first.Open(platformtest::kMathLibrary)) << first.error();
   DynamicLibrary second(std::move(first)), library;
   library = std::move(second);
   const auto cosine = library.Function<double (*)(double)>("cos");

@@ -1,24 +1,31 @@
 #include "platform/interruptsignal.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
+
+#include <csignal>
 
 namespace platform {
 namespace {
 
+// The handler in force for `signal`, left in place.
+using SignalHandler = void (*)(int);
+SignalHandler HandlerOf(int signal) {
+  const SignalHandler handler = std::signal(signal, SIG_DFL);
+  std::signal(signal, handler);
+  return handler;
+}
+
 TEST(InterruptCatcherTest, CatchesInterruptAndTerminationAndPutsThePreviousHandlingBack) {
   for (const int signal : {SIGINT, SIGTERM}) {
-    struct sigaction before {
-    }, after{};
-    ::sigaction(signal, nullptr, &before);
+    const SignalHandler before = HandlerOf(signal);
     {
       InterruptCatcher catcher;
       EXPECT_FALSE(catcher.Caught());
-      ASSERT_EQ(::raise(signal), 0);
+      ASSERT_EQ(std::raise(signal), 0);
       EXPECT_TRUE(catcher.Caught());
+      EXPECT_EQ(HandlerOf(signal), SIG_DFL) << "a second request ends the program";
     }
-    ::sigaction(signal, nullptr, &after);
-    EXPECT_EQ(after.sa_handler, before.sa_handler) << signal;
+    EXPECT_EQ(HandlerOf(signal), before) << signal;
   }
   InterruptCatcher fresh;
   EXPECT_FALSE(fresh.Caught());

@@ -4,17 +4,24 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <tuple>
 
-#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace {
 
+std::string ReadWholeFile(const std::string& path) {
+  std::ifstream in(xsetest::Utf8Path(path), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
 class PrivateProfileTest : public ::testing::Test {
  protected:
-  void WriteFile(const std::string& content) { std::ofstream(path_, std::ios::binary) << content; }
+  void WriteFile(const std::string& content) {
+    std::ofstream(xsetest::Utf8Path(path_), std::ios::binary) << content;
+  }
 
   xsetest::TempDir dir_;
   const std::string path_ = dir_.File("settings.ini");
@@ -47,7 +54,7 @@ TEST_F(PrivateProfileTest, ReadFindsTheValueOrGivesTheDefault) {
 
 TEST_F(PrivateProfileTest, DefaultsLoseTrailingBlanksAndValuesAreCutToTheBuffer) {
   EXPECT_EQ(platform::ReadProfileString(path_, "Sec", "Key", "  dflt \t"), "  dflt");
-  EXPECT_EQ(platform::ReadProfileString(dir_.path().string(), "Sec", "Key", "dflt"), "dflt");
+  EXPECT_EQ(platform::ReadProfileString(dir_.Folder(), "Sec", "Key", "dflt"), "dflt");
   WriteFile("[Sec]\nKey=" + std::string(300, 'v') + "\n");
   EXPECT_EQ(platform::ReadProfileString(path_, "Sec", "Key", ""), std::string(254, 'v'));
   EXPECT_EQ(platform::ReadProfileString(path_, "Sec", "Nope", std::string(300, 'd')),
@@ -78,10 +85,10 @@ TEST_F(PrivateProfileTest, WriteChangesOnlyWhatItMust) {
       {"[A]\r\nx=1\r\n", "A", "x", "22", "[A]\r\nx=22\r\n"},
       {"\xEF\xBB\xBF[A]\nx=1\n", "a", "x", "2", "\xEF\xBB\xBF[A]\nx=2\n"}};
   for (const auto& [before, section, key, value, after] : kCases) {
-    std::filesystem::remove(path_);
+    std::filesystem::remove(xsetest::Utf8Path(path_));
     if (before != nullptr) WriteFile(before);
     ASSERT_TRUE(platform::WriteProfileString(path_, section, key, value)) << after;
-    EXPECT_EQ(xsetest::ReadWholeFile(path_), after);
+    EXPECT_EQ(ReadWholeFile(path_), after);
     EXPECT_EQ(platform::ReadProfileString(path_, section, key, "dflt"), value);
   }
 }
@@ -96,9 +103,26 @@ TEST_F(PrivateProfileTest, RefusesWritesThatWouldNotReadBack) {
   for (const auto& [section, key, value] : kRefused) {
     EXPECT_FALSE(platform::WriteProfileString(path_, section, key, value)) << section << "/" << key;
   }
-  EXPECT_EQ(xsetest::ReadWholeFile(path_), kOriginal);
+  EXPECT_EQ(ReadWholeFile(path_), kOriginal);
   EXPECT_FALSE(
-      platform::WriteProfileString((dir_.path() / "no" / "x.ini").string(), "A", "k", "v"));
+      platform::WriteProfileString(dir_.File("no/x.ini"), "A", "k", "v"));
+}
+
+TEST_F(PrivateProfileTest, FilesInFoldersWithAnyNameAndRelativePaths) {
+  // "Überfahrt 3": a folder name outside ASCII, spelled in UTF-8.
+  const std::string folder = "\xC3\x9C" "berfahrt 3";
+  std::filesystem::create_directory(dir_.path() / xsetest::Utf8Path(folder));
+  const std::string path = dir_.File(folder + "/survey.ini");
+  ASSERT_TRUE(platform::WriteProfileString(path, "Survey", "Line", "12"));
+  EXPECT_EQ(ReadWholeFile(path), "[Survey]\nLine=12\n");
+  EXPECT_EQ(platform::ReadProfileString(path, "Survey", "Line", "dflt"), "12");
+  // A relative path is taken from the current folder.
+  const std::filesystem::path saved = std::filesystem::current_path();
+  std::filesystem::current_path(dir_.path() / xsetest::Utf8Path(folder));
+  EXPECT_EQ(platform::ReadProfileString("survey.ini", "Survey", "Line", "dflt"), "12");
+  EXPECT_TRUE(platform::WriteProfileString("survey.ini", "Survey", "Ping", "3"));
+  std::filesystem::current_path(saved);
+  EXPECT_EQ(platform::ReadProfileString(path, "Survey", "Ping", "dflt"), "3");
 }
 
 }  // namespace
