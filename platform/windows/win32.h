@@ -22,3 +22,4 @@
 #undef LoadString
 #undef GetUserName
 #undef MessageBox
+#undef WriteProfileString

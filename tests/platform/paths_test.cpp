@@ -14,6 +14,10 @@ namespace {
 // "Überfahrt 3": a folder name outside ASCII, spelled in UTF-8.
 const std::string kSurveyFolder = "\xC3\x9C" "berfahrt 3";
 
+std::string SystemAbsolute(const char* path) {
+  return xsetest::Utf8Text(std::filesystem::absolute(path));
+}
+
 // Runs each test inside a fresh temporary folder and goes back afterwards.
 class PathsTest : public ::testing::Test {
  protected:
@@ -32,8 +36,11 @@ TEST_F(PathsTest, AbsolutePathFoldsRelativeStepsAgainstTheCurrentFolder) {
   EXPECT_EQ(CurrentDirectory(), here_);
   EXPECT_EQ(AbsolutePath("./a/../log"), here_ + "/log");
   EXPECT_EQ(AbsolutePath("a//b/"), here_ + "/a/b");
-  EXPECT_EQ(AbsolutePath("/opt/q/../q/log"), drive_ + "/opt/q/log");
-  EXPECT_EQ(AbsolutePath("/"), drive_ + "/");
+  // A path from the root lies on the drive the system picks (Windows: the
+  // current one; Wine: the drive of the Unix root).
+  EXPECT_EQ(AbsolutePath("/opt/q/../q/log"), SystemAbsolute("/opt/q/log"));
+  EXPECT_EQ(AbsolutePath("/"), SystemAbsolute("/"));
+  EXPECT_EQ(AbsolutePath(drive_ + "/opt/../log"), drive_ + "/log");
   EXPECT_EQ(AbsolutePath(""), "");
   EXPECT_EQ(AbsolutePath(kSurveyFolder + "/./line.xse"), here_ + "/" + kSurveyFolder + "/line.xse");
 }
