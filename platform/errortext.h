@@ -10,7 +10,8 @@ namespace platform {
 std::string ErrorText(int error);
 
 // The count of error numbers the library has texts for: numbers from 1 up to
-// one less than this count are the known ones (a few inside may have none).
+// one less than this count are the known ones (some inside may have none:
+// on Windows, whose numbers are not Linux's, those from 43 to 99).
 int KnownErrorTextCount();
 
 }  // namespace platform

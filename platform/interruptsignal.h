@@ -6,7 +6,9 @@
 namespace platform {
 
 // Catches SIGINT and SIGTERM for its lifetime and puts the previous
-// handling back afterwards. Only one may exist at a time. After the first
+// handling back afterwards; on Windows also the console's Ctrl-C,
+// Ctrl-Break and close events (a closing console waits up to 4.5 s for the
+// catcher to go, then the system ends the process). Only one may exist at a time. After the first
 // request the default handling is back in force, so a second Ctrl-C ends a
 // program that no longer responds.
 class InterruptCatcher {

@@ -9,6 +9,9 @@
 // rest of a large new part is faulted in on a thread of its own while the
 // caller fills the front. Whichever side reaches a page first zeroes it, so
 // the work splits by itself and nothing is zeroed twice.
+//
+// On Windows a buffer commits more of one large reservation as it grows,
+// and its pages arrive zeroed on first touch: nothing is faulted ahead.
 #pragma once
 
 #include <cstddef>

@@ -4,6 +4,16 @@
 // double quotes loses the quotes; lines whose first non-blank is ';' are
 // comments. Only the first section of a name and, inside it, the first key
 // of a name count. Keys before the first header belong to no section.
+//
+// On Windows the system's own profile functions read and write the file, so
+// that the host, which uses them too, sees the same values. Reads keep the
+// rules above. Writes are checked against the same refusals, but the system
+// lays the file out: its lines end in CR LF, and other lines may be
+// rewritten in its own form (blanks around '=' dropped), with their values
+// kept. There the file's text is in the system's ANSI code page unless the
+// file starts with a UTF-16 byte-order mark: values outside that code page
+// do not survive, and non-ASCII text of a UTF-8 file reads differently than
+// on Linux.
 #pragma once
 
 #include <cstddef>
