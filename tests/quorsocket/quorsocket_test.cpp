@@ -2,11 +2,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
 
+#include "platform/processinfo.h"
 #include "quorsocket/sockettestsupport.h"
 
 namespace {
@@ -43,7 +43,7 @@ TEST_F(QuorSocketTest, ConnectsOnTheFirstAttemptToTheGivenOrTheLocalAddress) {
   }
   EXPECT_EQ(CountLinesEndingWith(kRefused), 0u);
   EXPECT_EQ(CountLinesEndingWith("CreateSocketAndConnectToServer client id=" +
-                                 std::to_string(::getpid())),
+                                 std::to_string(platform::CurrentProcessId())),
             3u);
 }
 

@@ -91,6 +91,7 @@ bool SelectSocketEvents(SocketHandle socket, WindowHandle window, uint32_t messa
   const std::shared_ptr<ThreadQueue> owner = OwnerQueue(window);
   if (events != 0) {
     if (owner == nullptr || owner != ThisThreadQueue()) return false;
+    SetNonBlocking(socket);
     owner->Select(socket, window, message, events);
     return true;
   }

@@ -1,0 +1,7 @@
+#include "platform/framework/sockettraits.h"
+
+namespace platform {
+
+bool ResetsAreReported() { return true; }
+
+}  // namespace platform
