@@ -13,7 +13,6 @@
 // Google Benchmark's own report goes to stderr; stdout gets the summary rows
 // that scripts/bench collects into one table.
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -38,6 +37,9 @@
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
 #include "platform/file.h"
 #include "platform/memoryusage.h"
+#include "platform/paths.h"
+#include "platform/processinfo.h"
+#include "platform/stdiofile.h"
 #include "tools/xse/surveygenerator.h"
 
 namespace {
@@ -170,7 +172,7 @@ void SearchZeros(benchmark::State& state) {
 
 // 1 GiB of zeros and the first frame of a generated survey.
 bool MakeZerosFile(const std::string& path) {
-  std::FILE* out = std::fopen(path.c_str(), "wb");
+  std::FILE* out = platform::OpenStdioFile(path, "wb");
   if (out == nullptr) return false;
   const std::vector<uint8_t> zeros(kReadBlock, 0);
   bool ok = true;
@@ -313,9 +315,9 @@ int PeakRss(const std::string& path) {
 std::optional<std::string> MakeSmokeSurvey() {
   std::error_code error;
   const auto path = std::filesystem::temp_directory_path(error) /
-                    ("xse_bench_smoke_" + std::to_string(::getpid()) + ".xse");
+                    ("xse_bench_smoke_" + std::to_string(platform::CurrentProcessId()) + ".xse");
   if (error) return std::nullopt;
-  std::FILE* out = std::fopen(path.c_str(), "wb");
+  std::FILE* out = platform::OpenStdioFile(platform::Utf8FromPath(path), "wb");
   if (out == nullptr) return std::nullopt;
   xsetool::SurveyOptions options;
   options.sizeBytes = 3u << 20;
@@ -325,7 +327,7 @@ std::optional<std::string> MakeSmokeSurvey() {
     ok = std::fwrite(frame.data(), 1, frame.size(), out) == frame.size();
   ok = std::fclose(out) == 0 && ok;
   if (!ok) return std::nullopt;
-  return path.string();
+  return platform::Utf8FromPath(path);
 }
 
 bool TakeFlag(std::string_view arg, std::string_view name, std::string& value) {
@@ -459,7 +461,7 @@ int main(int argc, char** argv) {
       perFrame, "0");
 
   if (smokeFile) {
-    std::filesystem::remove(*smokeFile);
+    std::filesystem::remove(platform::PathFromUtf8(*smokeFile));
     // The smoke run guards the steady state: decoding must not allocate.
     return steady.steadyFrames != 0 && steady.allocations == 0 ? 0 : 1;
   }

@@ -11,6 +11,7 @@
 #include "platform/localtime.h"
 #include "platform/messagebox.h"
 #include "platform/processexit.h"
+#include "platform/stdiofile.h"
 #include "platform/username.h"
 
 namespace {
@@ -131,7 +132,7 @@ void ErrorLogWrite(int32_t severity, const char* format, ...) {
   ErrorLogCompose(entry, sizeof entry, severity, text);
 
   const std::string path = ErrorLogPath();
-  if (std::FILE* file = std::fopen(path.c_str(), "a")) {
+  if (std::FILE* file = platform::OpenStdioFile(path, "a")) {
     std::fputs(entry, file);
     std::fputc('\n', file);
     std::fclose(file);

@@ -12,6 +12,7 @@
 #include "platform/localtime.h"
 #include "platform/paths.h"
 #include "platform/processinfo.h"
+#include "platform/stdiofile.h"
 
 namespace trace_detail {
 std::atomic<int32_t> g_traceSetting{0};
@@ -140,7 +141,7 @@ void TraceWrite(int32_t level, const char* format, ...) {
 
   const int32_t where = TraceBuildPath();
   if (where == 0) return;
-  std::FILE* file = std::fopen(t_writer.fullPath, "a");
+  std::FILE* file = platform::OpenStdioFile(t_writer.fullPath, "a");
   if (file == nullptr) return;
   if (where < 1) TraceFormatLine(file, 2, kMissingHomeWarning);
   TraceFormatLine(file, static_cast<uint32_t>(level), text);

@@ -79,7 +79,7 @@ class ErrorLogWriteTest : public ::testing::Test {
   std::string LogFile() const { return xsetest::ReadWholeFile(home_.path() / "log" / "error"); }
 
   xsetest::TempDir home_;
-  libsystest::ScopedEnvironment quorhome_{"QUORHOME", home_.path().c_str()};
+  libsystest::ScopedEnvironment quorhome_{"QUORHOME", home_.Folder().c_str()};
   libsystest::CollectedBoxes boxes_;
 };
 

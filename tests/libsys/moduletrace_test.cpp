@@ -58,7 +58,7 @@ TEST(ModuleTraceTest, ExplicitLevelSkipsTheSettingsAndStoreLevelWritesThemBack) 
   xsetest::TempDir home;
   fs::create_directories(home.path() / "Setup");
   fs::create_directories(home.path() / "log");
-  libsystest::ScopedEnvironment quorhome{"QUORHOME", home.path().c_str()};
+  libsystest::ScopedEnvironment quorhome{"QUORHOME", home.Folder().c_str()};
   const fs::path saved = fs::current_path();
   fs::current_path(home.path());  // no log folder here: the home's is used
   TraceReset();

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <tuple>
+
+#include "support/capturedoutput.h"
 
 namespace {
 
@@ -30,16 +30,12 @@ TEST(TraceLineLayoutTest, WritesTheLayoutOfEachLevelAndFlushes) {
   for (const auto& [level, setting, threadId, clock, expected] : kCases) {
     const TraceLineContext context{setting, threadId, "src/x.cpp",
                                    42,      "survey", clock ? &time : nullptr};
-    char* buffer = nullptr;
-    size_t size = 0;
-    std::FILE* stream = ::open_memstream(&buffer, &size);
-    ASSERT_NE(stream, nullptr);
-    WriteTraceLine(stream, context, level, "hello 100%");
-    // open_memstream publishes its buffer only on flush: seeing the text
-    // before closing proves the layout flushed.
-    EXPECT_EQ(buffer != nullptr ? std::string(buffer, size) : "<not flushed>", expected);
-    std::fclose(stream);
-    std::free(buffer);
+    xsetest::CapturedOutput stream;
+    ASSERT_NE(stream.file(), nullptr);
+    WriteTraceLine(stream.file(), context, level, "hello 100%");
+    // Seeing the text in the file before the stream is flushed or closed
+    // proves the layout flushed.
+    EXPECT_EQ(stream.Flushed(), expected);
   }
 }
 

@@ -21,11 +21,11 @@ class KeelonIniTest : public ::testing::Test {
 
   xsetest::TempDir home_;
   const std::filesystem::path settings_ = home_.path() / "Setup" / "Keelon.ini";
-  libsystest::ScopedEnvironment quorhome_{"QUORHOME", home_.path().c_str()};
+  libsystest::ScopedEnvironment quorhome_{"QUORHOME", home_.Folder().c_str()};
 };
 
 TEST_F(KeelonIniTest, FilesLieUnderQuorhomeOrTheCustomaryRoot) {
-  const std::string home = home_.path().string();
+  const std::string home = home_.Folder();
   // Unset and empty both fall back, with E_FAIL.
   for (const char* value : {home.c_str(), static_cast<const char*>(nullptr), ""}) {
     libsystest::ScopedEnvironment quorhome("QUORHOME", value);
@@ -77,7 +77,7 @@ TEST_F(KeelonIniTest, WritesGoToTheObjectsSectionAndReadsToTheSharedBuffer) {
   EXPECT_EQ(ini.ReadString("b", "missing", "dflt"), 4u);
   EXPECT_STREQ(ZGenericIni::Value(), "dflt");
   // Failed writes go unreported.
-  ZGenericIni nowhere((home_.path() / "no-such-folder" / "x.ini").c_str(), "s");
+  ZGenericIni nowhere(home_.File("no-such-folder/x.ini").c_str(), "s");
   EXPECT_TRUE(nowhere.WriteString("k", "v"));
   EXPECT_FALSE(std::filesystem::exists(home_.path() / "no-such-folder"));
 }
@@ -93,7 +93,7 @@ TEST_F(KeelonIniTest, ParseIntScansLikePercentD) {
                                                     {"-99999999999", INT_MIN}};
   // A missing key puts the default text into the buffer (an empty path
   // would empty it instead, so read from a file that does not exist).
-  ZGenericIni reader((home_.path() / "none.ini").c_str(), "s");
+  ZGenericIni reader(home_.File("none.ini").c_str(), "s");
   for (const auto& [text, expected] : kCases) {
     reader.ReadString("s", "k", text);
     int32_t value = 7;

@@ -1,8 +1,6 @@
 #include "libsys/ztracelogfile.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -14,8 +12,11 @@
 #include <vector>
 
 #include "libsystestsupport.h"
+#include "platform/environment.h"
+#include "platform/modulepath.h"
 #include "platform/namedmutex.h"
 #include "platform/processinfo.h"
+#include "support/childprocess.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -49,7 +50,7 @@ class TraceLogTest : public ::testing::Test {
   libsystest::ScopedEnvironment quorhome_{"QUORHOME", nullptr};
   xsetest::TempDir dir_;
   fs::path here_ = fs::canonical(dir_.path());
-  std::string fileName_ = "trace." + std::to_string(::getpid()) + ".log";
+  std::string fileName_ = "trace." + std::to_string(platform::CurrentProcessId()) + ".log";
 };
 
 TEST_F(TraceLogTest, OnlySettingsOneAndTwoStartTheTraceAndWithoutLogFolderLinesFollowAWarning) {
@@ -116,7 +117,7 @@ TEST_F(TraceLogTest, BuildPathFindsTheLogFolder) {
     SCOPED_TRACE(expectedPath.substr(0, 20));
     xsetest::TempDir caseDir;
     fs::current_path(caseDir.path());
-    const std::string root = fs::canonical(caseDir.path()).string();
+    const std::string root = xsetest::Utf8Text(fs::canonical(caseDir.path()));
     const auto expand = [&root](std::string pattern) {
       for (size_t at; (at = pattern.find("{}")) != std::string::npos;) pattern.replace(at, 2, root);
       return pattern;
@@ -176,22 +177,35 @@ void WriteTaggedLines(int threads, int lines) {
   for (std::thread& writer : writers) writer.join();
 }
 
+// The second process is this test program again, running only the test
+// below, in the trace's folder; it says when it is about to write.
+constexpr char kChildVariable[] = "XSE_TRACE_CHILD_FILE";
+constexpr int kThreads = 3, kLines = 100;  // in each process
+
+TEST(TraceLogChild, DISABLED_WritesTaggedLinesAsAnotherProcess) {
+  const auto fileName = platform::GetEnvironmentVariable(kChildVariable);
+  if (!fileName) GTEST_SKIP() << "runs as the second process of a test";
+  // Join the trace as another process would: by name.
+  TraceReset();
+  ASSERT_TRUE(TraceStart(1, fileName->c_str()));
+  std::ofstream("child.ready").put('x');
+  WriteTaggedLines(kThreads, kLines);
+}
+
 TEST_F(TraceLogTest, LinesOfManyThreadsAndTwoProcessesNeverMix) {
   StartWithLogFolder(1);
-  constexpr int kThreads = 3, kLines = 100;
-  const pid_t pid = ::fork();  // before any writer thread exists
-  if (pid == 0) {
-    // Join the trace as another process would: by name.
-    TraceReset();
-    const bool started = TraceStart(1, fileName_.c_str());
-    WriteTaggedLines(kThreads, kLines);
-    ::_exit(started ? 0 : 1);
-  }
-  ASSERT_GT(pid, 0);
+  xsetest::ChildProcess child(
+      platform::ExecutablePath(),
+      {"--gtest_filter=TraceLogChild.*", "--gtest_also_run_disabled_tests"},
+      {xsetest::Utf8Text(here_), {{kChildVariable, fileName_}}});
+  ASSERT_TRUE(child.Started());
+  // Both write at the same time: this one starts once the child is ready.
+  const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!fs::exists(here_ / "child.ready") && std::chrono::steady_clock::now() < giveUp)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   WriteTaggedLines(kThreads, kLines);
-  int status = 0;
-  ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-  EXPECT_EQ(status, 0);
+  const xsetest::ToolResult ended = child.Wait();
+  EXPECT_EQ(ended.status, 0) << ended.out << ended.err;
   static const std::regex kLine(R"(\d\d:\d\d:\d\d\| *(\d+)\|[^@]*@\d+\|)"
                                 R"(writer \1 ([a-z])\2{599})");
   const Lines lines = ReadLines(LogFile());

@@ -1,7 +1,7 @@
 // Counts the allocations some work makes on the calling thread. A test
 // binary that links allocationcount.cpp has its global operator new replaced
-// by one that counts while counting is on; the array and nothrow forms reach
-// it through their standard default definitions. Sanitizer builds keep their
+// by one that counts while counting is on, and the array and nothrow forms
+// by ones that go through it. Sanitizer builds keep their
 // own operator new (it carries their checks): nothing is counted there, and
 // kCountsAllocations is false.
 #pragma once

@@ -1,31 +1,43 @@
-// A stdio stream that captures into memory what code prints to a FILE*.
+// A stdio stream that captures what code prints to a FILE*, in a file of a
+// temporary folder (binary: line ends stay as written on every system).
 #pragma once
 
 #include <cstdio>
-#include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <string>
+
+#include "support/tempdir.h"
 
 namespace xsetest {
 
 class CapturedOutput {
  public:
-  CapturedOutput() : file_(::open_memstream(&buffer_, &size_)) {}
+  // The stream's file name is ASCII inside the temporary folder; fopen takes
+  // it in the system's 8-bit encoding, which path::string() gives.
+  CapturedOutput() : file_(std::fopen((dir_.path() / "captured").string().c_str(), "w+b")) {}
   CapturedOutput(const CapturedOutput&) = delete;
   CapturedOutput& operator=(const CapturedOutput&) = delete;
   ~CapturedOutput() {
     if (file_ != nullptr) std::fclose(file_);
-    std::free(buffer_);
   }
   std::FILE* file() const { return file_; }
   // Everything written so far.
   std::string Text() {
     std::fflush(file_);
-    return buffer_ != nullptr ? std::string(buffer_, size_) : std::string();
+    return Flushed();
+  }
+  // What has reached the file, without flushing the stream: what the code
+  // flushed itself.
+  std::string Flushed() const {
+    std::ifstream in(dir_.path() / "captured", std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
   }
 
  private:
-  char* buffer_ = nullptr;
-  size_t size_ = 0;
+  TempDir dir_;
   std::FILE* file_;
 };
 

@@ -2,12 +2,8 @@
 // Ctrl-C.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -89,8 +85,8 @@ TEST(XseRun, ExtensionCheckCanBeSwitchedOff) {
 
 TEST(XseRun, ModuleThatDoesNotLoadIsReported) {
   TempDir dir;
-  const auto result = RunToolWith(XSE_XSE_TOOL, {"run", "a.xse"}, dir.path().string(),
-                                  {{"XSE_READER_MODULE", dir.File("none.so")}});
+  const auto result = RunToolWith(XSE_XSE_TOOL, {"run", "a.xse"}, dir.Folder(),
+                                  {{"XSE_READER_MODULE", dir.File("none.module")}});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("xse run: cannot load the reader plug-in: "));
 }
@@ -99,23 +95,21 @@ TEST(XseRun, CtrlCStopsTheRunWithoutReportingTheCurrentFile) {
   TempDir dir;
   // Each file reports about a hundred progress lines: many files fill the
   // pipe, so the reader thread waits on it in the middle of the run while
-  // the test sends the interrupt. The shell tells its id, then becomes xse.
+  // the test sends the interrupt.
   std::vector<std::string> args(40, dir.Write("long.xse", PositionFrames(200)));
   args.insert(args.begin(), {"run", "--events"});
-  const std::string command = "echo $$; exec " + CommandLine(XSE_XSE_TOOL, args);
-  std::FILE* child = ::popen((command + " 2>/dev/null").c_str(), "r");
-  ASSERT_NE(child, nullptr);
-  char chunk[4096];
-  const pid_t pid = std::fgets(chunk, sizeof chunk, child) ? std::atoi(chunk) : 0;
-  std::string text = std::fgets(chunk, sizeof chunk, child) ? chunk : "";  // the run has begun
+  ChildProcess child(XSE_XSE_TOOL, args, {.outputToPipe = true});
+  ASSERT_TRUE(child.Started());
+  std::string text = child.ReadOutput(4096, std::chrono::seconds(30));  // the run has begun
+  ASSERT_FALSE(text.empty());
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  EXPECT_TRUE(pid > 0 && ::kill(pid, SIGINT) == 0);
+  EXPECT_TRUE(child.Interrupt());
   // Drain the pipe only once xse has seen the interrupt, or the reader
   // thread may race through the remaining files.
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, child)) > 0;) text.append(chunk, n);
-  const int status = ::pclose(child);
-  EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : -1, 130);
+  const ToolResult result = child.Wait();
+  EXPECT_EQ(result.status, 130) << result.err;
+  text += result.out;
 
   const std::vector<std::string> lines = Lines(text);
   ASSERT_GE(lines.size(), 2u);

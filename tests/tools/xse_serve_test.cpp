@@ -37,23 +37,21 @@ TEST(XseServeTest, LiveRecordsEqualTheFileLineForLineAndTheWholeFileIsSent) {
   const ToolResult fromFile = RunXse({"dump", survey});
   ASSERT_EQ(fromFile.status, 0);
   const std::string port = std::to_string(FreePort());
-  const std::string serveOut = dir.File("serve.out");
   // The server in the background, unpaced; the reader connects (retrying
   // while the server starts up) and ends when the server ends the data.
-  const std::string command =
-      "( " + CommandLine(XSE_XSE_TOOL, {"serve", "--port", port, "--wait", "10", survey}) + " >" +
-      ShellQuote(serveOut) + " 2>&1 & " +
-      CommandLine(XSE_XSE_TOOL, {"dump", "--connect", "127.0.0.1:" + port, "--idle-exit", "10"}) +
-      "; status=$?; wait $!; echo \"serve exit $?\" >>" + ShellQuote(serveOut) + "; exit $status )";
-  const ToolResult live = RunCaptured(command);
+  ChildProcess serve(XSE_XSE_TOOL, {"serve", "--port", port, "--wait", "10", survey});
+  ASSERT_TRUE(serve.Started());
+  const ToolResult live =
+      RunXse({"dump", "--connect", "127.0.0.1:" + port, "--idle-exit", "10"});
   EXPECT_EQ(live.status, 0) << live.err;
   EXPECT_EQ(live.out, fromFile.out);
 
-  const std::string served = ReadWholeFile(serveOut);
-  const std::string size = std::to_string(std::filesystem::file_size(survey));
-  EXPECT_THAT(served, StartsWith("listening on 127.0.0.1:" + port + ", data port "));
-  EXPECT_THAT(served, HasSubstr("requests 3, set-up frames 3, bytes sent " + size + " of " + size));
-  EXPECT_THAT(served, HasSubstr("serve exit 0"));
+  const ToolResult served = serve.Wait();
+  const std::string size = std::to_string(std::filesystem::file_size(Utf8Path(survey)));
+  EXPECT_EQ(served.status, 0) << served.err;
+  EXPECT_THAT(served.out, StartsWith("listening on 127.0.0.1:" + port + ", data port "));
+  EXPECT_THAT(served.out,
+              HasSubstr("requests 3, set-up frames 3, bytes sent " + size + " of " + size));
 }
 
 // Each server ends the run by itself with the outcome it deserves.

@@ -10,8 +10,6 @@
 
 namespace {
 
-using xsetest::RunCaptured;
-
 xsetest::ToolResult Settings(const std::vector<std::string>& args) {
   // Qt is not built for ThreadSanitizer, which sees races inside Qt's own
   // thread pool; under it, only reports with a frame in a Qt library are
@@ -23,13 +21,14 @@ xsetest::ToolResult Settings(const std::vector<std::string>& args) {
                               {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
   }();
   // No display, as in CI: the tool falls back to the offscreen platform.
-  return RunCaptured("env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM TSAN_OPTIONS=" +
-                     xsetest::ShellQuote("suppressions=" + file) + " " +
-                     xsetest::CommandLine(XSE_XSE_TOOL, [&] {
-                       std::vector<std::string> all = {"settings"};
-                       all.insert(all.end(), args.begin(), args.end());
-                       return all;
-                     }()));
+  std::vector<std::string> all = {"settings"};
+  all.insert(all.end(), args.begin(), args.end());
+  return xsetest::RunChild(XSE_XSE_TOOL, all,
+                           {"",
+                            {{"DISPLAY", std::nullopt},
+                             {"WAYLAND_DISPLAY", std::nullopt},
+                             {"QT_QPA_PLATFORM", std::nullopt},
+                             {"TSAN_OPTIONS", "suppressions=" + file}}});
 }
 
 TEST(XseSettingsTest, PressingAButtonGivesTheValuesOrNothing) {

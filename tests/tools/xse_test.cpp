@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -119,6 +120,22 @@ TEST(XseTool, EveryCommandHasHelpOnStdout) {
     EXPECT_THAT(result.out, StartsWith(usage)) << command;
     EXPECT_EQ(result.err, "");
   }
+}
+
+// File names are UTF-8 on every system, in the arguments, in what the tool
+// prints and in the files it opens and writes.
+TEST(XseTool, FileNamesOutsideAsciiAreReadAndWrittenAsGiven) {
+  TempDir dir;
+  std::filesystem::create_directory(dir.path() / Utf8Path("\u00dcberfahrt 3"));
+  const std::string survey = dir.File("\u00dcberfahrt 3/Pr\u00fcfung \u6d4b.xse"),
+                    picture = dir.File("\u00dcberfahrt 3/Spur \u00e9t\u00e9.png");
+  EXPECT_EQ(RunXse({"gen", "--duration", "1", survey}).status, 0);
+  EXPECT_EQ(RunXse({"check", survey}), (ToolResult{0, survey + ": yes\n", ""}));
+  EXPECT_EQ(RunXse({"plot", "--kind", "track", survey, "-o", picture}).status, 0);
+  EXPECT_EQ(ReadWholeFile(picture).substr(1, 3), "PNG");
+  const ToolResult info = RunXse({"info", "--json", survey});
+  EXPECT_EQ(info.status, 0) << info.err;
+  EXPECT_THAT(info.out, HasSubstr(survey));
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include <fstream>
 #include <limits>
 
+#include "platform/paths.h"
+
 namespace xseplot {
 namespace {
 
@@ -126,7 +128,7 @@ std::vector<uint8_t> EncodePng(const Raster& raster, std::string& error) {
 bool WritePngFile(const std::string& path, const Raster& raster, std::string& error) {
   const std::vector<uint8_t> bytes = EncodePng(raster, error);
   if (bytes.empty()) return false;
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  std::ofstream out(platform::PathFromUtf8(path), std::ios::binary | std::ios::trunc);
   if (out) {
     out.write(reinterpret_cast<const char*>(bytes.data()),
               static_cast<std::streamsize>(bytes.size()));

@@ -1,10 +1,13 @@
 // xse gen: writes a synthetic survey file.
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 
 #include "platform/errortext.h"
+#include "platform/paths.h"
+#include "platform/stdiofile.h"
 #include "tools/xse/argparse.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
@@ -60,13 +63,14 @@ bool WriteFrames(SurveyGenerator& generator, std::FILE* raw, std::string& error)
 // Writes every frame of the survey to `path`; on failure says why. A file
 // left half written is removed; one that could not be opened is left alone.
 bool WriteSurvey(SurveyGenerator& generator, const std::string& path, std::string& error) {
-  std::FILE* raw = std::fopen(path.c_str(), "wb");
+  std::FILE* raw = platform::OpenStdioFile(path, "wb");
   if (raw == nullptr) {
     error = platform::ErrorText(errno);
     return false;
   }
   if (!WriteFrames(generator, raw, error)) {
-    std::remove(path.c_str());
+    std::error_code ignored;
+    std::filesystem::remove(platform::PathFromUtf8(path), ignored);
     return false;
   }
   return true;

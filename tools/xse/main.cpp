@@ -1,8 +1,10 @@
 // xse: decode, inspect and produce XSE multibeam data.
 #include <cstdio>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/programarguments.h"
 #include "tools/xse/commands.h"
 
 namespace {
@@ -26,7 +28,12 @@ constexpr const char* kUsage =
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string_view> args(argv + 1, argv + argc);
+  // Output is the same bytes on every system, and file names in the
+  // arguments are UTF-8 as the platform layer takes them.
+  platform::UseBinaryStandardStreams();
+  const std::vector<std::string> arguments = platform::ProgramArguments(argc, argv);
+  std::vector<std::string_view> args;
+  for (size_t i = 1; i < arguments.size(); ++i) args.emplace_back(arguments[i]);
   if (args.empty()) {
     std::fputs(kUsage, stderr);
     return xsetool::kExitUsage;

@@ -23,7 +23,7 @@ TEST(ElacFile, StepsReportWhatTheyConsumedAndOpenFailsWithAReason) {
   EXPECT_FALSE(file.Open(dir.File("missing.xse").c_str()));
   EXPECT_FALSE(file.IsOpen());
   EXPECT_EQ(file.openError(), "No such file or directory");
-  EXPECT_FALSE(file.Open(dir.path().c_str()));
+  EXPECT_FALSE(file.Open(dir.Folder().c_str()));
   EXPECT_EQ(file.openError(), "not a regular file");
   const auto first = HeadingFrame(std::endian::big),
              second = HeadingFrame(std::endian::little, 0, 5);
