@@ -98,7 +98,7 @@ TEST(XseRun, CtrlCStopsTheRunWithoutReportingTheCurrentFile) {
   // the test sends the interrupt.
   std::vector<std::string> args(40, dir.Write("long.xse", PositionFrames(200)));
   args.insert(args.begin(), {"run", "--events"});
-  ChildProcess child(XSE_XSE_TOOL, args, {.outputToPipe = true});
+  ChildProcess child(XSE_XSE_TOOL, args, {"", {}, true});
   ASSERT_TRUE(child.Started());
   std::string text = child.ReadOutput(4096, std::chrono::seconds(30));  // the run has begun
   ASSERT_FALSE(text.empty());
