@@ -1,7 +1,9 @@
 #include "platform/dynamiclibrary.h"
 
+#include <algorithm>
 #include <utility>
 
+#include "platform/paths.h"
 #include "platform/windows/widestring.h"
 #include "platform/windows/win32.h"
 #include "platform/windows/win32error.h"
@@ -30,20 +32,21 @@ DynamicLibrary& DynamicLibrary::operator=(DynamicLibrary&& other) noexcept {
 bool DynamicLibrary::Open(const std::string& path) {
   Close();
   error_.clear();
-  // A path with a separator is loaded as named, its own folder searched
-  // first for the libraries it needs in turn; a bare name goes through the
-  // system's search (the program's folder, the system folders, PATH).
+  // A path with a folder is loaded as named, and its own folder is searched
+  // first for the libraries it needs in turn (which takes an absolute
+  // path); a bare name goes through the system's search (the program's
+  // folder, the system folders, PATH).
   const bool hasFolder = path.find_first_of("/\\") != std::string::npos;
-  std::wstring widePath = WidenUtf8(path);
-  if (hasFolder) {
-    for (wchar_t& c : widePath) c = c == L'/' ? L'\\' : c;
-  }
-  // No error dialog of the system's own for a library or drive that is missing.
-  const UINT previousMode = ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
-  HMODULE module = ::LoadLibraryExW(widePath.c_str(), nullptr,
-                                    hasFolder ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
+  std::wstring widePath = WidenUtf8(hasFolder ? AbsolutePath(path) : path);
+  std::replace(widePath.begin(), widePath.end(), L'/', L'\\');
+  // No error box of the system's own for a library or drive that is missing.
+  DWORD previousMode = 0;
+  const bool quiet =
+      ::SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &previousMode) != 0;
+  HMODULE module =
+      ::LoadLibraryExW(widePath.c_str(), nullptr, hasFolder ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
   const DWORD error = ::GetLastError();
-  ::SetErrorMode(previousMode);
+  if (quiet) ::SetThreadErrorMode(previousMode, nullptr);
   if (module == nullptr) {
     ::SetLastError(error);
     error_ = LastError(path);

@@ -98,8 +98,9 @@ constexpr KnownError kKnownErrors[] = {
 };
 
 const char* FindText(int error) {
-  const auto found = std::find_if(std::begin(kKnownErrors), std::end(kKnownErrors),
-                                  [error](const KnownError& known) { return known.number == error; });
+  const auto found =
+      std::find_if(std::begin(kKnownErrors), std::end(kKnownErrors),
+                   [error](const KnownError& known) { return known.number == error; });
   return found == std::end(kKnownErrors) ? nullptr : found->text;
 }
 
@@ -113,9 +114,12 @@ std::string ErrorText(int error) {
 // The runtime numbers the classic errors from 1 to 42 and the socket and
 // stream errors from 100 on; the numbers between have no text.
 int KnownErrorTextCount() {
-  int highest = 0;
-  for (const KnownError& known : kKnownErrors) highest = std::max(highest, known.number);
-  return highest + 1;
+  constexpr int kCount = [] {
+    int highest = 0;
+    for (const KnownError& known : kKnownErrors) highest = std::max(highest, known.number);
+    return highest + 1;
+  }();
+  return kCount;
 }
 
 }  // namespace platform

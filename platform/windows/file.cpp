@@ -60,7 +60,7 @@ bool ReadOnlyFile::Open(const std::string& path) {
     return false;
   }
   const int descriptor =
-      ::_open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_RDONLY | _O_BINARY | _O_NOINHERIT);
+      ::_open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_RDONLY | _O_BINARY);
   if (descriptor < 0) {
     ::CloseHandle(handle);
     error_ = Win32ErrorText(ERROR_TOO_MANY_OPEN_FILES);

@@ -13,8 +13,7 @@ std::string ModuleFile(HMODULE module) {
   // Paths may exceed MAX_PATH; the buffer grows until the name fits.
   std::wstring path(MAX_PATH, L'\0');
   for (int attempt = 0; attempt < 6; ++attempt) {
-    const DWORD length =
-        ::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
+    const DWORD length = ::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
     if (length == 0) return {};
     if (length < path.size()) {
       path.resize(length);
@@ -32,10 +31,9 @@ std::optional<ModuleInfo> ModuleContaining(const void* address) {
   HMODULE module = nullptr;
   // The reference count stays as it is: the caller asks about a module that
   // is loaded anyway, and holds no reference of its own.
-  if (address == nullptr ||
-      !::GetModuleHandleExW(
-          GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-          static_cast<LPCWSTR>(address), &module)) {
+  if (address == nullptr || !::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                                      GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                                  static_cast<LPCWSTR>(address), &module)) {
     return std::nullopt;
   }
   ModuleInfo info;

@@ -40,7 +40,8 @@ size_t ReservedBehind(const PageBuffer::Block& block) {
 // and commits `capacity`; null when the system refuses.
 void* ReserveAndCommit(size_t capacity) {
   void* data = nullptr;
-  if (capacity < kReservation) data = ::VirtualAlloc(nullptr, kReservation, MEM_RESERVE, PAGE_NOACCESS);
+  if (capacity < kReservation)
+    data = ::VirtualAlloc(nullptr, kReservation, MEM_RESERVE, PAGE_NOACCESS);
   if (data == nullptr) data = ::VirtualAlloc(nullptr, capacity, MEM_RESERVE, PAGE_NOACCESS);
   if (data == nullptr) return nullptr;
   if (::VirtualAlloc(data, capacity, MEM_COMMIT, PAGE_READWRITE) == nullptr) {

@@ -20,7 +20,8 @@ bool IsTerminal(StandardStream stream) {
   }
   const HANDLE handle = ::GetStdHandle(which);
   DWORD mode = 0;
-  return handle != nullptr && handle != INVALID_HANDLE_VALUE && ::GetConsoleMode(handle, &mode) != 0;
+  return handle != nullptr && handle != INVALID_HANDLE_VALUE &&
+         ::GetConsoleMode(handle, &mode) != 0;
 }
 
 }  // namespace platform

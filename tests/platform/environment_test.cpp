@@ -15,7 +15,7 @@ TEST(EnvironmentTest, TellsMissingFromEmptyAndKeepsUtf8) {
       {"plain", "plain"},
       {"", ""},
       {nullptr, std::nullopt},
-      {"C:/\xC3\x9C" "berfahrt 3/x=y", "C:/\xC3\x9C" "berfahrt 3/x=y"},  // "Überfahrt"
+      {"C:/\u00DCberfahrt 3/x=y", "C:/\u00DCberfahrt 3/x=y"},  // "Überfahrt"
       {nullptr, std::nullopt}};
   for (const auto& [value, expected] : kSteps) {
     EXPECT_TRUE(SetEnvironmentVariable(name, value));

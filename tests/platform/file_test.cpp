@@ -14,7 +14,7 @@ namespace platform {
 namespace {
 
 // "Überfahrt 3": a folder name outside ASCII, spelled in UTF-8.
-const std::string kSurveyFolder = "\xC3\x9C" "berfahrt 3";
+const std::string kSurveyFolder = "\u00DCberfahrt 3";
 
 TEST(ReadOnlyFileTest, ReadsByOffsetInAFolderWithAnyName) {
   xsetest::TempDir dir;

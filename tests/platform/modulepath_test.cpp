@@ -23,8 +23,8 @@ TEST(ModulePathTest, TellsWhichModuleHoldsAnAddress) {
   ASSERT_FALSE(program.empty());
   EXPECT_EQ(program.find('\\'), std::string::npos) << program;
   const std::filesystem::path asPath = xsetest::Utf8Path(program);
-  EXPECT_TRUE(EntryExists(xsetest::Utf8Text(asPath.parent_path()),
-                          xsetest::Utf8Text(asPath.filename())));
+  EXPECT_TRUE(
+      EntryExists(xsetest::Utf8Text(asPath.parent_path()), xsetest::Utf8Text(asPath.filename())));
   EXPECT_THAT(program, HasSubstr("test_platform"));
 
   const std::optional<ModuleInfo> self = ModuleContaining(&g_anchor);

@@ -41,7 +41,7 @@ TEST(NamedMutexTest, NameRulesAndNullHandle) {
       {"a\\b", false},
       {std::string(260, 'n'), false},
       {"/tmp/" + prefix + "/with blank: and colon.log", true},
-      {"C:/" + prefix + "/\xC3\x9C" "berfahrt 3/trace.log", true},
+      {"C:/" + prefix + "/\u00DCberfahrt 3/trace.log", true},
       {prefix + std::string(259 - prefix.size(), 'n'), true}};
   EXPECT_EQ(CreateNamedMutex(nullptr), nullptr);
   for (const auto& [name, accepted] : kNames) {

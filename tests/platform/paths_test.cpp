@@ -12,7 +12,7 @@ namespace platform {
 namespace {
 
 // "Überfahrt 3": a folder name outside ASCII, spelled in UTF-8.
-const std::string kSurveyFolder = "\xC3\x9C" "berfahrt 3";
+const std::string kSurveyFolder = "\u00DCberfahrt 3";
 
 std::string SystemAbsolute(const char* path) {
   return xsetest::Utf8Text(std::filesystem::absolute(path));

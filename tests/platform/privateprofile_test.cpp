@@ -113,13 +113,12 @@ TEST_F(PrivateProfileTest, RefusesWritesThatWouldNotReadBack) {
     EXPECT_FALSE(platform::WriteProfileString(path_, section, key, value)) << section << "/" << key;
   }
   EXPECT_EQ(ReadWholeFile(path_), kOriginal);
-  EXPECT_FALSE(
-      platform::WriteProfileString(dir_.File("no/x.ini"), "A", "k", "v"));
+  EXPECT_FALSE(platform::WriteProfileString(dir_.File("no/x.ini"), "A", "k", "v"));
 }
 
 TEST_F(PrivateProfileTest, FilesInFoldersWithAnyNameAndRelativePaths) {
   // "Überfahrt 3": a folder name outside ASCII, spelled in UTF-8.
-  const std::string folder = "\xC3\x9C" "berfahrt 3";
+  const std::string folder = "\u00DCberfahrt 3";
   std::filesystem::create_directory(dir_.path() / xsetest::Utf8Path(folder));
   const std::string path = dir_.File(folder + "/survey.ini");
   ASSERT_TRUE(platform::WriteProfileString(path, "Survey", "Line", "12"));

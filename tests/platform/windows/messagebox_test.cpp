@@ -15,7 +15,7 @@ namespace {
 // our side) and closed with its OK button. Wine without a display shows
 // none: the call returns at once and the test is skipped.
 TEST(MessageBoxWindowsTest, TheDefaultIsTheSystemsBoxWithTheTextAndOk) {
-  const std::string caption = "XSE \xC3\x9C" "berfahrt " + std::to_string(::GetCurrentProcessId());
+  const std::string caption = "XSE \u00DCberfahrt " + std::to_string(::GetCurrentProcessId());
   std::atomic<bool> returned{false};
   std::thread shower([&] {
     platform::ShowMessageBox(caption, "disk full: \xE2\x82\xAC");
