@@ -2,10 +2,32 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <cstdio>
+
+#include "platform/environment.h"
+#include "platform/modulepath.h"
+#include "platform/processexit.h"
+#include "platform/sleep.h"
+#include "support/childprocess.h"
 
 namespace platform {
 namespace {
+
+constexpr const char* kChildVariable = "XSE_TEST_INTERRUPT_CHILD";
+
+// The child role of the Ctrl-C test: started as this test program with
+// kChildVariable set, it catches, says it is ready and ends with 0 once a
+// request arrived (1 when none came within ten seconds).
+const bool g_childRole = [] {
+  if (!GetEnvironmentVariable(kChildVariable)) return false;
+  const InterruptCatcher catcher;
+  std::printf("ready\n");
+  std::fflush(stdout);
+  for (int waited = 0; waited < 10000 && !catcher.Caught(); waited += 10) SleepMilliseconds(10);
+  ExitProcess(catcher.Caught() ? 0 : 1);
+}();
 
 // The handler in force for `signal`, left in place.
 using SignalHandler = void (*)(int);
@@ -29,6 +51,20 @@ TEST(InterruptCatcherTest, CatchesInterruptAndTerminationAndPutsThePreviousHandl
   }
   InterruptCatcher fresh;
   EXPECT_FALSE(fresh.Caught());
+}
+
+// As at a terminal: Ctrl-C on Linux, Ctrl-Break to the child's own process
+// group on Windows, where a console sends it.
+TEST(InterruptCatcherTest, CatchesTheUsersInterruptFromOutside) {
+  ASSERT_FALSE(g_childRole);
+  xsetest::ChildOptions options;
+  options.environment = {{kChildVariable, "1"}};
+  options.outputToPipe = true;
+  xsetest::ChildProcess child(ExecutablePath(), {}, options);
+  ASSERT_TRUE(child.Started());
+  EXPECT_EQ(child.ReadOutput(5, std::chrono::seconds(30)), "ready");
+  if (!child.Interrupt()) GTEST_SKIP() << "the system sends no console events here (no console)";
+  EXPECT_EQ(child.Wait(std::chrono::seconds(30)).status, 0);
 }
 
 }  // namespace
