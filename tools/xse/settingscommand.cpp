@@ -45,7 +45,8 @@ void QuietQtMessages(QtMsgType type, const QMessageLogContext& /*context*/,
 
 int RunSettingsPage(std::span<const std::string_view> args) {
   const auto parsed = ParseSettingsOptions(
-      args, "Without a display the page is drawn offscreen, which needs --screenshot or --press.\n");
+      args,
+      "Without a display the page is drawn offscreen, which needs --screenshot or --press.\n");
   if (const int* exit = std::get_if<int>(&parsed)) return *exit;
   const SettingsOptions& options = std::get<SettingsOptions>(parsed);
 

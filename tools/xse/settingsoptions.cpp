@@ -38,7 +38,8 @@ constexpr const char* kSettingsHelp =
 std::variant<SettingsOptions, int> ParseSettingsOptions(std::span<const std::string_view> args,
                                                         std::string_view helpNote) {
   SettingsOptions options;
-  CommandLine line("settings", kSettingsUsage, std::string(kSettingsHelp) + "\n" + std::string(helpNote));
+  CommandLine line("settings", kSettingsUsage,
+                   std::string(kSettingsHelp) + "\n" + std::string(helpNote));
   const auto int32Into = [](int32_t& target) {
     return [&target](std::string_view value) {
       const auto number = ParseInt32(value);

@@ -27,8 +27,8 @@ LPCWSTR ResourceId(int32_t id) {
 std::wstring ControlText(HWND page, int32_t id) {
   HWND control = ::GetDlgItem(page, id);
   std::wstring text(static_cast<size_t>(::GetWindowTextLengthW(control)) + 1, L'\0');
-  text.resize(static_cast<size_t>(
-      ::GetWindowTextW(control, text.data(), static_cast<int>(text.size()))));
+  text.resize(
+      static_cast<size_t>(::GetWindowTextW(control, text.data(), static_cast<int>(text.size()))));
   return text;
 }
 
@@ -61,18 +61,18 @@ SheetOutcome Win32PropertySheet::Run(ShownHandler onShown) {
   // they are closed; boxes of other threads keep their way.
   const DWORD thread = ::GetCurrentThreadId();
   const MessageBoxHandler previous = SetMessageBoxHandler(nullptr);
-  SetMessageBoxHandler([this, thread, previous](const std::string& caption,
-                                                const std::string& text) {
-    if (::GetCurrentThreadId() == thread && sheet_ != nullptr) {
-      ::MessageBoxW(sheet_, WidenUtf8(text).c_str(), WidenUtf8(caption).c_str(),
-                    MB_OK | MB_ICONERROR);
-    } else if (previous) {
-      previous(caption, text);
-    } else {
-      ::MessageBoxW(nullptr, WidenUtf8(text).c_str(), WidenUtf8(caption).c_str(),
-                    MB_OK | MB_ICONERROR | MB_TASKMODAL);
-    }
-  });
+  SetMessageBoxHandler(
+      [this, thread, previous](const std::string& caption, const std::string& text) {
+        if (::GetCurrentThreadId() == thread && sheet_ != nullptr) {
+          ::MessageBoxW(sheet_, WidenUtf8(text).c_str(), WidenUtf8(caption).c_str(),
+                        MB_OK | MB_ICONERROR);
+        } else if (previous) {
+          previous(caption, text);
+        } else {
+          ::MessageBoxW(nullptr, WidenUtf8(text).c_str(), WidenUtf8(caption).c_str(),
+                        MB_OK | MB_ICONERROR | MB_TASKMODAL);
+        }
+      });
   const SheetOutcome outcome = RunSheet();
   SetMessageBoxHandler(previous);
   return outcome;
@@ -157,7 +157,8 @@ void Win32PropertySheet::ShowControlState(HWND page) const {
   for (const DialogControl& control : dialog->controls) {
     switch (control.kind) {
       case ControlKind::kRadioButton:
-        ::CheckDlgButton(page, control.id, page_.IsChecked(control.id) ? BST_CHECKED : BST_UNCHECKED);
+        ::CheckDlgButton(page, control.id,
+                         page_.IsChecked(control.id) ? BST_CHECKED : BST_UNCHECKED);
         break;
       case ControlKind::kEditBox:
         ::SetDlgItemTextW(page, control.id, WidenUtf8(page_.ControlText(control.id)).c_str());

@@ -55,8 +55,7 @@ std::optional<WindowImage> CaptureWindow(HWND window, std::string& error) {
   info.bmiHeader.biCompression = BI_RGB;
   void* bits = nullptr;
   if (objects.memoryDc != nullptr) {
-    objects.bitmap =
-        ::CreateDIBSection(objects.memoryDc, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    objects.bitmap = ::CreateDIBSection(objects.memoryDc, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
   }
   if (objects.bitmap == nullptr || bits == nullptr) {
     error = "no memory for the picture: " + Win32ErrorText(::GetLastError());

@@ -1,7 +1,8 @@
+#include "tools/settingsrun.h"
+
 #include <cstdint>
 
 #include "support/tempdir.h"
-#include "tools/settingsrun.h"
 
 namespace xsetest {
 

@@ -1,5 +1,6 @@
-#include "platform/windows/win32.h"
 #include "tools/settingsrun.h"
+
+#include "platform/windows/win32.h"
 
 namespace xsetest {
 
@@ -13,8 +14,8 @@ ToolResult RunSettings(const std::vector<std::string>& args) {
 // Wine without a display cannot make any. The child would fail as this
 // process does.
 std::string SettingsPageUnavailable() {
-  HWND probe = ::CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr,
-                                 nullptr, nullptr);
+  HWND probe = ::CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr,
+                                 nullptr);
   if (probe == nullptr) {
     return "no display: windows cannot be made here (under Wine, run the tests with xvfb-run)";
   }

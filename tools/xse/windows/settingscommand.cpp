@@ -75,8 +75,8 @@ int RunSettingsPage(std::span<const std::string_view> args) {
   if (const int* exit = std::get_if<int>(&parsed)) return *exit;
   const SettingsOptions& options = std::get<SettingsOptions>(parsed);
 
-  const std::string modulePath = platform::FindModuleBesideProgram(
-      XSE_READER_MODULE_FILE, "", XSE_BUILT_READER_MODULE);
+  const std::string modulePath =
+      platform::FindModuleBesideProgram(XSE_READER_MODULE_FILE, "", XSE_BUILT_READER_MODULE);
   const ResourceModule module(modulePath);
   if (module.handle() == nullptr) {
     std::fprintf(stderr, "xse settings: cannot load the settings page: %s: %s\n",

@@ -98,7 +98,7 @@ std::string ClassName(std::string given) {
 ResourceDialog ReadDialog(const uint8_t* data, size_t size) {
   ResourceReader in(data, size);
   ResourceDialog dialog;
-  EXPECT_EQ(in.Take<uint16_t>(), 1);  // version
+  EXPECT_EQ(in.Take<uint16_t>(), 1);       // version
   EXPECT_EQ(in.Take<uint16_t>(), 0xFFFF);  // the extended template's signature
   in.Take<uint32_t>();                     // help id
   in.Take<uint32_t>();                     // extended style
@@ -156,9 +156,9 @@ WindowsControl Expected(const platform::DialogControl& control) {
     case ControlKind::kGroupBox:
       return {"BUTTON", style | BS_GROUPBOX};
     case ControlKind::kRadioButton:
-      return {"BUTTON", style | ((control.style & platform::kStyleAutoRadio) != 0
-                                   ? BS_AUTORADIOBUTTON
-                                   : BS_RADIOBUTTON)};
+      return {"BUTTON",
+              style | ((control.style & platform::kStyleAutoRadio) != 0 ? BS_AUTORADIOBUTTON
+                                                                        : BS_RADIOBUTTON)};
     case ControlKind::kLabel:
       return {"STATIC", style | SS_LEFT | WS_GROUP};
     case ControlKind::kEditBox:

@@ -29,8 +29,8 @@ using platform::win32::Win32PropertySheet;
 
 // Whether this process can make windows: Wine without a display cannot.
 bool CanMakeWindows() {
-  HWND probe = ::CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr,
-                                 nullptr, nullptr);
+  HWND probe = ::CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr,
+                                 nullptr);
   if (probe == nullptr) return false;
   ::DestroyWindow(probe);
   return true;
@@ -220,8 +220,8 @@ TEST_F(Win32SettingsSheetTest, TextThatDoesNotParseKeepsThePageOpenWithTheMessag
 // Whether the pixels of `area` are not all one colour: something is drawn.
 bool Drawn(const platform::win32::WindowImage& image, const RECT& area) {
   const auto at = [&](LONG x, LONG y) {
-    const size_t i = (static_cast<size_t>(y) * static_cast<size_t>(image.width) +
-                      static_cast<size_t>(x)) * 3;
+    const size_t i =
+        (static_cast<size_t>(y) * static_cast<size_t>(image.width) + static_cast<size_t>(x)) * 3;
     return image.rgb[i] << 16 | image.rgb[i + 1] << 8 | image.rgb[i + 2];
   };
   const int first = at(area.left, area.top);
