@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -67,6 +69,83 @@ TEST(WindowTest, DestroyedOrRefusedWindowsTakeNoMessages) {
   EXPECT_FALSE(PostWindowMessage(handle, kFirst + 1, 0, 0));
   DispatchThreadMessages();  // the message queued before the window went is dropped
   EXPECT_TRUE(window.handled.empty());
+}
+
+// A window whose handler of kFirst takes a while, or destroys the window
+// itself, and that counts its OnDestroy calls.
+class SlowWindow : public CWnd {
+ public:
+  explicit SlowWindow(bool destroysItself = false) : destroysItself_(destroysItself) {}
+  ~SlowWindow() override { DestroyWindow(); }
+  intptr_t WindowProc(uint32_t message, uintptr_t, intptr_t) override {
+    handled.push_back(message);
+    if (message != kFirst) return 0;
+    entered = true;
+    if (destroysItself_) {
+      EXPECT_TRUE(DestroyWindow());
+      EXPECT_NE(GetSafeHwnd(), 0u);  // still there until this handler returns
+    } else {
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    left = true;
+    return 0;
+  }
+  std::vector<uint32_t> handled;
+  std::atomic<bool> entered{false};
+  std::atomic<bool> left{false};
+  std::atomic<int> destroyed{0};
+
+ protected:
+  void OnDestroy() override { ++destroyed; }
+
+ private:
+  bool destroysItself_;
+};
+
+TEST(WindowTest, DestroyedFromAnotherThreadAfterTheRunningHandlerAndNoneAfterwards) {
+  SlowWindow window;
+  ASSERT_TRUE(window.CreateOnThisThread());
+  const WindowHandle handle = window.GetSafeHwnd();
+  ASSERT_TRUE(PostWindowMessage(handle, kFirst, 0, 0));
+  ASSERT_TRUE(PostWindowMessage(handle, kFirst + 1, 0, 0));
+  bool leftBeforeDestroyed = false;
+  std::thread destroyer([&] {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (!window.entered && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    EXPECT_FALSE(window.IsOwnedByCallingThread());
+    EXPECT_TRUE(window.DestroyWindow());
+    leftBeforeDestroyed = window.left;
+  });
+  DispatchThreadMessages();  // the first handler runs while the other thread destroys
+  destroyer.join();
+  DispatchThreadMessages();
+  EXPECT_TRUE(leftBeforeDestroyed);
+  EXPECT_EQ(window.handled, std::vector<uint32_t>{kFirst});
+  EXPECT_EQ(window.destroyed, 1);
+  EXPECT_EQ(window.GetSafeHwnd(), 0u);
+  EXPECT_FALSE(PostWindowMessage(handle, kFirst, 0, 0));
+
+  // The same object makes a new window afterwards, on another thread too.
+  std::thread([&] {
+    EXPECT_TRUE(window.CreateOnThisThread());
+    EXPECT_TRUE(PostWindowMessage(window.GetSafeHwnd(), kFirst + 2, 0, 0));
+    DispatchThreadMessages();
+    EXPECT_TRUE(window.DestroyWindow());
+  }).join();
+  EXPECT_EQ(window.handled, (std::vector<uint32_t>{kFirst, kFirst + 2}));
+}
+
+TEST(WindowTest, DestroyedFromItsOwnHandlerWhenThatReturns) {
+  SlowWindow window(true);
+  ASSERT_TRUE(window.CreateOnThisThread());
+  const WindowHandle handle = window.GetSafeHwnd();
+  ASSERT_TRUE(PostWindowMessage(handle, kFirst, 0, 0));
+  ASSERT_TRUE(PostWindowMessage(handle, kFirst + 1, 0, 0));
+  DispatchThreadMessages();
+  EXPECT_EQ(window.handled, std::vector<uint32_t>{kFirst});
+  EXPECT_EQ(window.destroyed, 1);
+  EXPECT_EQ(window.GetSafeHwnd(), 0u);
+  EXPECT_FALSE(window.DestroyWindow());
 }
 
 }  // namespace
