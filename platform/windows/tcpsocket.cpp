@@ -195,7 +195,7 @@ bool WaitUntilReadable(SocketHandle socket, uint32_t milliseconds) {
   FD_ZERO(&readable);
   FD_SET(Native(socket), &readable);
   timeval timeout{static_cast<long>(milliseconds / 1000),
-                        static_cast<long>(milliseconds % 1000 * 1000)};
+                  static_cast<long>(milliseconds % 1000 * 1000)};
   return ::select(0, &readable, nullptr, nullptr, &timeout) == 1;
 }
 

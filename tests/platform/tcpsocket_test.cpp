@@ -69,8 +69,7 @@ TEST(TcpSocketTest, FailedCallsGiveTheirSocketError) {
                 ReceiveSome(pair.client.handle, &byte, 1) != -1;
        },
        kSocketWouldBlock},
-      {"negative length",
-       [&] { return ReceiveSome(Connection().client.handle, &byte, -1) != -1; },
+      {"negative length", [&] { return ReceiveSome(Connection().client.handle, &byte, -1) != -1; },
        kSocketInvalidArgument},
   };
   for (const Case& c : cases) {

@@ -260,8 +260,7 @@ bool PostWindowMessage(WindowHandle window, uint32_t message, uintptr_t wParam, 
 bool PeekThreadMessage(WindowMessage& message) {
   MSG taken;
   if (::PeekMessageW(&taken, nullptr, 0, 0, PM_REMOVE) == FALSE) return false;
-  message = {reinterpret_cast<WindowHandle>(taken.hwnd), taken.message, taken.wParam,
-             taken.lParam};
+  message = {reinterpret_cast<WindowHandle>(taken.hwnd), taken.message, taken.wParam, taken.lParam};
   return true;
 }
 

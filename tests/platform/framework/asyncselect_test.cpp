@@ -28,8 +28,8 @@ class SocketWindow : public CWnd {
     events.push_back({parameter & 0xFFFFu, parameter >> 16});
     if ((parameter & 0xFFFFu) == kSocketReadEvent && readSize_ > 0) {
       std::string piece(static_cast<size_t>(readSize_), '\0');
-      const int32_t count = ReceiveFromSocket(static_cast<SocketHandle>(wParam), piece.data(),
-                                              readSize_);
+      const int32_t count =
+          ReceiveFromSocket(static_cast<SocketHandle>(wParam), piece.data(), readSize_);
       if (count > 0) received.append(piece, 0, static_cast<size_t>(count));
     }
     return 1;
@@ -85,10 +85,10 @@ class AsyncSelectTest : public ::testing::Test {
   }
   // Dispatches for `milliseconds`, to see that nothing (more) comes.
   static void DispatchFor(int milliseconds) {
-    DispatchUntil([end = std::chrono::steady_clock::now() +
-                         std::chrono::milliseconds(milliseconds)] {
-      return std::chrono::steady_clock::now() >= end;
-    });
+    DispatchUntil(
+        [end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds)] {
+          return std::chrono::steady_clock::now() >= end;
+        });
   }
 
   SocketHandle listener_ = kInvalidSocket;
@@ -115,8 +115,9 @@ TEST_F(AsyncSelectTest, AnOrderlyCloseComesOnceAfterAllTheDataWasRead) {
     } else {
       ShutdownSending(server_);
     }
-    ASSERT_TRUE(DispatchUntil([&] { return window.events.size() > 1 &&
-                                           window.events.back().event == kSocketCloseEvent; }));
+    ASSERT_TRUE(DispatchUntil([&] {
+      return window.events.size() > 1 && window.events.back().event == kSocketCloseEvent;
+    }));
     DispatchFor(50);
     EXPECT_EQ(window.received, text);
     EXPECT_EQ(window.events.back(), (Event{kSocketCloseEvent, 0}));
