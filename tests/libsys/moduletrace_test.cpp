@@ -68,7 +68,7 @@ TEST(ModuleTraceTest, ExplicitLevelSkipsTheSettingsAndStoreLevelWritesThemBack) 
     EXPECT_EQ(traceLogFile.name(), "pilotdesk.log");
     EXPECT_EQ(TraceSetting(), 2);
     traceLogFile.Shutdown("/m/keelon/x.so", true);
-    EXPECT_EQ(xsetest::ReadWholeFile(home.path() / "Setup" / "Keelon.ini"),
+    EXPECT_EQ(xsetest::ReadTextFile(home.path() / "Setup" / "Keelon.ini"),
               "[pilotdesk]\ntrace=2\n");
     // Once stopped, the module lines are not written.
     EXPECT_EQ(TraceWriteAttached("/m/keelon/x.so", "B"), 0);

@@ -68,7 +68,7 @@ TEST_F(KeelonIniTest, WritesGoToTheObjectsSectionAndReadsToTheSharedBuffer) {
   EXPECT_TRUE(ini.WriteString("TRACEFILE", "t.log"));
   EXPECT_TRUE(ini.WriteInt("TRACE", 3));
   std::ofstream(settings_, std::ios::app) << "[b]\nk=bee\n";
-  EXPECT_EQ(xsetest::ReadWholeFile(settings_),
+  EXPECT_EQ(xsetest::ReadTextFile(settings_),
             "[pilotdesk]\nTRACEFILE=t.log\nTRACE=3\n[b]\nk=bee\n");
   // The section argument counts, not the object's own; every object shares
   // the buffer.

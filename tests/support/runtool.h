@@ -25,6 +25,23 @@ inline std::string ReadWholeFile(const std::filesystem::path& path) {
 inline std::string ReadWholeFile(const std::string& path) { return ReadWholeFile(Utf8Path(path)); }
 inline std::string ReadWholeFile(const char* path) { return ReadWholeFile(Utf8Path(path)); }
 
+// A text file the system wrote (settings, logs), with its line ends read as
+// '\n': Windows ends lines in text files with "\r\n".
+inline std::string ReadTextFile(const std::filesystem::path& path) {
+  std::ifstream in(path);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// The lines of `text`, without their '\n' ends.
+inline std::vector<std::string> SplitLines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
 // Runs the xse tool with `args`; stdin is empty.
 inline ToolResult RunXse(const std::vector<std::string>& args) {
   return RunChild(XSE_XSE_TOOL, args);

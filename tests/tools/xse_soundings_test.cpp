@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+#include "support/regexmatch.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
 
@@ -22,7 +23,7 @@ TEST(XseSoundings, PointsLieAlongTheTrackInBothFormats) {
   const auto xyz = RunXse({"soundings", "--format", "xyz", path});
   ASSERT_EQ(csv.status, 0) << csv.err;
   ASSERT_EQ(xyz.status, 0) << xyz.err;
-  EXPECT_THAT(csv.err, ::testing::MatchesRegex(path + ": [0-9]+ soundings from 20 pings; left out: "
+  EXPECT_THAT(csv.err, xsetest::MatchesRegex(path + ": [0-9]+ soundings from 20 pings; left out: "
                                                       "0 pings before and 0 after the navigation, "
                                                       "[0-9]+ beams, 0 projected fixes\n"));
   EXPECT_TRUE(csv.out.starts_with("time,pingNumber,beam,latitude,longitude,depth,quality\n"));

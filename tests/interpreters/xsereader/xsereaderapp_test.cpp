@@ -12,6 +12,7 @@
 #include "interpreters/xsereader/xsereadertestsupport.h"
 #include "libsys/libsystestsupport.h"
 #include "platform/modulepath.h"
+#include "support/regexmatch.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
 
@@ -19,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::Contains;
-using ::testing::MatchesRegex;
+using xsetest::MatchesRegex;
 
 struct StartUpCase {
   const char* folder;    // where the module lies, under the test folder

@@ -1,5 +1,6 @@
 // xse plot on small generated surveys: PNGs of the asked size that show
 // something. Its usage and file errors are asserted with the other commands'.
+// The pictures are read back with libpng, which the Linux build has.
 #include <gtest/gtest.h>
 #include <png.h>
 
