@@ -1,9 +1,9 @@
 #include "platform/messagebox.h"
 
-#include "platform/systemmessagebox.h"
-
 #include <mutex>
 #include <utility>
+
+#include "platform/systemmessagebox.h"
 
 namespace platform {
 namespace {

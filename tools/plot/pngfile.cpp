@@ -16,7 +16,8 @@ namespace {
 constexpr std::array<uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
 void AppendBigEndian32(std::vector<uint8_t>& bytes, uint32_t value) {
-  for (int shift = 24; shift >= 0; shift -= 8) bytes.push_back(static_cast<uint8_t>(value >> shift));
+  for (int shift = 24; shift >= 0; shift -= 8)
+    bytes.push_back(static_cast<uint8_t>(value >> shift));
 }
 
 // A chunk: length, type, data, and the CRC of type and data.
@@ -43,7 +44,8 @@ uint8_t Paeth(int left, int up, int upLeft) {
 // bytes, read as signed, sum smallest: the usual guess at what deflate
 // packs best.
 void AppendFilteredRow(std::vector<uint8_t>& out, const uint8_t* row, const uint8_t* above,
-                       size_t stride, size_t pixelBytes, std::array<std::vector<uint8_t>, 5>& trial) {
+                       size_t stride, size_t pixelBytes,
+                       std::array<std::vector<uint8_t>, 5>& trial) {
   size_t best = 0;
   uint64_t bestCost = std::numeric_limits<uint64_t>::max();
   for (size_t filter = 0; filter < trial.size(); ++filter) {
@@ -56,11 +58,20 @@ void AppendFilteredRow(std::vector<uint8_t>& out, const uint8_t* row, const uint
       const int upLeft = above != nullptr && i >= pixelBytes ? above[i - pixelBytes] : 0;
       int predicted = 0;
       switch (filter) {
-        case 1: predicted = left; break;
-        case 2: predicted = up; break;
-        case 3: predicted = (left + up) / 2; break;
-        case 4: predicted = Paeth(left, up, upLeft); break;
-        default: break;
+        case 1:
+          predicted = left;
+          break;
+        case 2:
+          predicted = up;
+          break;
+        case 3:
+          predicted = (left + up) / 2;
+          break;
+        case 4:
+          predicted = Paeth(left, up, upLeft);
+          break;
+        default:
+          break;
       }
       bytes[i] = static_cast<uint8_t>(row[i] - predicted);
       cost += static_cast<uint64_t>(std::abs(static_cast<int8_t>(bytes[i])));
@@ -97,8 +108,8 @@ std::vector<uint8_t> EncodePng(const Raster& raster, std::string& error) {
   filtered.reserve((stride + 1) * height);
   std::array<std::vector<uint8_t>, 5> trial;
   for (size_t row = 0; row < height; ++row)
-    AppendFilteredRow(filtered, pixels + row * stride, row > 0 ? pixels + (row - 1) * stride : nullptr,
-                      stride, pixelBytes, trial);
+    AppendFilteredRow(filtered, pixels + row * stride,
+                      row > 0 ? pixels + (row - 1) * stride : nullptr, stride, pixelBytes, trial);
 
   uLongf packedSize = compressBound(static_cast<uLong>(filtered.size()));
   std::vector<uint8_t> packed(packedSize);
