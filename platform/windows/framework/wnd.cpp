@@ -62,8 +62,8 @@ intptr_t Route(WindowHandle handle, uint32_t message, uintptr_t wParam, intptr_t
 LRESULT CALLBACK FrameworkWindowProcedure(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
   const auto handle = reinterpret_cast<WindowHandle>(hwnd);
   if (message == DestroyRequest()) {
-    // Only a detached window: the handle may since belong to a new window.
-    // While this window exists, no other can take its handle.
+    // Detached windows only: one still in the table is never destroyed
+    // behind its CWnd's back.
     bool detached = false;
     {
       WindowTable& table = Windows();
