@@ -12,6 +12,7 @@
 #include "platform/tcpsocket.h"
 #include "support/runtool.h"
 #include "support/tempdir.h"
+#include "support/wine.h"
 #include "tools/xseserver/xseserver.h"
 
 namespace {
@@ -99,6 +100,8 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
+    // Wine's recv reads a reset after data as an orderly end.
+    if (std::string(c.name) == "reset mid-stream" && RunningUnderWine()) continue;
     xseserver::Options options;
     options.waitMs = 600;
     c.set(options);

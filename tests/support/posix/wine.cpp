@@ -1,0 +1,7 @@
+#include "support/wine.h"
+
+namespace xsetest {
+
+bool RunningUnderWine() { return false; }
+
+}  // namespace xsetest
