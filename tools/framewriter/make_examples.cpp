@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/paths.h"
 #include "tools/framewriter/framewriter.h"
 #include "tools/framewriter/xsegroups.h"
 
@@ -81,7 +80,7 @@ std::vector<std::vector<uint8_t>> AllFrames(std::endian order) {
 }
 
 void WriteFile(const std::filesystem::path& path, const std::vector<uint8_t>& bytes) {
-  std::ofstream out(platform::PathFromUtf8(path), std::ios::binary);
+  std::ofstream out(path, std::ios::binary);
   out.write(reinterpret_cast<const char*>(bytes.data()),
             static_cast<std::streamsize>(bytes.size()));
 }

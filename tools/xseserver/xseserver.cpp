@@ -171,8 +171,9 @@ void XseServer::SendSurvey(SocketHandle socket, const ChunkSource& survey, Sessi
   for (std::span<const uint8_t> piece = survey(); !piece.empty(); piece = survey()) {
     while (!piece.empty()) {
       if (session.bytesSent >= options_.resetAfterBytes) return;
-      const size_t length = std::min<size_t>(
-          {piece.size(), size_t{1} << 30, options_.resetAfterBytes - session.bytesSent});
+      const auto leftBeforeReset = static_cast<size_t>(
+          std::min<uint64_t>(options_.resetAfterBytes - session.bytesSent, uint64_t{1} << 30));
+      const size_t length = std::min({piece.size(), size_t{1} << 30, leftBeforeReset});
       const int32_t sent =
           platform::SendToSocket(socket, piece.data(), static_cast<int32_t>(length));
       if (sent <= 0) {

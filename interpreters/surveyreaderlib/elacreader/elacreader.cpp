@@ -19,9 +19,10 @@ namespace {
 
 using elac::FrameByteOrder;
 
-bool ReadExactly(std::istream& stream, uint8_t* into, std::streamsize count) {
-  stream.read(reinterpret_cast<char*>(into), count);
-  return stream.gcount() == count;
+// Counts are frame sizes, far below the limits of a 32-bit streamsize.
+bool ReadExactly(std::istream& stream, uint8_t* into, size_t count) {
+  stream.read(reinterpret_cast<char*>(into), static_cast<std::streamsize>(count));
+  return stream.gcount() == static_cast<std::streamsize>(count);
 }
 
 }  // namespace
