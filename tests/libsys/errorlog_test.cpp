@@ -149,7 +149,8 @@ TEST_F(ErrorLogWriteTest, FatalEntryShowsTwoBoxesAndEndsTheProcess) {
   // the dying process has a folder of its own: it is told this one.
   const auto shared = platform::GetEnvironmentVariable("XSE_TEST_FATAL_HOME");
   libsystest::ScopedEnvironment sharing("XSE_TEST_FATAL_HOME", home_.Folder().c_str());
-  libsystest::ScopedEnvironment quorhome("QUORHOME", shared ? shared->c_str() : home_.Folder().c_str());
+  libsystest::ScopedEnvironment quorhome("QUORHOME",
+                                         shared ? shared->c_str() : home_.Folder().c_str());
   const auto fatal = [] {
     // Boxes on standard error, whatever the system would show.
     platform::SetMessageBoxHandler([](const std::string& caption, const std::string& text) {
@@ -158,9 +159,9 @@ TEST_F(ErrorLogWriteTest, FatalEntryShowsTwoBoxesAndEndsTheProcess) {
     ERRORLOG(kErrorLogFatal, "disk on fire");
   };
   EXPECT_EXIT(fatal(), ::testing::ExitedWithCode(255),
-              ContainsInOrder(std::vector<std::string>{"Error: ##QUOR - FATAL ERROR: ",
-                                                       "Error message: disk on fire",
-                                                       "Error: Program terminated..."}));
+              ContainsInOrder(std::vector<std::string>{
+                  "Error: ##QUOR - FATAL ERROR: ", "Error message: disk on fire",
+                  "Error: Program terminated..."}));
   EXPECT_THAT(LogFile(), HasSubstr("Error message: disk on fire\n"));
 }
 

@@ -194,10 +194,9 @@ TEST(TraceLogChild, DISABLED_WritesTaggedLinesAsAnotherProcess) {
 
 TEST_F(TraceLogTest, LinesOfManyThreadsAndTwoProcessesNeverMix) {
   StartWithLogFolder(1);
-  xsetest::ChildProcess child(
-      platform::ExecutablePath(),
-      {"--gtest_filter=TraceLogChild.*", "--gtest_also_run_disabled_tests"},
-      {xsetest::Utf8Text(here_), {{kChildVariable, fileName_}}});
+  xsetest::ChildProcess child(platform::ExecutablePath(),
+                              {"--gtest_filter=TraceLogChild.*", "--gtest_also_run_disabled_tests"},
+                              {xsetest::Utf8Text(here_), {{kChildVariable, fileName_}}});
   ASSERT_TRUE(child.Started());
   // Both write at the same time: this one starts once the child is ready.
   const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);

@@ -79,8 +79,8 @@ class ChildProcess {
   bool started_ = false;
   std::optional<ToolResult> result_;
   std::string pipedOut_;
-  intptr_t process_ = -1;   // the process id, or its handle on Windows
-  intptr_t pipe_ = -1;      // the read end of the output pipe
+  intptr_t process_ = -1;  // the process id, or its handle on Windows
+  intptr_t pipe_ = -1;     // the read end of the output pipe
   uint32_t id_ = 0;
 };
 

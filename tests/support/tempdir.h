@@ -31,9 +31,9 @@ class TempDir {
   // Throws std::runtime_error when no folder can be made.
   TempDir() {
     const std::filesystem::path base = std::filesystem::temp_directory_path();
-    std::mt19937_64 random(std::random_device{}() ^
-                           static_cast<uint64_t>(
-                               std::chrono::steady_clock::now().time_since_epoch().count()));
+    std::mt19937_64 random(
+        std::random_device{}() ^
+        static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()));
     for (int attempt = 0; attempt < 100; ++attempt) {
       std::string name = "xsetest-";
       for (int i = 0; i < 8; ++i) name += "abcdefghijklmnopqrstuvwxyz0123456789"[random() % 36];

@@ -131,10 +131,9 @@ TEST(XseDump, KindAndLimitSelectRecordsInJsonLinesAndCsv) {
   const auto result = RunXse({"dump", "--kind", "gyro", "--limit", "3", missing, path});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "xse: cannot open " + missing + ": No such file or directory\n");
-  EXPECT_THAT(SplitLines(result.out),
-              ::testing::ElementsAre(StartsWith("{\"kind\":\"gyro\","),
-                                     StartsWith("{\"kind\":\"gyro\","),
-                                     StartsWith("{\"kind\":\"gyro\",")));
+  EXPECT_THAT(SplitLines(result.out), ::testing::ElementsAre(StartsWith("{\"kind\":\"gyro\","),
+                                                             StartsWith("{\"kind\":\"gyro\","),
+                                                             StartsWith("{\"kind\":\"gyro\",")));
   EXPECT_TRUE(result.out.ends_with("}\n"));
   // Several kinds, in the order they come: a parameter frame first.
   const auto kinds = RunXse({"dump", "--kind", "motion,parameter", "--limit", "20", path});

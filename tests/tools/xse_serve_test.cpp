@@ -42,8 +42,7 @@ TEST(XseServeTest, LiveRecordsEqualTheFileLineForLineAndTheWholeFileIsSent) {
   // while the server starts up) and ends when the server ends the data.
   ChildProcess serve(XSE_XSE_TOOL, {"serve", "--port", port, "--wait", "10", survey});
   ASSERT_TRUE(serve.Started());
-  const ToolResult live =
-      RunXse({"dump", "--connect", "127.0.0.1:" + port, "--idle-exit", "10"});
+  const ToolResult live = RunXse({"dump", "--connect", "127.0.0.1:" + port, "--idle-exit", "10"});
   EXPECT_EQ(live.status, 0) << live.err;
   EXPECT_EQ(live.out, fromFile.out);
 
@@ -89,8 +88,7 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
          o.resetAfterBytes = survey.size() / 2;
          o.waitMs = 5000;
        },
-       true,
-       "xse: the XSE server at ADDR broke off the data connection"},
+       true, "xse: the XSE server at ADDR broke off the data connection"},
       {"silent after set-up",
        [](auto& o) {
          o.closeAfterSurvey = false;

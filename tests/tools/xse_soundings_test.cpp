@@ -24,8 +24,8 @@ TEST(XseSoundings, PointsLieAlongTheTrackInBothFormats) {
   ASSERT_EQ(csv.status, 0) << csv.err;
   ASSERT_EQ(xyz.status, 0) << xyz.err;
   EXPECT_THAT(csv.err, xsetest::MatchesRegex(path + ": [0-9]+ soundings from 20 pings; left out: "
-                                                      "0 pings before and 0 after the navigation, "
-                                                      "[0-9]+ beams, 0 projected fixes\n"));
+                                                    "0 pings before and 0 after the navigation, "
+                                                    "[0-9]+ beams, 0 projected fixes\n"));
   EXPECT_TRUE(csv.out.starts_with("time,pingNumber,beam,latitude,longitude,depth,quality\n"));
   const size_t soundings = std::stoul(csv.err.substr(path.size() + 2));
   EXPECT_GT(soundings, 20u * 16 * 9 / 10);

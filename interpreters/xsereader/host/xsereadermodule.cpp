@@ -13,7 +13,7 @@ std::string XseReaderModule::DefaultPath() {
   const std::string installed;
 #endif
   return platform::FindModuleBesideProgram(platform::ModuleFileName("xsereader"), installed,
-                                          XSE_BUILT_READER_MODULE);
+                                           XSE_BUILT_READER_MODULE);
 }
 
 bool XseReaderModule::Load(const std::string& path) {

@@ -39,13 +39,14 @@ class ModuleStartUpTest : public ::testing::TestWithParam<StartUpCase> {
     for (const char* folder : {"home/Setup", "home/log", "work", GetParam().folder}) {
       fs::create_directories(root / folder);
     }
-    module = dir_.File(std::string(GetParam().folder) + "/" + platform::ModuleFileName("xsereader"));
+    module =
+        dir_.File(std::string(GetParam().folder) + "/" + platform::ModuleFileName("xsereader"));
     fs::copy_file(xsetest::Utf8Path(XSE_TEST_READER_MODULE), xsetest::Utf8Path(module));
     std::ofstream(root / "home/Setup/Keelon.ini") << GetParam().settings;
     const std::string data = dir_.Write("data.xse", xsetest::PositionFrames(3));
-    const xsetest::ToolResult result = xsetest::RunToolWith(
-        XSE_XSE_TOOL, {"run", data}, dir_.File("work"),
-        {{"XSE_READER_MODULE", module}, {"QUORHOME", dir_.File("home")}});
+    const xsetest::ToolResult result =
+        xsetest::RunToolWith(XSE_XSE_TOOL, {"run", data}, dir_.File("work"),
+                             {{"XSE_READER_MODULE", module}, {"QUORHOME", dir_.File("home")}});
     EXPECT_EQ(result.status, 0) << result.err;
     std::vector<std::string> names;
     for (const char* folder : {"home/log", "work"}) {

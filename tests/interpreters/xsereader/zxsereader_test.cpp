@@ -151,8 +151,7 @@ TEST(ZXSEReaderTest, MultipleRunSkipsFilesThatDoNotOpen) {
   xsetest::TempDir dir;
   const std::string good = dir.Write("a.xse", xsetest::PositionFrames(1));
   ScriptedRun run({}, 0);  // each file that opens takes the source's place
-  run.reader.fileList = {dir.File("missing.xse"), dir.Folder(), dir.Write("empty.xse", {}),
-                         good};
+  run.reader.fileList = {dir.File("missing.xse"), dir.Folder(), dir.Write("empty.xse", {}), good};
   EXPECT_EQ(run.reader.MultipleRunReader(), 0);
   // One run, of the last file: its progress from 0, its outcome.
   const std::string events = run.recorder.events();

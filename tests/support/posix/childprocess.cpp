@@ -59,8 +59,8 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   std::vector<char*> argvPointers = Pointers(argv), envpPointers = Pointers(envp);
 
   const int input = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-  const int error = ::open((capture_.path() / "err").c_str(),
-                           O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  const int error =
+      ::open((capture_.path() / "err").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   int output = -1;
   if (options.outputToPipe) {
     int ends[2];
@@ -69,8 +69,8 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
       output = ends[1];
     }
   } else {
-    output = ::open((capture_.path() / "out").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,
-                    0600);
+    output =
+        ::open((capture_.path() / "out").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   }
   if (input >= 0 && output >= 0 && error >= 0) {
     const char* workDir = options.workDir.empty() ? nullptr : options.workDir.c_str();

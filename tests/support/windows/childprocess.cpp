@@ -61,7 +61,8 @@ std::wstring ChildEnvironment(const EnvironmentList& changes) {
     // starts after the first '='.
     const std::wstring_view name = text.substr(0, text.find(L'=', 1));
     bool changed = false;
-    for (const auto& change : changes) changed = changed || SameName(platform::WidenUtf8(change.first), name);
+    for (const auto& change : changes)
+      changed = changed || SameName(platform::WidenUtf8(change.first), name);
     if (!changed) block.append(text).push_back(L'\0');
   }
   if (strings != nullptr) ::FreeEnvironmentStringsW(strings);
