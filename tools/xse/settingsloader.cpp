@@ -18,9 +18,8 @@ int RunSettingsCommand(std::span<const std::string_view> args) {
 #else
   const std::string installed;
 #endif
-  const std::string path =
-      platform::FindModuleBesideProgram(platform::ModuleFileName("xse_settings"), installed,
-                                        XSE_BUILT_SETTINGS_MODULE);
+  const std::string path = platform::FindModuleBesideProgram(
+      platform::ModuleFileName("xse_settings"), installed, XSE_BUILT_SETTINGS_MODULE);
   platform::DynamicLibrary module;
   const auto run = module.Open(path)
                        ? module.Function<XseSettingsCommandFunction>(kXseSettingsCommandName)
