@@ -26,7 +26,7 @@ constexpr const char* kGenHelp =
     "installations, device list with mounting and status), then navigation\n"
     "frames, two-head bathymetry pings and sidescan pings in time order. A\n"
     "vessel runs survey lines over a smooth seafloor; depths carry noise.\n"
-    "The same options give the same bytes.\n"
+    "The same options give the same bytes on the same system.\n"
     "\n"
     "  --duration SECONDS  survey time to cover (default 60 unless --size is given)\n"
     "  --size BYTES        stop once the file reaches BYTES; units K, M, G, T\n"

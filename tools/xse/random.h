@@ -1,6 +1,7 @@
 // A small, fast, seedable random source whose sequence is fixed by this code
-// alone (the standard distributions differ between libraries), so a seed
-// makes the same survey everywhere.
+// alone (the standard distributions differ between libraries). The survey a
+// seed makes is the same on every run of one system; across systems it is
+// not, since each C library rounds sin, cos and exp in its own way.
 #pragma once
 
 #include <cstdint>
