@@ -7,7 +7,9 @@
 
 namespace {
 
-// Counted in bytes on every system: 64 MiB touched show as at least that.
+// Counted in bytes on every system: 64 MiB touched show as at least that
+// (a count in kilobytes would not). No upper bound: a sanitizer's shadow
+// memory counts too.
 TEST(MemoryUsageTest, PeakGrowsByWhatIsTouched) {
   const std::optional<uint64_t> before = platform::PeakResidentBytes();
   ASSERT_TRUE(before.has_value());
@@ -18,7 +20,6 @@ TEST(MemoryUsageTest, PeakGrowsByWhatIsTouched) {
   ASSERT_TRUE(after.has_value());
   EXPECT_GE(*after, kBytes);
   EXPECT_GE(*after, *before);
-  EXPECT_LT(*after, *before + 4 * kBytes) << "bytes, not kilobytes";
   EXPECT_EQ(block[kBytes - 1], 1);
 }
 
