@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cstdio>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "interpreters/surveyreaderlib/soundings/soundings.h"
@@ -31,53 +33,84 @@ constexpr const char* kSoundingsHelp =
     "  --head MODE      bathymetry head selection: all (default), first, second\n"
     "  --help           show this help\n";
 
-constexpr size_t kFlushThreshold = 1 << 16;
+// Rows are formatted straight into one buffer and written in large blocks:
+// at millions of rows a second, printf and small writes would be the cost.
+constexpr size_t kFlushThreshold = size_t{1} << 20;
+constexpr size_t kLongestRow = 256;
 
 class SoundingWriter final : public soundings::ISoundingSink {
  public:
-  SoundingWriter(std::FILE* out, bool xyz) : out_(out), xyz_(xyz) {
-    if (!xyz_) text_ = "time,pingNumber,beam,latitude,longitude,depth,quality\n";
+  SoundingWriter(std::FILE* out, bool xyz)
+      : out_(out), xyz_(xyz), text_(kFlushThreshold + kLongestRow) {
+    if (!xyz_) Text("time,pingNumber,beam,latitude,longitude,depth,quality\n");
   }
 
   void HandleSounding(const soundings::Sounding& s) override {
     if (xyz_) {
-      Append("%.9f %.9f ", s.longitude, s.latitude);
-      AppendShortest(s.depth);
+      Fixed(s.longitude);
+      Char(' ');
+      Fixed(s.latitude);
+      Char(' ');
+      Number(s.depth);
     } else {
-      text_ += FormatUtc(s.time);
-      Append(",%d,%u,%.9f,%.9f,", s.pingNumber, s.beam, s.latitude, s.longitude);
-      AppendShortest(s.depth);
-      Append(",%d", s.quality);
+      if (s.time.tv_sec != lastTime_.tv_sec || s.time.tv_usec != lastTime_.tv_usec) {
+        lastTime_ = s.time;
+        lastTimeText_ = FormatUtc(s.time);
+      }
+      Text(lastTimeText_);
+      Char(',');
+      Number(s.pingNumber);
+      Char(',');
+      Number(s.beam);
+      Char(',');
+      Fixed(s.latitude);
+      Char(',');
+      Fixed(s.longitude);
+      Char(',');
+      Number(s.depth);
+      Char(',');
+      Number(s.quality);
     }
-    text_ += '\n';
-    if (text_.size() >= kFlushThreshold) Flush();
+    Char('\n');
+    if (used_ >= kFlushThreshold) Flush();
   }
 
   // False when any write so far failed.
   bool Flush() {
-    if (!text_.empty() && std::fwrite(text_.data(), 1, text_.size(), out_) != text_.size())
-      failed_ = true;
-    text_.clear();
+    if (used_ != 0 && std::fwrite(text_.data(), 1, used_, out_) != used_) failed_ = true;
+    used_ = 0;
     if (std::fflush(out_) != 0) failed_ = true;
     return !failed_;
   }
 
  private:
-  template <typename... Args>
-  void Append(const char* format, Args... args) {
-    char line[128];
-    const int length = std::snprintf(line, sizeof line, format, args...);
-    if (length > 0) text_.append(line, static_cast<size_t>(length));
+  void Char(char c) { text_[used_++] = c; }
+  void Text(std::string_view text) {
+    if (used_ + text.size() > text_.size()) text_.resize(used_ + text.size() + kLongestRow);
+    text.copy(text_.data() + used_, text.size());
+    used_ += text.size();
   }
-  void AppendShortest(float value) {
-    char digits[32];
-    const auto result = std::to_chars(digits, digits + sizeof digits, value);
-    text_.append(digits, result.ptr);
+  // Degrees to nine places, a tenth of a millimetre on the ground.
+  void Fixed(double degrees) {
+    used_ = Written(std::to_chars(Free(), End(), degrees, std::chars_format::fixed, 9));
+  }
+  // The shortest text that reads back as the same value.
+  template <typename Value>
+  void Number(Value value) {
+    used_ = Written(std::to_chars(Free(), End(), value));
+  }
+  char* Free() { return text_.data() + used_; }
+  char* End() { return text_.data() + text_.size(); }
+  size_t Written(std::to_chars_result result) {
+    return static_cast<size_t>(result.ptr - text_.data());
   }
 
   std::FILE* out_;
   bool xyz_;
-  std::string text_;
+  std::vector<char> text_;
+  size_t used_ = 0;
+  quor::timeval lastTime_{-1, -1};
+  std::string lastTimeText_;
   bool failed_ = false;
 };
 

@@ -49,4 +49,18 @@ GeoPoint OffsetOnEllipsoid(GeoPoint origin, double north, double east) {
   return result;
 }
 
+LocalFrame::LocalFrame(GeoPoint origin)
+    : latitude_(origin.latitude),
+      longitude_(origin.longitude),
+      sinLat_(std::sin(origin.latitude)),
+      cosLat_(std::cos(origin.latitude)),
+      tanLat_(sinLat_ / cosLat_),
+      oneMinusE2_(1.0 - kEccentricity2) {
+  const double radius = PrimeVerticalRadius(sinLat_);
+  baseX_ = radius * cosLat_;
+  baseZ_ = radius * oneMinusE2_ * sinLat_;
+  e2OverRadius_ = kEccentricity2 / radius;
+  halfInverseRadius_ = 0.5 / radius;
+}
+
 }  // namespace soundings

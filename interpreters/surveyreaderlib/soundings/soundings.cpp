@@ -159,6 +159,7 @@ void SoundingTarget::Emit(const WaitingPing& ping, GeoPoint position, double hea
   ++counts_.pingsGeoreferenced;
   const double heading = headingDegrees / kDegrees;
   const double cosHeading = std::cos(heading), sinHeading = std::sin(heading);
+  const LocalFrame frame(position);
   Sounding sounding;
   sounding.time = ping.time;
   sounding.pingNumber = ping.pingNumber;
@@ -172,7 +173,7 @@ void SoundingTarget::Emit(const WaitingPing& ping, GeoPoint position, double hea
     // Forward and starboard turned by the heading (clockwise from north).
     const double north = along * cosHeading - across * sinHeading;
     const double east = along * sinHeading + across * cosHeading;
-    const GeoPoint point = OffsetOnEllipsoid(position, north, east);
+    const GeoPoint point = frame.Offset(north, east);
     sounding.beam = beam;
     sounding.latitude = point.latitude * kDegrees;
     sounding.longitude = point.longitude * kDegrees;

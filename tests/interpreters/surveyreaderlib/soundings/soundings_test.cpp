@@ -43,6 +43,30 @@ TEST(OffsetOnEllipsoid, StaysWithinOneCentimetreOfTheGeodesicUpToOneKilometre) {
   }
 }
 
+// The per-ping frame against the iterative mapping it replaces: a tenth of
+// a millimetre up to 1 km, a millimetre up to 5 km, at any latitude short
+// of the poles and across 180 degrees.
+TEST(LocalFrame, MatchesTheIterativeOffsetUpToFiveKilometres) {
+  const double kLatitudes[] = {0, -33.9, 54.4, 80, 88};
+  const struct { double metres, tolerance; } kReaches[] = {{10, 1e-4}, {1000, 1e-4}, {5000, 1e-3}};
+  for (const double lat : kLatitudes) {
+    const soundings::GeoPoint origin{lat * kDegree, 179.99 * kDegree};
+    const soundings::LocalFrame frame(origin);
+    for (const auto& reach : kReaches) {
+      for (int azimuth = 0; azimuth < 360; azimuth += 15) {
+        const double north = reach.metres * std::cos(azimuth * kDegree);
+        const double east = reach.metres * std::sin(azimuth * kDegree);
+        const auto want = soundings::OffsetOnEllipsoid(origin, north, east);
+        const auto got = frame.Offset(north, east);
+        EXPECT_LT(MetresApart(want.latitude / kDegree, want.longitude / kDegree,
+                              got.latitude / kDegree, got.longitude / kDegree),
+                  reach.tolerance)
+            << lat << " N, " << reach.metres << " m at " << azimuth;
+      }
+    }
+  }
+}
+
 struct Collected final : soundings::ISoundingSink {
   void HandleSounding(const soundings::Sounding& sounding) override { all.push_back(sounding); }
   std::vector<soundings::Sounding> all;
