@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+#include "tools/plot/chart.h"
 #include "tools/plot/colormap.h"
 
 namespace {
@@ -33,6 +34,31 @@ struct Drawing {
   std::optional<Plot> plot;
   std::optional<Raster> picture;
 };
+
+// Axis numbers: round steps, inside the range, either order of the ends.
+TEST(ChartTest, TicksAreRoundAndInsideTheRange) {
+  struct Case {
+    double lo, hi;
+    int count;
+    std::vector<double> ticks;
+    int decimals;
+  } const cases[] = {
+      {0, 100, 5, {0, 20, 40, 60, 80, 100}, 0},
+      {-37.5, 41, 4, {-20, 0, 20, 40}, 0},
+      {41, -37.5, 4, {-20, 0, 20, 40}, 0},
+      {10.13, 10.61, 5, {10.2, 10.3, 10.4, 10.5, 10.6}, 1},
+      {54.4251, 54.4262, 2, {54.4255, 54.426}, 4},
+      {3, 3, 5, {3}, 0},
+  };
+  for (const Case& c : cases) {
+    const std::vector<double> ticks = Ticks(c.lo, c.hi, c.count);
+    ASSERT_EQ(ticks.size(), c.ticks.size()) << c.lo << ".." << c.hi;
+    for (size_t i = 0; i < ticks.size(); ++i) EXPECT_NEAR(ticks[i], c.ticks[i], 1e-9);
+    if (ticks.size() > 1) {
+      EXPECT_EQ(TickDecimals(ticks[1] - ticks[0]), c.decimals);
+    }
+  }
+}
 
 quor::NavigationRec Fix(double eastMetres, double northMetres) {
   quor::NavigationRec fix;

@@ -7,16 +7,19 @@
 namespace xseplot {
 namespace {
 
-// A diverging red-yellow-blue scale: shallow water warm, deep water cold,
-// the middle light, so neighbouring depths stay apart in print and on screen.
-constexpr std::array<Rgb, 7> kDepthStops = {{
-    {165, 0, 38},
-    {244, 109, 67},
-    {254, 224, 144},
-    {224, 243, 248},
-    {116, 173, 209},
-    {69, 117, 180},
-    {49, 54, 149},
+// Viridis, run from its light end (shallow) to its dark end (deep): its
+// lightness rises evenly, so equal depth steps look equal, it survives grey
+// print and the common colour blindnesses.
+constexpr std::array<Rgb, 9> kDepthStops = {{
+    {253, 231, 37},
+    {110, 206, 88},
+    {53, 183, 121},
+    {31, 158, 137},
+    {38, 130, 142},
+    {49, 104, 142},
+    {62, 73, 137},
+    {72, 40, 120},
+    {68, 1, 84},
 }};
 
 uint8_t Mix(uint8_t a, uint8_t b, double f) {

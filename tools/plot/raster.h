@@ -13,6 +13,11 @@ struct Rgb {
   friend bool operator==(const Rgb&, const Rgb&) = default;
 };
 
+// A rectangle of pixels: its top-left corner and size.
+struct Area {
+  int x = 0, y = 0, width = 0, height = 0;
+};
+
 class Raster {
  public:
   // A picture of `width` x `height` pixels (each at least 1) filled with

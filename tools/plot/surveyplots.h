@@ -15,10 +15,6 @@
 
 namespace xseplot {
 
-struct Area {
-  int x = 0, y = 0, width = 0, height = 0;
-};
-
 inline constexpr int kMinPlotSize = 100;  // pixels, either side
 inline constexpr int kMaxPlotSize = 8000;
 
