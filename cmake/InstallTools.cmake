@@ -8,6 +8,9 @@
 # the plug-in there first. There is no run path and no manual page (made by
 # running the built tool, which a cross build cannot).
 set(XSE_MODULE_TARGETS xsereader xse_settings xse_framework xse_hostreader xse_messagebox)
+if(TARGET xse_gridwriter)
+  list(APPEND XSE_MODULE_TARGETS xse_gridwriter)
+endif()
 if(WIN32)
   install(TARGETS xse RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(TARGETS ${XSE_MODULE_TARGETS} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
@@ -25,6 +28,8 @@ else()
   file(RELATIVE_PATH XSE_BIN_TO_SETTINGS /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${XSE_PRIVATE_LIBDIR}/xse_settings.so)
   target_compile_definitions(xse_toolkit PRIVATE
     XSE_INSTALLED_SETTINGS_MODULE="${XSE_BIN_TO_SETTINGS}")
+  file(RELATIVE_PATH XSE_BIN_TO_GRID /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${XSE_PRIVATE_LIBDIR}/xse_gridwriter.so)
+  target_compile_definitions(xse_toolkit PRIVATE XSE_INSTALLED_GRID_MODULE="${XSE_BIN_TO_GRID}")
 
   install(CODE "execute_process(COMMAND \"${CMAKE_COMMAND}\" -DXSE=$<TARGET_FILE:xse>
     -DVERSION=${PROJECT_VERSION}

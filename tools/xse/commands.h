@@ -22,6 +22,7 @@ int RunServeCommand(std::span<const std::string_view> args);
 int RunSettingsCommand(std::span<const std::string_view> args);
 int RunPlotCommand(std::span<const std::string_view> args);
 int RunSoundingsCommand(std::span<const std::string_view> args);
+int RunGridCommand(std::span<const std::string_view> args);
 
 // The exit status of `xse run` over files: 130 only for a run stopped on
 // request; a run the plug-in ended early otherwise (-1, such as out of

@@ -17,6 +17,7 @@ constexpr const char* kUsage =
     "  info FILE...       summarise each file: frames, records, pings, time, positions\n"
     "  dump FILE...       write the decoded records as JSON lines or a CSV table\n"
     "  soundings FILE...  every beam as a point on the earth (CSV or xyz)\n"
+    "  grid FILE...       bin the soundings into a depth grid (GeoTIFF or BAG)\n"
     "  plot FILE          draw a survey's track, swath or sidescan into a PNG\n"
     "  run FILE...        read the files through the reader plug-in, as the host does\n"
     "  check FILE...      ask the reader plug-in whether it can read each file\n"
@@ -53,6 +54,7 @@ int main(int argc, char** argv) {
   if (command == "settings") return xsetool::RunSettingsCommand(rest);
   if (command == "plot") return xsetool::RunPlotCommand(rest);
   if (command == "soundings") return xsetool::RunSoundingsCommand(rest);
+  if (command == "grid") return xsetool::RunGridCommand(rest);
   std::fprintf(stderr, "xse: unknown command '%.*s'\n%s", static_cast<int>(command.size()),
                command.data(), kUsage);
   return xsetool::kExitUsage;

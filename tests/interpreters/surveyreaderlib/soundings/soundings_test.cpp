@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/soundings/geodesy.h"
+#include "interpreters/surveyreaderlib/soundings/grid.h"
+#include "interpreters/surveyreaderlib/soundings/utm.h"
 
 namespace {
 
@@ -65,6 +67,78 @@ TEST(LocalFrame, MatchesTheIterativeOffsetUpToFiveKilometres) {
       }
     }
   }
+}
+
+// Reference projections from an independent library, including a point far
+// out of its zone's centre and one in the south across 180 degrees; the
+// per-ping polynomial agrees with the full series around each.
+TEST(Utm, ProjectsAsTheReferenceAndThePingPolynomialFollows) {
+  const struct {
+    double lat, lon;
+    int zone;
+    bool south;
+    double easting, northing;
+  } kCases[] = {
+      {54.4, 10.8, 32, false, 616848.9789, 6029519.9624},
+      {-33.9, 151.2, 56, true, 333568.9410, 6247473.3368},
+      {0.0, 3.0, 31, false, 500000.0000, 0.0000},
+      {71.0, 25.9, 35, false, 460031.8056, 7877759.5446},
+      {54.4, 14.9, 32, false, 882806.5340, 6044077.1334},
+      {-0.5, -179.9, 1, true, 177176.0374, 9944663.6224},
+  };
+  for (const auto& c : kCases) {
+    const soundings::UtmProjection projection({c.zone, c.south});
+    double easting = 0, northing = 0;
+    projection.Forward(c.lat, c.lon, easting, northing);
+    EXPECT_NEAR(easting, c.easting, 1e-3) << c.lat << " " << c.lon;
+    EXPECT_NEAR(northing, c.northing, 1e-3) << c.lat << " " << c.lon;
+    soundings::LocalUtm local;
+    local.Anchor(projection, c.lat, c.lon);
+    for (const double step : {0.009, -0.019}) {  // about 1 km and 2 km each way
+      double wantE = 0, wantN = 0, gotE = 0, gotN = 0;
+      ASSERT_TRUE(local.Covers(c.lat + step, c.lon - step));
+      projection.Forward(c.lat + step, c.lon - step, wantE, wantN);
+      local.Forward(c.lat + step, c.lon - step, gotE, gotN);
+      EXPECT_LT(std::hypot(gotE - wantE, gotN - wantN), std::fabs(step) < 0.01 ? 1e-4 : 2e-4)
+          << c.lat << " " << c.lon << " step " << step;
+    }
+  }
+  const auto zone = soundings::ParseZone("33S");
+  ASSERT_TRUE(zone.has_value());
+  EXPECT_EQ(soundings::EpsgCode(*zone), 32733);
+  EXPECT_EQ(soundings::ZoneName(soundings::ZoneOf(-0.5, -179.9)), "1S");
+  for (const char* bad : {"", "N", "0N", "61S", "32X", "3 2N"})
+    EXPECT_FALSE(soundings::ParseZone(bad).has_value()) << bad;
+}
+
+// Partial grids merged in any order give the same cells, exactly.
+TEST(PartialGrid, MergesToTheSameCellsInAnyOrder) {
+  soundings::PartialGrid a, b, ab, ba;
+  a.Add(-1, 2, 10.25f);
+  a.Add(-1, 2, 10.75f);
+  b.Add(-1, 2, 9.5f);
+  b.Add(3, -4, 20.0f);
+  ab.Merge(a);
+  ab.Merge(b);
+  ba.Merge(b);
+  ba.Merge(a);
+  ASSERT_EQ(ab.soundings(), 4u);
+  const auto& cell = ab.cells().at(soundings::PartialGrid::Key(-1, 2));
+  EXPECT_EQ(cell.depthSum, ba.cells().at(soundings::PartialGrid::Key(-1, 2)).depthSum);
+  EXPECT_EQ(cell.depthSum, 305000);
+  EXPECT_EQ(cell.minimum, 9.5f);
+  EXPECT_EQ(cell.maximum, 10.75f);
+  const soundings::DenseGrid dense = soundings::Densify(ab);
+  ASSERT_EQ(dense.columns, 5u);
+  ASSERT_EQ(dense.rows, 7u);
+  EXPECT_EQ(dense.left, -1);
+  EXPECT_EQ(dense.top, 2);
+  EXPECT_FLOAT_EQ(dense.mean[0], 30.5f / 3);  // top-left: column -1, row 2
+  EXPECT_EQ(dense.count[0], 3.0f);
+  EXPECT_NEAR(dense.deviation[0], 0.513701, 1e-5);
+  EXPECT_EQ(dense.mean[6 * 5 + 4], 20.0f);  // bottom-right: column 3, row -4
+  EXPECT_TRUE(std::isnan(dense.mean[1]));
+  EXPECT_EQ(dense.count[1], 0.0f);
 }
 
 struct Collected final : soundings::ISoundingSink {

@@ -1,0 +1,86 @@
+#include "interpreters/surveyreaderlib/soundings/grid.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace soundings {
+
+void PartialGrid::Add(int32_t column, int32_t row, float depth) {
+  GridCell& cell = cells_[Key(column, row)];
+  if (cell.count == 0) cell.minimum = cell.maximum = depth;
+  cell.depthSum += std::llrint(static_cast<double>(depth) * kDepthUnitsPerMetre);
+  cell.squareSum += static_cast<double>(depth) * depth;
+  cell.minimum = std::min(cell.minimum, depth);
+  cell.maximum = std::max(cell.maximum, depth);
+  ++cell.count;
+  ++soundings_;
+}
+
+void PartialGrid::AddCell(uint64_t key, const GridCell& add) {
+  if (add.count == 0) return;
+  GridCell& cell = cells_[key];
+  if (cell.count == 0) {
+    cell = add;
+  } else {
+    cell.depthSum += add.depthSum;
+    cell.count += add.count;
+    cell.squareSum += add.squareSum;
+    cell.minimum = std::min(cell.minimum, add.minimum);
+    cell.maximum = std::max(cell.maximum, add.maximum);
+  }
+  soundings_ += static_cast<uint64_t>(add.count);
+}
+
+void PartialGrid::Merge(const PartialGrid& other) {
+  for (const auto& [key, cell] : other.cells_) AddCell(key, cell);
+}
+
+void GridBinner::HandleSounding(const Sounding& sounding) {
+  double easting = 0, northing = 0;
+  if (sounding.pingNumber != pingNumber_ || !local_.Covers(sounding.latitude, sounding.longitude)) {
+    pingNumber_ = sounding.pingNumber;
+    local_.Anchor(projection_, sounding.latitude, sounding.longitude);
+  }
+  local_.Forward(sounding.latitude, sounding.longitude, easting, northing);
+  grid_.Add(static_cast<int32_t>(std::floor(easting * inverseCell_)),
+            static_cast<int32_t>(std::floor(northing * inverseCell_)), sounding.depth);
+}
+
+DenseGrid Densify(const PartialGrid& grid) {
+  DenseGrid dense;
+  if (grid.cells().empty()) return dense;
+  int32_t left = INT32_MAX, right = INT32_MIN, bottom = INT32_MAX, top = INT32_MIN;
+  for (const auto& entry : grid.cells()) {
+    const int32_t column = PartialGrid::ColumnOf(entry.first),
+                  row = PartialGrid::RowOf(entry.first);
+    left = std::min(left, column);
+    right = std::max(right, column);
+    bottom = std::min(bottom, row);
+    top = std::max(top, row);
+  }
+  dense.left = left;
+  dense.top = top;
+  dense.columns = static_cast<size_t>(int64_t{right} - left + 1);
+  dense.rows = static_cast<size_t>(int64_t{top} - bottom + 1);
+  const size_t size = dense.columns * dense.rows;
+  constexpr float kEmpty = std::numeric_limits<float>::quiet_NaN();
+  for (auto* layer : {&dense.mean, &dense.deviation, &dense.minimum, &dense.maximum})
+    layer->assign(size, kEmpty);
+  dense.count.assign(size, 0.0f);
+  for (const auto& [key, cell] : grid.cells()) {
+    const size_t at = static_cast<size_t>(int64_t{top} - PartialGrid::RowOf(key)) * dense.columns +
+                      static_cast<size_t>(int64_t{PartialGrid::ColumnOf(key)} - left);
+    const double count = static_cast<double>(cell.count);
+    const double mean = static_cast<double>(cell.depthSum) / count / kDepthUnitsPerMetre;
+    dense.mean[at] = static_cast<float>(mean);
+    dense.count[at] = static_cast<float>(count);
+    dense.deviation[at] =
+        static_cast<float>(std::sqrt(std::max(0.0, cell.squareSum / count - mean * mean)));
+    dense.minimum[at] = cell.minimum;
+    dense.maximum[at] = cell.maximum;
+  }
+  return dense;
+}
+
+}  // namespace soundings

@@ -1,0 +1,126 @@
+#include <cpl_conv.h>
+#include <gdal_priv.h>
+#include <ogr_spatialref.h>
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "tools/xse/gridoutput.h"
+
+namespace xsetool {
+namespace {
+
+struct Closer {
+  void operator()(GDALDataset* dataset) const { GDALClose(dataset); }
+};
+using Dataset = std::unique_ptr<GDALDataset, Closer>;
+
+bool EndsWith(std::string_view text, std::string_view end) {
+  if (text.size() < end.size()) return false;
+  std::string tail(text.substr(text.size() - end.size()));
+  for (char& c : tail) c = static_cast<char>(c | 0x20);
+  return tail == end;
+}
+
+std::string LastError(std::string_view fallback) {
+  const char* message = CPLGetLastErrorMsg();
+  return message != nullptr && *message != '\0' ? std::string(message) : std::string(fallback);
+}
+
+bool Georeference(GDALDataset& dataset, const soundings::DenseGrid& grid, double cell,
+                  soundings::UtmZone zone) {
+  // Top-left corner of the top-left cell; north up.
+  double transform[6] = {grid.left * cell, cell, 0.0, (grid.top + 1.0) * cell, 0.0, -cell};
+  OGRSpatialReference crs;
+  crs.importFromEPSG(soundings::EpsgCode(zone));
+  return dataset.SetGeoTransform(transform) == CE_None && dataset.SetSpatialRef(&crs) == CE_None;
+}
+
+bool WriteBand(GDALDataset& dataset, int index, const char* name, const std::vector<float>& values,
+               size_t columns, size_t rows, bool nodata) {
+  GDALRasterBand* band = dataset.GetRasterBand(index);
+  band->SetDescription(name);
+  if (nodata) band->SetNoDataValue(static_cast<double>(std::numeric_limits<float>::quiet_NaN()));
+  return band->RasterIO(GF_Write, 0, 0, static_cast<int>(columns), static_cast<int>(rows),
+                        const_cast<float*>(values.data()), static_cast<int>(columns),
+                        static_cast<int>(rows), GDT_Float32, 0, 0) == CE_None;
+}
+
+std::string WriteGeoTiff(const std::string& path, const soundings::DenseGrid& grid, double cell,
+                         soundings::UtmZone zone) {
+  GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+  if (driver == nullptr) return "GDAL has no GeoTIFF driver";
+  char* options[] = {const_cast<char*>("COMPRESS=DEFLATE"), const_cast<char*>("TILED=YES"),
+                     nullptr};
+  Dataset dataset(driver->Create(path.c_str(), static_cast<int>(grid.columns),
+                                 static_cast<int>(grid.rows), 5, GDT_Float32, options));
+  if (!dataset) return LastError("cannot create the file");
+  bool ok = Georeference(*dataset, grid, cell, zone);
+  ok = ok && WriteBand(*dataset, 1, "mean depth (m)", grid.mean, grid.columns, grid.rows, true);
+  ok = ok && WriteBand(*dataset, 2, "soundings", grid.count, grid.columns, grid.rows, true);
+  ok = ok &&
+       WriteBand(*dataset, 3, "depth std-dev (m)", grid.deviation, grid.columns, grid.rows, true);
+  ok = ok &&
+       WriteBand(*dataset, 4, "minimum depth (m)", grid.minimum, grid.columns, grid.rows, true);
+  ok = ok &&
+       WriteBand(*dataset, 5, "maximum depth (m)", grid.maximum, grid.columns, grid.rows, true);
+  dataset->FlushCache();
+  if (!ok) return LastError("writing failed");
+  dataset.reset();
+  return CPLGetLastErrorType() >= CE_Failure ? LastError("writing failed") : std::string();
+}
+
+// Elevation is up, depth down; the uncertainty is the cell's spread.
+std::string WriteBag(const std::string& path, const soundings::DenseGrid& grid, double cell,
+                     soundings::UtmZone zone) {
+  GDALDriver* mem = GetGDALDriverManager()->GetDriverByName("MEM");
+  GDALDriver* bag = GetGDALDriverManager()->GetDriverByName("BAG");
+  if (mem == nullptr || bag == nullptr) return "GDAL has no BAG driver";
+  Dataset source(mem->Create("", static_cast<int>(grid.columns), static_cast<int>(grid.rows), 2,
+                             GDT_Float32, nullptr));
+  if (!source) return LastError("cannot make the grid in memory");
+  std::vector<float> elevation(grid.mean);
+  for (float& value : elevation) value = -value;
+  constexpr float kBagNoData = 1000000.0f;
+  std::vector<float> uncertainty(grid.deviation);
+  for (size_t i = 0; i < elevation.size(); ++i) {
+    if (!std::isfinite(elevation[i])) elevation[i] = uncertainty[i] = kBagNoData;
+  }
+  bool ok = Georeference(*source, grid, cell, zone);
+  ok = ok && WriteBand(*source, 1, "elevation", elevation, grid.columns, grid.rows, false);
+  ok = ok && WriteBand(*source, 2, "uncertainty", uncertainty, grid.columns, grid.rows, false);
+  for (int band = 1; band <= 2 && ok; ++band)
+    ok = source->GetRasterBand(band)->SetNoDataValue(kBagNoData) == CE_None;
+  if (!ok) return LastError("cannot make the grid in memory");
+  CPLErrorReset();
+  Dataset written(bag->CreateCopy(path.c_str(), source.get(), FALSE, nullptr, nullptr, nullptr));
+  if (!written) return LastError("cannot create the file");
+  written.reset();
+  return CPLGetLastErrorType() >= CE_Failure ? LastError("writing failed") : std::string();
+}
+
+std::string WriteWithGdal(const std::string& path, const soundings::DenseGrid& grid,
+                          double cellMetres, soundings::UtmZone zone) {
+  GDALAllRegister();
+  CPLErrorReset();
+  CPLPushErrorHandler(CPLQuietErrorHandler);
+  const std::string error = EndsWith(path, ".bag") ? WriteBag(path, grid, cellMetres, zone)
+                                                   : WriteGeoTiff(path, grid, cellMetres, zone);
+  CPLPopErrorHandler();
+  return error;
+}
+
+}  // namespace
+}  // namespace xsetool
+
+extern "C" __attribute__((visibility("default"))) void XseWriteGrid(
+    const char* path, const soundings::DenseGrid* grid, double cellMetres, int zoneNumber,
+    bool south, char* error, size_t errorSize) {
+  const std::string message =
+      xsetool::WriteWithGdal(path, *grid, cellMetres, soundings::UtmZone{zoneNumber, south});
+  std::snprintf(error, errorSize, "%s", message.c_str());
+}
