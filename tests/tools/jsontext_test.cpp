@@ -29,10 +29,21 @@ TEST(JsonText, FloatsUseTheShortestTextOfTheirOwnType) {
   EXPECT_EQ(Json(uint64_t{0x14238}), "82488");
 }
 
-TEST(JsonText, StringsEscapeQuotesControlsAndHighBytes) {
-  std::string out;
-  AppendJsonString(out, std::string("a\"b\\c\n\x7f\xe9\x01~", 10));
-  EXPECT_EQ(out, "\"a\\\"b\\\\c\\u000A\\u007F\\u00E9\\u0001~\"");
+TEST(JsonText, StringsPassUtf8AndEscapeQuotesControlsAndStrayBytes) {
+  struct Case {
+    std::string text, json;
+  } const cases[] = {
+      {std::string("a\"b\\c\n\x7f\x01~", 9), "\"a\\\"b\\\\c\\u000A\\u007F\\u0001~\""},
+      {"Pr\u00fcfung \u6d4b \U0001F30A", "\"Pr\u00fcfung \u6d4b \U0001F30A\""},
+      {"\xe9t\xe9", "\"\\u00E9t\\u00E9\""},                                   // Latin-1, not UTF-8
+      {"\xc0\xaf \xed\xa0\x80", "\"\\u00C0\\u00AF \\u00ED\\u00A0\\u0080\""},  // overlong, surrogate
+      {"\xe6\xb5", "\"\\u00E6\\u00B5\""},                                     // cut short
+  };
+  for (const Case& c : cases) {
+    std::string out;
+    AppendJsonString(out, c.text);
+    EXPECT_EQ(out, c.json);
+  }
 }
 
 }  // namespace

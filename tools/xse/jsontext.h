@@ -16,8 +16,8 @@ void AppendJsonNumber(std::string& out, float value);
 void AppendJsonNumber(std::string& out, double value);
 void AppendJsonNumber(std::string& out, int64_t value);
 void AppendJsonNumber(std::string& out, uint64_t value);
-// A quoted string; '"' and '\' escaped, control characters and bytes above
-// 0x7E as \u00XX.
+// A quoted string; well-formed UTF-8 passes through, '"' and '\' are
+// escaped, control characters and bytes that are not UTF-8 go as \u00XX.
 void AppendJsonString(std::string& out, std::string_view text);
 
 // Appends one JSON value (an object or an array with whatever they hold) to

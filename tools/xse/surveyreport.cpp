@@ -3,9 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "interpreters/surveyreaderlib/elacreader/xseformat.h"
 #include "tools/xse/jsontext.h"
-#include "tools/xse/utctime.h"
+#include "tools/xse/summaryfacts.h"
 
 namespace xsetool {
 namespace {
@@ -32,34 +31,6 @@ std::string HumanBytes(uint64_t bytes) {
   }
   return unit == 0 ? Printf("%llu bytes", Ull(bytes)) : Printf("%.1f %s", value, kUnits[unit]);
 }
-
-// Names of the frame types this reader decodes; others go by number.
-const char* FrameTypeName(uint32_t type) {
-  switch (type) {
-    case elac::kNavigationFrame:
-      return "navigation";
-    case elac::kParameterFrame:
-      return "parameter";
-    case elac::kSidescanFrame:
-      return "sidescan";
-    case elac::kBathymetryFrame:
-      return "bathymetry";
-    default:
-      return nullptr;
-  }
-}
-
-std::string FrameTypeLabel(uint32_t slot) {
-  if (const char* name = FrameTypeName(slot)) return name;
-  if (slot == elac::ReadStatistics::kOtherFrameTypes) return Printf("type %u+", slot);
-  return Printf("type %u", slot);
-}
-
-// Frame types in the order people think of a survey: set-up, then data.
-constexpr uint32_t kNamedTypeOrder[] = {elac::kParameterFrame, elac::kNavigationFrame,
-                                        elac::kBathymetryFrame, elac::kSidescanFrame};
-
-bool IsNamedType(uint32_t slot) { return FrameTypeName(slot) != nullptr; }
 
 // Names may hold anything; only printable ASCII goes to the terminal.
 std::string PrintableName(const std::string& name) {
@@ -97,6 +68,22 @@ void RangeMembers(JsonBuilder& json, std::string_view minKey, std::string_view m
   }
 }
 
+// "12 a, 3 b" from the counts, zero counts left out when `skipZero`.
+std::string CountList(const std::vector<NamedCount>& counts, bool skipZero) {
+  std::string text;
+  for (const NamedCount& count : counts) {
+    if (skipZero && count.count == 0) continue;
+    if (!text.empty()) text += ", ";
+    text += Printf("%llu %s", Ull(count.count), count.label.c_str());
+  }
+  return text;
+}
+
+void CountMembers(JsonBuilder& json, const std::vector<NamedCount>& counts) {
+  for (const NamedCount& count : counts)
+    if (count.alwaysShown || count.count != 0) json.Number(count.key, count.count);
+}
+
 void BoundsObject(JsonBuilder& json, std::string_view key, const PositionBounds& bounds) {
   json.BeginObject(key).Number("fixes", bounds.fixes);
   const auto bound = [&json](std::string_view name, const Range<double>& range, bool max) {
@@ -113,153 +100,112 @@ void BoundsObject(JsonBuilder& json, std::string_view key, const PositionBounds&
   json.EndObject();
 }
 
-}  // namespace
-
-std::string FormatSummaryText(const FileSummary& summary) {
-  const elac::ReadStatistics& frames = summary.frames;
-  const SurveyStats& records = summary.records;
-  std::string out = summary.path + "\n";
+void AppendFrameLines(std::string& out, const SummaryFacts& facts) {
   AppendLine(out, "size",
-             summary.size < 1024
-                 ? HumanBytes(summary.size)
-                 : Printf("%llu bytes (%s)", Ull(summary.size), HumanBytes(summary.size).c_str()));
-
+             facts.size < 1024
+                 ? HumanBytes(facts.size)
+                 : Printf("%llu bytes (%s)", Ull(facts.size), HumanBytes(facts.size).c_str()));
   std::string orders;
-  if (frames.bigEndianFrames != 0) orders = Printf("big-endian %llu", Ull(frames.bigEndianFrames));
-  if (frames.littleEndianFrames != 0) {
+  if (facts.bigEndianFrames != 0) orders = Printf("big-endian %llu", Ull(facts.bigEndianFrames));
+  if (facts.littleEndianFrames != 0) {
     if (!orders.empty()) orders += ", ";
-    orders += Printf("little-endian %llu", Ull(frames.littleEndianFrames));
+    orders += Printf("little-endian %llu", Ull(facts.littleEndianFrames));
   }
   AppendLine(out, "byte order", orders.empty() ? "none" : orders);
-
-  std::string types = Printf("%llu decoded", Ull(frames.FramesDecoded()));
-  std::string separator = ": ";
-  const auto addType = [&](uint32_t slot) {
-    if (frames.framesByType[slot] == 0) return;
-    types +=
-        separator + Printf("%llu %s", Ull(frames.framesByType[slot]), FrameTypeLabel(slot).c_str());
-    separator = ", ";
-  };
-  for (uint32_t type : kNamedTypeOrder) addType(type);
-  for (uint32_t slot = 0; slot < frames.framesByType.size(); ++slot) {
-    if (!IsNamedType(slot)) addType(slot);
-  }
-  AppendLine(out, "frames", types);
+  const std::string types = CountList(facts.frameTypes, true);
+  AppendLine(
+      out, "frames",
+      Printf("%llu decoded", Ull(facts.framesDecoded)) + (types.empty() ? "" : ": " + types));
   AppendLine(out, "rejected",
-             Printf("%llu frames, %llu bytes skipped", Ull(frames.framesRejected),
-                    Ull(summary.bytesSkipped())));
+             Printf("%llu frames, %llu bytes skipped", Ull(facts.framesRejected),
+                    Ull(facts.bytesSkipped)));
+}
 
-  std::string kinds;
-  for (quor::RecordKind kind : quor::kAllRecordKinds) {
-    if (!kinds.empty()) kinds += ", ";
-    kinds += Printf("%llu %s", Ull(records.records(kind)), quor::RecordKindName(kind).data());
-  }
-  AppendLine(out, "records", kinds);
+std::string PingLine(const PingFacts& pings, const char* unit) {
+  if (pings.pings == 0) return "none";
+  return Printf("%llu pings, %s", Ull(pings.pings), CountRange(pings.perPing, unit).c_str());
+}
 
-  const uint64_t pings = records.records(quor::RecordKind::kMultibeam);
-  AppendLine(out, "multibeam",
-             pings == 0 ? "none"
-                        : Printf("%llu pings, %s", Ull(pings),
-                                 CountRange(records.beamsPerPing(), "beams").c_str()));
-  const uint64_t sidescanPings = records.records(quor::RecordKind::kSidescan);
-  AppendLine(out, "sidescan",
-             sidescanPings == 0 ? "none"
-                                : Printf("%llu pings, %s", Ull(sidescanPings),
-                                         CountRange(records.samplesPerPing(), "samples").c_str()));
-
-  const auto& span = records.timeSpan();
+void AppendRecordLines(std::string& out, const SummaryFacts& facts) {
+  AppendLine(out, "records", CountList(facts.records, false));
+  AppendLine(out, "multibeam", PingLine(facts.multibeam, "beams"));
+  AppendLine(out, "sidescan", PingLine(facts.sidescan, "samples"));
   AppendLine(out, "time",
-             span.empty ? "none"
-                        : Printf("%s to %s (%.3f s)", FormatUtc(span.min.time).c_str(),
-                                 FormatUtc(span.max.time).c_str(),
-                                 SecondsBetween(span.min.time, span.max.time)));
-
-  const PositionBounds& geographic = records.geographic();
-  const PositionBounds& projected = records.projected();
-  if (geographic.fixes == 0 && projected.fixes == 0) {
+             facts.time ? Printf("%s to %s (%.3f s)", facts.time->start.c_str(),
+                                 facts.time->end.c_str(), facts.time->seconds)
+                        : "none");
+  if (facts.geographic.fixes == 0 && facts.projected.fixes == 0) {
     AppendLine(out, "position", "none");
   } else {
     const char* label = "position";
-    if (geographic.fixes != 0) {
-      AppendLine(out, label, PositionLine(geographic, "WGS84"));
+    if (facts.geographic.fixes != 0) {
+      AppendLine(out, label, PositionLine(facts.geographic, "WGS84"));
       label = "";
     }
-    if (projected.fixes != 0) AppendLine(out, label, PositionLine(projected, "projected"));
+    if (facts.projected.fixes != 0)
+      AppendLine(out, label, PositionLine(facts.projected, "projected"));
   }
-
-  if (records.parameters().empty()) {
-    AppendLine(out, "parameters", "none");
-  } else {
-    const char* label = "parameters";
-    for (const ParameterTally& tally : records.parameters()) {
-      std::string line = Printf("%s, kind %d: %llu", PrintableName(tally.name).c_str(),
-                                tally.sensorKind, Ull(tally.records));
-      if (tally.valid != tally.records) line += Printf(" (%llu valid)", Ull(tally.valid));
-      AppendLine(out, label, line);
-      label = "";
-    }
-  }
-
-  const double seconds = summary.decodeSeconds;
-  AppendLine(out, "decode",
-             seconds > 0 ? Printf("%.3f s, %.1f MiB/s", seconds,
-                                  static_cast<double>(summary.size) / seconds / (1 << 20))
-                         : Printf("%.3f s", seconds));
-  return out;
 }
 
-std::string FormatSummaryJson(const FileSummary& summary) {
-  const elac::ReadStatistics& frames = summary.frames;
-  const SurveyStats& records = summary.records;
-  std::string out;
-  JsonBuilder json(out);
-  json.BeginObject().String("file", summary.path).Number("size", summary.size);
+void AppendParameterLines(std::string& out, const SummaryFacts& facts) {
+  const char* label = "parameters";
+  if (facts.parameters.empty()) AppendLine(out, label, "none");
+  for (const ParameterTally& tally : facts.parameters) {
+    std::string line = Printf("%s, kind %d: %llu", PrintableName(tally.name).c_str(),
+                              tally.sensorKind, Ull(tally.records));
+    if (tally.valid != tally.records) line += Printf(" (%llu valid)", Ull(tally.valid));
+    AppendLine(out, label, line);
+    label = "";
+  }
+  AppendLine(out, "decode",
+             facts.bytesPerSecond ? Printf("%.3f s, %.1f MiB/s", facts.decodeSeconds,
+                                           *facts.bytesPerSecond / (1 << 20))
+                                  : Printf("%.3f s", facts.decodeSeconds));
+}
+
+void PingObject(JsonBuilder& json, std::string_view key, const PingFacts& pings,
+                std::string_view minKey, std::string_view maxKey) {
+  json.BeginObject(key).Number("pings", pings.pings);
+  RangeMembers(json, minKey, maxKey, pings.perPing);
+  json.EndObject();
+}
+
+void FrameMembers(JsonBuilder& json, const SummaryFacts& facts) {
+  json.String("file", facts.path).Number("size", facts.size);
   json.BeginObject("byteOrder")
-      .Number("big", frames.bigEndianFrames)
-      .Number("little", frames.littleEndianFrames)
+      .Number("big", facts.bigEndianFrames)
+      .Number("little", facts.littleEndianFrames)
       .EndObject();
+  json.BeginObject("frames").Number("decoded", facts.framesDecoded);
+  CountMembers(json, facts.frameTypes);
+  json.Number("rejected", facts.framesRejected).EndObject();
+  json.Number("bytesSkipped", facts.bytesSkipped);
+}
 
-  json.BeginObject("frames").Number("decoded", frames.FramesDecoded());
-  for (uint32_t type : kNamedTypeOrder) json.Number(FrameTypeName(type), frames.framesByType[type]);
-  for (uint32_t slot = 0; slot < frames.framesByType.size(); ++slot) {
-    if (IsNamedType(slot) || frames.framesByType[slot] == 0) continue;
-    const std::string key = slot == elac::ReadStatistics::kOtherFrameTypes ? Printf("type%u+", slot)
-                                                                           : Printf("type%u", slot);
-    json.Number(key, frames.framesByType[slot]);
-  }
-  json.Number("rejected", frames.framesRejected).EndObject();
-  json.Number("bytesSkipped", summary.bytesSkipped());
-
+void RecordMembers(JsonBuilder& json, const SummaryFacts& facts) {
   json.BeginObject("records");
-  for (quor::RecordKind kind : quor::kAllRecordKinds)
-    json.Number(quor::RecordKindName(kind), records.records(kind));
+  CountMembers(json, facts.records);
   json.EndObject();
-
-  json.BeginObject("multibeam").Number("pings", records.records(quor::RecordKind::kMultibeam));
-  RangeMembers(json, "beamsMin", "beamsMax", records.beamsPerPing());
-  json.EndObject();
-  json.BeginObject("sidescan").Number("pings", records.records(quor::RecordKind::kSidescan));
-  RangeMembers(json, "samplesMin", "samplesMax", records.samplesPerPing());
-  json.EndObject();
-
-  const auto& span = records.timeSpan();
-  if (span.empty) {
-    json.Null("time");
-  } else {
+  PingObject(json, "multibeam", facts.multibeam, "beamsMin", "beamsMax");
+  PingObject(json, "sidescan", facts.sidescan, "samplesMin", "samplesMax");
+  if (facts.time) {
     json.BeginObject("time")
-        .String("start", FormatUtc(span.min.time))
-        .String("end", FormatUtc(span.max.time))
-        .Number("seconds", SecondsBetween(span.min.time, span.max.time))
+        .String("start", facts.time->start)
+        .String("end", facts.time->end)
+        .Number("seconds", facts.time->seconds)
         .EndObject();
+  } else {
+    json.Null("time");
   }
-
   json.BeginObject("position");
-  BoundsObject(json, "wgs84", records.geographic());
-  BoundsObject(json, "projected", records.projected());
+  BoundsObject(json, "wgs84", facts.geographic);
+  BoundsObject(json, "projected", facts.projected);
   json.EndObject();
+}
 
+void ParameterMembers(JsonBuilder& json, const SummaryFacts& facts) {
   json.BeginArray("parameters");
-  for (const ParameterTally& tally : records.parameters()) {
+  for (const ParameterTally& tally : facts.parameters) {
     json.BeginObject()
         .String("name", tally.name)
         .Number("sensorKind", tally.sensorKind)
@@ -268,14 +214,35 @@ std::string FormatSummaryJson(const FileSummary& summary) {
         .EndObject();
   }
   json.EndArray();
-
-  json.BeginObject("decode").Number("seconds", summary.decodeSeconds);
-  if (summary.decodeSeconds > 0) {
-    json.Number("bytesPerSecond", static_cast<double>(summary.size) / summary.decodeSeconds);
+  json.BeginObject("decode").Number("seconds", facts.decodeSeconds);
+  if (facts.bytesPerSecond) {
+    json.Number("bytesPerSecond", *facts.bytesPerSecond);
   } else {
     json.Null("bytesPerSecond");
   }
-  json.EndObject().EndObject();
+  json.EndObject();
+}
+
+}  // namespace
+
+std::string FormatSummaryText(const FileSummary& summary) {
+  const SummaryFacts facts = MakeSummaryFacts(summary);
+  std::string out = facts.path + "\n";
+  AppendFrameLines(out, facts);
+  AppendRecordLines(out, facts);
+  AppendParameterLines(out, facts);
+  return out;
+}
+
+std::string FormatSummaryJson(const FileSummary& summary) {
+  const SummaryFacts facts = MakeSummaryFacts(summary);
+  std::string out;
+  JsonBuilder json(out);
+  json.BeginObject();
+  FrameMembers(json, facts);
+  RecordMembers(json, facts);
+  ParameterMembers(json, facts);
+  json.EndObject();
   out += '\n';
   return out;
 }
