@@ -11,4 +11,6 @@ void ExitProcess(int status) {
   std::_Exit(status & 0xFF);
 }
 
+void ExitProcessNow(int status) { std::_Exit(status & 0xFF); }
+
 }  // namespace platform

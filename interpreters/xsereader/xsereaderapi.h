@@ -49,6 +49,18 @@ XSE_SHARED_API int32_t XSEReaderConvertTime(const CReader* reader, const quor::S
 XSE_SHARED_API void XSEReaderSetRecordTap(CReader* reader, quor::ISurveyTarget* tap,
                                           int32_t headMode);
 
+// ZXSEReader::SetPassCallback: in a live run, `onPass(context)` is called
+// on the reader thread whenever a decoding pass consumed bytes, after the
+// pass's records went to the tap (null: no call). Does nothing for a
+// reader from elsewhere.
+XSE_SHARED_API void XSEReaderSetPassCallback(CReader* reader, void (*onPass)(void* context),
+                                             void* context);
+
+// What the last live run of `reader` came to, counted in 64 bits: the bytes
+// its source consumed and the frames it decoded. Read after the reader
+// thread has ended; both 0 for a reader from elsewhere.
+XSE_SHARED_API void XSEReaderLiveCounts(const CReader* reader, uint64_t* bytes, uint64_t* frames);
+
 // The settings page for `reader` (may be null).
 XSE_SHARED_API platform::CPropertyPage* CreateElacSettingsDlg(CReader* reader);
 XSE_SHARED_API void DestroyElacSettingsDlg(platform::CPropertyPage* page);

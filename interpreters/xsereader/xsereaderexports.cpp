@@ -46,6 +46,17 @@ void XSEReaderSetRecordTap(CReader* reader, quor::ISurveyTarget* tap, int32_t he
   if (xseReader != nullptr) xseReader->SetRecordTap(tap, headMode);
 }
 
+void XSEReaderSetPassCallback(CReader* reader, void (*onPass)(void* context), void* context) {
+  auto* xseReader = dynamic_cast<ZXSEReader*>(reader);
+  if (xseReader != nullptr) xseReader->SetPassCallback(onPass, context);
+}
+
+void XSEReaderLiveCounts(const CReader* reader, uint64_t* bytes, uint64_t* frames) {
+  const auto* xseReader = dynamic_cast<const ZXSEReader*>(reader);
+  if (bytes != nullptr) *bytes = xseReader != nullptr ? xseReader->liveBytes() : 0;
+  if (frames != nullptr) *frames = xseReader != nullptr ? xseReader->liveFrames() : 0;
+}
+
 platform::CPropertyPage* CreateElacSettingsDlg(CReader* reader) {
   if (!xsereader::ModuleAttached()) return nullptr;
   return new (std::nothrow) ZElacSettingsDlg(dynamic_cast<ZXSEReader*>(reader));

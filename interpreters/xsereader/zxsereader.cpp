@@ -113,9 +113,12 @@ int32_t ZXSEReader::RunReader() {
   stat.reserved = 0;
   NotifyProgress(stat);
 
+  liveBytes_ = 0;
   while (running.load() != 0) {
     int32_t processed = 0;
     if (!container_->receiveData(processed, 0)) break;
+    liveBytes_ += static_cast<uint64_t>(std::max(processed, 0));
+    if (processed > 0 && connection_ != nullptr && onPass_ != nullptr) onPass_(passContext_);
     stat.done = ClampToInt32(static_cast<int64_t>(stat.done) + processed);
     stat.RecalcProgress();
     if (stat.percent > stat.lastPercent) NotifyProgress(stat);
@@ -126,11 +129,12 @@ int32_t ZXSEReader::RunReader() {
   // One look decides both the report and the result, so a stop that lands
   // here cannot give a reported file with a "stopped" result.
   const bool finished = running.load() != 0;
+  liveFrames_ = connection_ != nullptr ? connection_->framesDecoded() : 0;
   if (finished) {
     if (SourceEndedWell()) {
       FileAdded();
     } else {
-      FailedReading(nullptr);
+      FailedReading(connection_ != nullptr ? connection_->FailureText() : nullptr);
     }
   }
   QUORLOG(1, "RunReader() done");
@@ -173,14 +177,21 @@ int32_t ZXSEReader::ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_
   auto connection = std::make_unique<ElacConnection>(this);
   connection->SetMode(liveHeadMode_);
   const uint8_t address[4] = {a, b, c, d};
-  if (!connection->Connect(0, port, address, "XSEReader")) return 0;
-  // From here on a stop ends the connect attempts and pauses of the reader
-  // thread (phase 1 above runs before the flag is set).
+  // The flag is up before the first connect, so that a StopReader from any
+  // thread from here on ends the connect attempts and the pauses between
+  // them, and is not undone when the reader thread starts.
+  running.store(1);
   connection->SetRunningFlag(&running);
+  if (!connection->Connect(0, port, address, "XSEReader")) {
+    running.store(0);
+    // The host learns why through its observer; ConnectTo's answer stays 0.
+    FailedReading(connection->FailureText());
+    return 0;
+  }
   ElacConnection* live = connection.get();
   SetContainer(std::move(connection));
   connection_ = live;
-  return StartReaderThread();
+  return ContinueInReaderThread();
 }
 
 bool ZXSEReader::SourceEndedWell() const {

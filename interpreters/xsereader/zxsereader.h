@@ -72,11 +72,15 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   // Live data from the XSE server at a.b.c.d:port (`last` is not looked
   // at): connects to it on this thread, makes the connection the source and
   // starts the reader thread; its result, or 0 when the server cannot be
-  // reached. This thread must go on dispatching its window messages until
-  // the reader thread has opened the data connection. The run ends by
-  // itself when the exchange fails (FailedReading) or the server ends the
-  // data after sending some (FileAdded, with no file name); a stop ends it
-  // within a fraction of a second in every state.
+  // reached (reported with the reason through FailedReading). The running
+  // flag is set before the first connect, so a StopReader from another
+  // thread during the connect ends it within a fraction of a second and is
+  // never undone. This thread must go on dispatching its window messages
+  // until the reader thread has opened the data connection. The run ends by
+  // itself when the exchange fails (FailedReading, with the reason) or the
+  // server ends the data after at least one frame was decoded (FileAdded,
+  // with no file name); a stop ends it within a fraction of a second in
+  // every state.
   int32_t ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_t port,
                     int32_t last) override;
   // Drops the source, if any.
@@ -94,6 +98,17 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   // thread, and live runs select the bathymetry heads by `headMode`
   // (ElacReader::HeadMode). For tools that show what the plug-in decodes.
   void SetRecordTap(quor::ISurveyTarget* tap, int32_t headMode);
+  // In a live run, `onPass(context)` follows every decoding pass that
+  // consumed bytes, on the reader thread: where a host writes out what the
+  // pass delivered, so that records do not wait behind a slow sonar.
+  void SetPassCallback(void (*onPass)(void* context), void* context) {
+    onPass_ = onPass;
+    passContext_ = context;
+  }
+  // The last run's bytes consumed and, for a live run, frames decoded:
+  // 64-bit, where the progress report's count stops at 2^31 - 1.
+  uint64_t liveBytes() const { return liveBytes_; }
+  uint64_t liveFrames() const { return liveFrames_; }
 
   // Makes `container` the source of the next RunReader (owned).
   void SetContainer(std::unique_ptr<IElacContainer> container);
@@ -127,6 +142,10 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   ElacConnection* connection_ = nullptr;
   quor::ISurveyTarget* tap_ = nullptr;
   int32_t liveHeadMode_ = 0;
+  uint64_t liveBytes_ = 0;
+  uint64_t liveFrames_ = 0;
+  void (*onPass_)(void* context) = nullptr;
+  void* passContext_ = nullptr;
   double primaryHeading_ = -1.0;
   double bathymetryHeading_ = -1.0;
 };

@@ -81,8 +81,13 @@ void CReader::Reset() {}
 
 int32_t CReader::StartReaderThread(ReaderRun run) {
   if (thread_.joinable()) return 0;
-  std::lock_guard<std::mutex> lock(threadMutex_);
   running.store(1);
+  return ContinueInReaderThread(run);
+}
+
+int32_t CReader::ContinueInReaderThread(ReaderRun run) {
+  if (thread_.joinable()) return 0;
+  std::lock_guard<std::mutex> lock(threadMutex_);
   threadDone_ = false;
   try {
     thread_ = std::thread(&CReader::ThreadMain, this, run);

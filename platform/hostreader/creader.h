@@ -107,6 +107,10 @@ class XSE_SHARED_API CReader {
   // started, 0 when a reader thread of this reader has not been joined yet
   // or no thread could be made.
   int32_t StartReaderThread(ReaderRun run = ReaderRun::kSingleSource);
+  // The same, leaving the running flag as it is: for a run whose set-up
+  // set the flag before it began (a live connect), so that a stop during
+  // that set-up is not undone; the thread then ends at its first look.
+  int32_t ContinueInReaderThread(ReaderRun run = ReaderRun::kSingleSource);
   // Waits up to `timeoutMs` for the reader thread to end; true when it has
   // ended (or none was started).
   bool WaitReaderThread(uint32_t timeoutMs);

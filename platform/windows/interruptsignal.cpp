@@ -12,8 +12,11 @@
 namespace platform {
 namespace {
 
+// 0 while no request came, else kStop or kEnd.
 std::atomic<int> g_caught{0};
 std::atomic<bool> g_catching{false};
+constexpr int kStop = 1;
+constexpr int kEnd = 2;
 static_assert(std::atomic<int>::is_always_lock_free);
 
 using SignalHandler = void (*)(int);
@@ -22,7 +25,10 @@ SignalHandler g_previousTerminate = SIG_DFL;
 
 // The runtime puts the default back before it calls this, so a second
 // signal is handled the default way.
-extern "C" void OnSignal(int /*signal*/) { g_caught.store(1); }
+extern "C" void OnSignal(int signal) {
+  int none = 0;
+  g_caught.compare_exchange_strong(none, signal == SIGTERM ? kEnd : kStop);
+}
 
 // How long a closing console waits for the program to wind down; the
 // system ends the process after about five seconds in any case.
@@ -35,7 +41,10 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
   }
   // A second request goes on to the default handling, which ends the
   // process; so does a Ctrl-C once the runtime's SIGINT handling is default.
-  if (g_caught.exchange(1) != 0) return FALSE;
+  int none = 0;
+  if (!g_caught.compare_exchange_strong(none, event == CTRL_CLOSE_EVENT ? kEnd : kStop)) {
+    return FALSE;
+  }
   std::signal(SIGINT, SIG_DFL);
   if (event == CTRL_CLOSE_EVENT) {
     // The process ends as soon as this returns: give the program the time
@@ -49,9 +58,9 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
 
 }  // namespace
 
-InterruptCatcher::InterruptCatcher() {
+InterruptCatcher::InterruptCatcher() : outermost_(!g_catching.exchange(true)) {
+  if (!outermost_) return;
   g_caught.store(0);
-  g_catching.store(true);
   g_previousInterrupt = std::signal(SIGINT, OnSignal);
   g_previousTerminate = std::signal(SIGTERM, OnSignal);
   // Added last, so it is asked before the runtime's own console handler.
@@ -59,6 +68,7 @@ InterruptCatcher::InterruptCatcher() {
 }
 
 InterruptCatcher::~InterruptCatcher() {
+  if (!outermost_) return;
   ::SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
   g_catching.store(false);
   std::signal(SIGINT, g_previousInterrupt == SIG_ERR ? SIG_DFL : g_previousInterrupt);
@@ -66,5 +76,7 @@ InterruptCatcher::~InterruptCatcher() {
 }
 
 bool InterruptCatcher::Caught() const { return g_caught.load() != 0; }
+
+bool InterruptCatcher::Terminated() const { return g_caught.load() == kEnd; }
 
 }  // namespace platform

@@ -45,12 +45,28 @@ TEST(InterruptCatcherTest, CatchesInterruptAndTerminationAndPutsThePreviousHandl
       EXPECT_FALSE(catcher.Caught());
       ASSERT_EQ(std::raise(signal), 0);
       EXPECT_TRUE(catcher.Caught());
+      EXPECT_EQ(catcher.Terminated(), signal == SIGTERM);
       EXPECT_EQ(HandlerOf(signal), SIG_DFL) << "a second request ends the program";
     }
     EXPECT_EQ(HandlerOf(signal), before) << signal;
   }
   InterruptCatcher fresh;
   EXPECT_FALSE(fresh.Caught());
+}
+
+TEST(InterruptCatcherTest, NestedCatchersShareOneHandling) {
+  const SignalHandler before = HandlerOf(SIGINT);
+  {
+    InterruptCatcher outer;
+    const SignalHandler installed = HandlerOf(SIGINT);
+    { InterruptCatcher inner; }
+    EXPECT_EQ(HandlerOf(SIGINT), installed) << "the inner one put the old handling back";
+    InterruptCatcher inner;
+    ASSERT_EQ(std::raise(SIGINT), 0);
+    EXPECT_TRUE(outer.Caught());
+    EXPECT_TRUE(inner.Caught());
+  }
+  EXPECT_EQ(HandlerOf(SIGINT), before);
 }
 
 // As at a terminal: Ctrl-C on Linux, Ctrl-Break to the child's own process

@@ -50,8 +50,7 @@ TEST(XseServeTest, LiveRecordsEqualTheFileLineForLineAndTheWholeFileIsSent) {
   const std::string size = std::to_string(std::filesystem::file_size(Utf8Path(survey)));
   EXPECT_EQ(served.status, 0) << served.err;
   EXPECT_THAT(served.out, StartsWith("listening on 127.0.0.1:" + port + ", data port "));
-  EXPECT_THAT(served.out,
-              HasSubstr("requests 3, set-up frames 3, bytes sent " + size + " of " + size));
+  EXPECT_THAT(served.out, HasSubstr("bytes sent " + size + " of " + size + " in "));
 }
 
 // Each server ends the run by itself with the outcome it deserves.
@@ -61,40 +60,47 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
   struct Case {
     const char* name;
     std::function<void(xseserver::Options&)> set;
-    bool sendSurvey;
-    std::string err;  // what stderr starts with; nothing for a sound run
+    std::vector<uint8_t> data;  // what the server sends after the set-up
+    std::string err;            // what stderr starts with; nothing for a sound run
   };
+  const std::vector<uint8_t> none, garbage(5000, 0xA5), zeros(5000, 0),
+      partial(survey.begin(), survey.begin() + 20);
   const std::string sent = std::to_string(survey.size()), setUpFailed = "xse: the exchange";
   const Case cases[] = {
       // A client slow to start (a program's first start under Wine) still
       // finds a sound server waiting.
-      {"sound", [](auto& o) { o.waitMs = 5000; }, true, ""},
+      {"sound", [](auto& o) { o.waitMs = 5000; }, survey, ""},
       {"no reply",
        [](auto& o) {
          o.acknowledgeLength = 0;
          o.waitMs = 4000;
        },
-       false, "xse: the exchange with the XSE server at ADDR failed before any data"},
-      {"81 bytes", [](auto& o) { o.acknowledgeLength = 81; }, false, setUpFailed},
-      {"port 0", [](auto& o) { o.announcedPort = 0; }, false, setUpFailed},
-      {"port 40000", [](auto& o) { o.announcedPort = 40000; }, false, setUpFailed},
-      {"garbage", [](auto& o) { o.acknowledgeBytes.assign(100, 0xA5); }, false, setUpFailed},
-      {"data port nobody listens on", [](auto& o) { o.announcedPort = FreePort(); }, false,
+       none,
+       "xse: the exchange with the XSE server at ADDR failed before any data: no acknowledge"},
+      {"81 bytes", [](auto& o) { o.acknowledgeLength = 81; }, none, setUpFailed},
+      {"port 0", [](auto& o) { o.announcedPort = 0; }, none, setUpFailed},
+      {"port 40000", [](auto& o) { o.announcedPort = 40000; }, none, setUpFailed},
+      {"garbage", [](auto& o) { o.acknowledgeBytes.assign(100, 0xA5); }, none, setUpFailed},
+      {"data port nobody listens on", [](auto& o) { o.announcedPort = FreePort(); }, none,
        setUpFailed},
-      {"data port never accepts", [](auto& o) { o.dataNeverAccepts = true; }, false, setUpFailed},
-      {"close right after set-up", [](auto&) {}, false, setUpFailed},
+      {"data port never accepts", [](auto& o) { o.dataNeverAccepts = true; }, none, setUpFailed},
+      {"close right after set-up", [](auto&) {}, none, setUpFailed},
+      // Bytes that hold no frame are no data, however the server ends.
+      {"garbage then close", [](auto&) {}, garbage, setUpFailed},
+      {"zeros then close", [](auto&) {}, zeros, setUpFailed},
+      {"part of a frame then close", [](auto&) {}, partial, setUpFailed},
       {"reset mid-stream",
        [&](auto& o) {
          o.resetAfterBytes = survey.size() / 2;
          o.waitMs = 5000;
        },
-       true, "xse: the XSE server at ADDR broke off the data connection"},
+       survey, "xse: the XSE server at ADDR broke off the data connection"},
       {"silent after set-up",
        [](auto& o) {
          o.closeAfterSurvey = false;
          o.waitMs = 3000;
        },
-       false, "xse: no data from the XSE server at ADDR before the idle time ran out"},
+       none, "xse: no data from the XSE server at ADDR before the idle time ran out"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -106,9 +112,7 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
     xseserver::XseServer server(options);
     std::string error;
     ASSERT_TRUE(server.Start(error)) << error;
-    std::thread serving([&] {
-      server.ServeOne(c.sendSurvey ? std::span<const uint8_t>(survey) : std::span<const uint8_t>());
-    });
+    std::thread serving([&] { server.ServeOne(std::span<const uint8_t>(c.data)); });
     const std::string address = "127.0.0.1:" + std::to_string(server.port());
     const auto start = std::chrono::steady_clock::now();
     const ToolResult run = RunXse({"run", "--events", "--connect", address, "--idle-exit",
@@ -122,8 +126,8 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
     EXPECT_LT(took, std::chrono::seconds(6));
     if (c.err.empty()) {
       EXPECT_THAT(run.out, HasSubstr("{\"event\":\"fileAdded\""));
-      EXPECT_THAT(run.out,
-                  HasSubstr("{\"event\":\"finished\",\"result\":1,\"bytes\":" + sent + "}"));
+      EXPECT_THAT(run.out, HasSubstr("{\"event\":\"finished\",\"result\":1,\"bytes\":" + sent +
+                                     ",\"frames\":300}"));
     }
   }
 }
@@ -132,8 +136,9 @@ TEST(XseServeTest, UnreachableServerExitsOne) {
   const std::string closed = "127.0.0.1:" + std::to_string(FreePort());
   for (const auto& args : {std::vector<std::string>{"run", "--connect", closed, "--duration", "1"},
                            std::vector<std::string>{"dump", "--connect", closed}}) {
-    EXPECT_EQ(RunXse(args),
-              (ToolResult{1, "", "xse: cannot reach the XSE server at " + closed + "\n"}));
+    EXPECT_EQ(RunXse(args), (ToolResult{1, "",
+                                        "xse: cannot reach the XSE server at " + closed +
+                                            ": connection refused\n"}));
   }
 }
 

@@ -1,6 +1,7 @@
 // xse dump: the records of every file as JSON lines, or the records of one
 // kind as a CSV table.
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,16 +49,20 @@ constexpr const char* kDumpHelp =
     "stderr when it failed or no data came, 130 when stopped by Ctrl-C.\n";
 
 // The records of a live server, through the reader plug-in.
+// Each decoding pass's records are written out when the pass ends, so a
+// person watching a slow sonar sees each record as its frame arrives.
 int DumpLive(const ServerAddress& server, const std::string& connect, const LiveLimits& limits,
-             int32_t mode, quor::RecordFilter& filter) {
+             int32_t mode, quor::RecordFilter& filter, const std::function<bool()>& flush) {
   XseReaderModule module;
   PluginReader reader = LoadPluginReader(module, "xse");
   if (reader == nullptr) return kExitFailure;
   const XseReaderEntryPoints& entry = module.entry();
   LiveReportObserver observer;
   reader->SetObserver(&observer);
-  LiveTap tap(&filter, [&filter] { return filter.done(); });
+  LiveTap tap(
+      &filter, [&filter] { return filter.done(); }, [&flush] { flush(); });
   entry.setRecordTap(reader.get(), &tap, mode);
+  entry.setPassCallback(reader.get(), &LiveTap::OnPass, &tap);
   int32_t result = 0;
   const int status =
       RunLiveSession(*reader, server, connect, limits, tap, observer.reports(), result);
@@ -119,11 +124,13 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   } else {
     writer = &jsonWriter.emplace(stdout);
   }
-  const auto flush = [&] { return csv ? csvWriter->Flush() : jsonWriter->Flush(); };
+  const std::function<bool()> flush = [&] {
+    return csv ? csvWriter->Flush() : jsonWriter->Flush();
+  };
   quor::RecordFilter filter(*writer, kinds.value_or(quor::RecordKindSet().set()), limit);
 
   int status = kExitOk;
-  if (server) status = DumpLive(*server, connect, liveLimits, mode, filter);
+  if (server) status = DumpLive(*server, connect, liveLimits, mode, filter, flush);
   for (const auto& file : files) {
     if (filter.done()) break;
     ElacFile source(&filter);

@@ -1,9 +1,12 @@
 #include "tools/xse/livehost.h"
 
 #include <cstdio>
+#include <thread>
 
 #include "platform/framework/wnd.h"
 #include "platform/interruptsignal.h"
+#include "platform/processexit.h"
+#include "platform/sleep.h"
 #include "tools/xse/argparse.h"
 #include "tools/xse/commands.h"
 
@@ -15,6 +18,10 @@ namespace {
 // and for a Ctrl-C.
 constexpr uint32_t kPumpMs = 5;
 constexpr int kExitStopped = 130;
+constexpr int kExitTerminated = 143;
+// How long a stopped reader thread may take to end before the process ends
+// without it; with the pump's steps, well within 200 ms of the request.
+constexpr uint64_t kStopGraceMs = 150;
 
 int64_t NowNs() {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -52,49 +59,122 @@ void LiveTap::Noted() {
   if (enough_ && enough_()) enough_reached_.store(true, std::memory_order_relaxed);
 }
 
+void LiveTap::OnPass(void* context) {
+  auto* tap = static_cast<LiveTap*>(context);
+  if (tap->passEnded_) tap->passEnded_();
+}
+
+int StoppedExitStatus(bool terminated) { return terminated ? kExitTerminated : kExitStopped; }
+
+namespace {
+
+// ConnectTo holds the main thread while it connects: this watches for a
+// stop meanwhile and passes it on. It keeps passing it on until the connect
+// is over, so a stop that lands before ConnectTo raised the running flag
+// is not lost.
+class ConnectWatch {
+ public:
+  ConnectWatch(CReader& reader, const platform::InterruptCatcher& interrupt, uint64_t idleExitMs)
+      : thread_([this, &reader, &interrupt, idleExitMs] {
+          const int64_t startNs = NowNs();
+          while (!over_.load()) {
+            const bool idle =
+                idleExitMs > 0 && static_cast<uint64_t>(NowNs() - startNs) >= idleExitMs * 1000000;
+            if (interrupt.Caught() || idle) {
+              reader.StopReader();
+              idle_.store(idle);
+            }
+            platform::SleepMilliseconds(kPumpMs);
+          }
+        }) {}
+  ConnectWatch(const ConnectWatch&) = delete;
+  ConnectWatch& operator=(const ConnectWatch&) = delete;
+  ~ConnectWatch() { End(); }
+
+  void End() {
+    over_.store(true);
+    if (thread_.joinable()) thread_.join();
+  }
+  bool idle() const { return idle_.load(); }
+
+ private:
+  std::atomic<bool> over_{false};
+  std::atomic<bool> idle_{false};
+  std::thread thread_;
+};
+
+std::string WithReason(std::string text, const LiveReports& reports) {
+  if (!reports.reason.empty()) text += ": " + reports.reason;
+  return text;
+}
+
+// The exit status of a run that ended without a stop request.
+int Outcome(int32_t result, bool idle, const LiveTap& tap, const LiveReports& reports,
+            const std::string& name) {
+  const bool records = tap.lastRecordNs() != 0;
+  if (result > 0) {
+    // Ended by itself: by the server, or by a failure.
+    if (reports.added && records) return kExitOk;
+    if (!records) {
+      return Fail(WithReason(
+          "the exchange with the XSE server at " + name + " failed before any data", reports));
+    }
+    return Fail(
+        WithReason("the XSE server at " + name + " broke off the data connection", reports));
+  }
+  if (!records) {
+    return Fail(std::string("no data from the XSE server at ") + name +
+                (idle ? " before the idle time ran out" : " before the run ended"));
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
 int RunLiveSession(CReader& reader, const ServerAddress& server, const std::string& name,
                    const LiveLimits& limits, const LiveTap& tap, const LiveReports& reports,
                    int32_t& result) {
   result = 0;
   platform::InterruptCatcher interrupt;
+  const auto stopped = [&interrupt] { return StoppedExitStatus(interrupt.Terminated()); };
   const auto& o = server.octets;
-  if (reader.ConnectTo(o[0], o[1], o[2], o[3], static_cast<int16_t>(server.port), 0) == 0) {
-    return Fail("cannot reach the XSE server at " + name);
+  ConnectWatch watch(reader, interrupt, limits.idleExitMs);
+  const int32_t connected =
+      reader.ConnectTo(o[0], o[1], o[2], o[3], static_cast<int16_t>(server.port), 0);
+  watch.End();
+  if (connected == 0) {
+    if (interrupt.Caught()) return stopped();
+    if (watch.idle()) return Outcome(-1, true, tap, reports, name);
+    return Fail(WithReason("cannot reach the XSE server at " + name, reports));
   }
   const int64_t startNs = NowNs();
   const auto elapsedMs = [](int64_t sinceNs) {
     return static_cast<uint64_t>((NowNs() - sinceNs) / 1000000);
   };
-  bool interrupted = false;
-  bool idle = false;
-  bool stopRequested = false;
+  bool idle = watch.idle();
+  int64_t stopNs = 0;
   while (!reader.WaitReaderThread(kPumpMs)) {
     platform::DispatchThreadMessages();
-    if (stopRequested) continue;
-    interrupted = interrupt.Caught();
+    if (stopNs != 0) {
+      // A reader thread stuck in a write to blocked output cannot end: the
+      // request is honoured anyway, dropping what it has not written.
+      if (interrupt.Caught() && elapsedMs(stopNs) >= kStopGraceMs) {
+        platform::ExitProcessNow(stopped());
+      }
+      continue;
+    }
     const int64_t last = tap.lastRecordNs();
-    idle = limits.idleExitMs > 0 && elapsedMs(last > 0 ? last : startNs) >= limits.idleExitMs;
+    idle = idle ||
+           (limits.idleExitMs > 0 && elapsedMs(last > 0 ? last : startNs) >= limits.idleExitMs);
     const bool timeUp = limits.durationMs > 0 && elapsedMs(startNs) >= limits.durationMs;
-    if (interrupted || idle || timeUp || tap.enough()) {
+    if (interrupt.Caught() || idle || timeUp || tap.enough()) {
       reader.StopReader();
-      stopRequested = true;
+      stopNs = NowNs();
     }
   }
   result = reader.JoinReaderThread();
-  if (interrupted) return kExitStopped;
-  if (result > 0) {
-    // Ended by itself: by the server, or by a failure.
-    if (reports.added) return kExitOk;
-    if (reports.bytes == 0 && tap.lastRecordNs() == 0) {
-      return Fail("the exchange with the XSE server at " + name + " failed before any data");
-    }
-    return Fail("the XSE server at " + name + " broke off the data connection");
-  }
-  if (tap.lastRecordNs() == 0) {
-    return Fail(std::string("no data from the XSE server at ") + name +
-                (idle ? " before the idle time ran out" : " before the run ended"));
-  }
-  return kExitOk;
+  if (interrupt.Caught()) return stopped();
+  return Outcome(result, idle, tap, reports, name);
 }
 
 }  // namespace xsetool

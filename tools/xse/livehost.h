@@ -29,11 +29,16 @@ std::optional<ServerAddress> ParseServerAddress(std::string_view text);
 
 // Passes every record on to `next` (may be null) on the reader thread and
 // notes when the last one came, for the main thread's idle check.
-// `enough`, when given, is asked after each record whether to stop.
+// `enough`, when given, is asked after each record whether to stop;
+// `passEnded`, when given, runs after each decoding pass (see OnPass).
 class LiveTap final : public quor::RecordVisitor<LiveTap> {
  public:
-  LiveTap(quor::ISurveyTarget* next, std::function<bool()> enough)
-      : next_(next), enough_(std::move(enough)) {}
+  LiveTap(quor::ISurveyTarget* next, std::function<bool()> enough,
+          std::function<void()> passEnded = nullptr)
+      : next_(next), enough_(std::move(enough)), passEnded_(std::move(passEnded)) {}
+
+  // For the plug-in's pass callback; `context` is the tap.
+  static void OnPass(void* context);
 
   // Steady-clock nanoseconds of the last record; 0 before the first.
   int64_t lastRecordNs() const { return lastRecordNs_.load(std::memory_order_relaxed); }
@@ -50,6 +55,7 @@ class LiveTap final : public quor::RecordVisitor<LiveTap> {
 
   quor::ISurveyTarget* next_;
   std::function<bool()> enough_;
+  std::function<void()> passEnded_;
   std::atomic<int64_t> lastRecordNs_{0};
   std::atomic<bool> enough_reached_{false};
 };
@@ -60,6 +66,7 @@ struct LiveReports {
   bool added = false;   // FileAdded: the server ended the data after some
   bool failed = false;  // FailedReading: the exchange failed
   int64_t bytes = 0;    // the bytes the last progress report counted
+  std::string reason;   // FailedReading's text, when it gave one
 };
 
 // An observer that only keeps the reports.
@@ -69,7 +76,10 @@ class LiveReportObserver final : public IReaderObserver {
     reports_.bytes = stat.done;
   }
   void OnFileAdded(const CReader&, const std::string&) override { reports_.added = true; }
-  void OnFailedReading(const CReader&, const char*) override { reports_.failed = true; }
+  void OnFailedReading(const CReader&, const char* text) override {
+    reports_.failed = true;
+    if (text != nullptr) reports_.reason = text;
+  }
   const LiveReports& reports() const { return reports_; }
 
  private:
@@ -85,11 +95,18 @@ struct LiveLimits {
 // `xse: REASON` on stderr when it is not 0: 0 when data arrived and the
 // exchange held (ended by the server, by a limit or by `tap` having
 // enough), 1 when the server could not be reached, the exchange failed or
-// nothing arrived before a limit ended the run, 130 on Ctrl-C. `result` is
-// the run's result (RunReader's: 1 ended by itself, -1 stopped; 0 when it
-// never ran).
+// no frame was decoded, 130 on Ctrl-C and 143 on a termination request,
+// in every state of the run. A run whose reader thread does not end within
+// a fraction of a second of the request (its output is blocked) is ended
+// at once with that status, dropping the records not yet written. `result`
+// is the run's result (RunReader's: 1 ended by itself, -1 stopped; 0 when
+// it never ran).
 int RunLiveSession(CReader& reader, const ServerAddress& server, const std::string& name,
                    const LiveLimits& limits, const LiveTap& tap, const LiveReports& reports,
                    int32_t& result);
+
+// The exit status of a stop request: 143 when it asked the program to end
+// (SIGTERM), else 130.
+int StoppedExitStatus(bool terminated);
 
 }  // namespace xsetool

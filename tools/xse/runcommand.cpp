@@ -100,13 +100,14 @@ class RunObserver final : public IReaderObserver {
     reports_.added = true;
   }
 
-  void OnFailedReading(const CReader& /*reader*/, const char* /*text*/) override {
+  void OnFailedReading(const CReader& /*reader*/, const char* text) override {
     if (events_) {
       std::string line;
       JsonBuilder(line).BeginObject().String("event", "failedReading").EndObject();
       Emit(line);
     }
     reports_.failed = true;
+    if (text != nullptr) reports_.reason = text;
   }
 
   // What a live run reported; read after the reader thread has ended.
@@ -149,18 +150,24 @@ int RunLive(CReader& reader, const XseReaderEntryPoints& entry, RunObserver& obs
     entry.setRecordTap(&reader, nullptr, 0);
     return status;
   }
+  // Counted by the plug-in in 64 bits: the progress report's count stops
+  // at 2^31 - 1, which a live session passes in minutes.
+  uint64_t bytes = 0;
+  uint64_t frames = 0;
+  entry.liveCounts(&reader, &bytes, &frames);
   if (events) {
     std::string line;
     JsonBuilder(line)
         .BeginObject()
         .String("event", "finished")
         .Number("result", result)
-        .Number("bytes", observer.done())
+        .Number("bytes", bytes)
+        .Number("frames", frames)
         .EndObject();
     RunObserver::Emit(line);
   } else {
-    std::printf("%s: %lld bytes processed\n", name.c_str(),
-                static_cast<long long>(observer.done()));
+    std::printf("%s: %llu bytes processed, %llu frames decoded\n", name.c_str(),
+                static_cast<unsigned long long>(bytes), static_cast<unsigned long long>(frames));
   }
   entry.setRecordTap(&reader, nullptr, 0);
   return status;

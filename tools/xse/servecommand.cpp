@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -29,8 +30,9 @@ constexpr const char* kServeHelp =
     "fast as the client takes them (or paced), ends the data and waits for the\n"
     "client's release. The first line on stdout tells the ports:\n"
     "  listening on 127.0.0.1:PORT, data port DATAPORT\n"
-    "At the end a summary of the session goes to stdout. Exit status 0 when the\n"
-    "client ran through to its release, 1 otherwise.\n"
+    "At the end one line says how much of the file went out and how fast.\n"
+    "Exit status 0 when the client ran through to its release, 1 otherwise\n"
+    "(the reason on stderr).\n"
     "\n"
     "  --port N         the server's port (default: any free port)\n"
     "  --data-port N    the data port (default: any free port)\n"
@@ -41,43 +43,44 @@ constexpr const char* kServeHelp =
     "  --wait SECONDS   how long to wait for the client at each step (default 60)\n"
     "  --help           show this help\n";
 
-}  // namespace
-
-int RunServeCommand(std::span<const std::string_view> args) {
+// What the command line asks for.
+struct ServeSettings {
   xseserver::Options options;
-  options.waitMs = 60000;
-  options.chunkBytes = 65536;
   uint64_t intervalMs = 0;
   uint64_t rate = 0;  // bytes per second; 0: as fast as the client takes them
   uint64_t loops = 1;
-  CommandLine line("serve", kServeUsage, kServeHelp);
-  const auto portIn = [](uint16_t& target) {
-    return [&target](std::string_view value) {
-      const auto port = ParseUnsigned(value);
-      if (!port || *port > 65535) return false;
-      target = static_cast<uint16_t>(*port);
-      return true;
-    };
+};
+
+std::function<bool(std::string_view)> PortIn(uint16_t& target) {
+  return [&target](std::string_view value) {
+    const auto port = ParseUnsigned(value);
+    if (!port || *port > 65535) return false;
+    target = static_cast<uint16_t>(*port);
+    return true;
   };
-  line.Value("--port", portIn(options.port));
-  line.Value("--data-port", portIn(options.dataPort));
+}
+
+void AddServeOptions(CommandLine& line, ServeSettings& settings) {
+  xseserver::Options& options = settings.options;
+  line.Value("--port", PortIn(options.port));
+  line.Value("--data-port", PortIn(options.dataPort));
   line.Value("--chunk", [&options](std::string_view value) {
     const auto bytes = ParseByteSize(value);
     if (!bytes || *bytes == 0 || *bytes > (64u << 20)) return false;  // 1 byte to 64M
     options.chunkBytes = static_cast<size_t>(*bytes);
     return true;
   });
-  line.Value("--rate", [&rate](std::string_view value) {
-    rate = ParseByteSize(value).value_or(0);
-    return rate > 0;
+  line.Value("--rate", [&settings](std::string_view value) {
+    settings.rate = ParseByteSize(value).value_or(0);
+    return settings.rate > 0;
   });
-  line.Value("--loop", [&loops](std::string_view value) {
-    loops = ParseUnsigned(value).value_or(0);
-    return loops > 0 && loops <= 1000000;
+  line.Value("--loop", [&settings](std::string_view value) {
+    settings.loops = ParseUnsigned(value).value_or(0);
+    return settings.loops > 0 && settings.loops <= 1000000;
   });
-  line.Value("--interval-ms", [&intervalMs](std::string_view value) {
+  line.Value("--interval-ms", [&settings](std::string_view value) {
     const auto ms = ParseUnsigned(value);
-    intervalMs = ms.value_or(0);
+    settings.intervalMs = ms.value_or(0);
     return ms && *ms <= 60000;
   });
   line.Value("--wait", [&options](std::string_view value) {
@@ -86,6 +89,75 @@ int RunServeCommand(std::span<const std::string_view> args) {
     options.waitMs = static_cast<uint32_t>(*seconds * 1000);
     return true;
   });
+}
+
+// Hands out the file, one chunk in memory at a time, as often as asked;
+// with a rate, each chunk waits until the bytes before it are due.
+class FilePlayer {
+ public:
+  FilePlayer(platform::ReadOnlyFile& input, const ServeSettings& settings)
+      : input_(input), settings_(settings), chunk_(settings.options.chunkBytes) {}
+
+  std::span<const uint8_t> Next() {
+    if (handedOut_ == 0) start_ = std::chrono::steady_clock::now();
+    if (handedOut_ > 0 && settings_.intervalMs > 0)
+      platform::SleepMilliseconds(static_cast<uint32_t>(settings_.intervalMs));
+    if (settings_.rate > 0) {
+      std::this_thread::sleep_until(
+          start_ + std::chrono::microseconds(handedOut_ * 1000000 / settings_.rate));
+    }
+    for (;;) {
+      const auto count = input_.ReadAt(offset_, chunk_);
+      if (!count) {
+        readFailed_ = true;
+        return {};
+      }
+      if (*count == 0 && ++played_ < settings_.loops && offset_ > 0) {
+        offset_ = 0;  // the next time over
+        continue;
+      }
+      offset_ += *count;
+      handedOut_ += *count;
+      return {chunk_.data(), *count};
+    }
+  }
+
+  bool readFailed() const { return readFailed_; }
+  // Seconds from the first chunk handed out until now.
+  double SecondsSinceStart() const {
+    if (handedOut_ == 0) return 0.0;
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  }
+
+ private:
+  platform::ReadOnlyFile& input_;
+  const ServeSettings& settings_;
+  std::vector<uint8_t> chunk_;
+  uint64_t offset_ = 0;
+  uint64_t played_ = 0;
+  uint64_t handedOut_ = 0;
+  bool readFailed_ = false;
+  std::chrono::steady_clock::time_point start_;
+};
+
+// What a person wants to know of the session: how much of the file went
+// out and how fast. Whether the client saw it through is the exit status.
+void PrintSummary(const xseserver::Session& session, uint64_t fileBytes, double seconds) {
+  const double megabytes = static_cast<double>(session.bytesSent) / 1e6;
+  std::printf("bytes sent %llu of %llu in %.1f s (%.1f MB/s)\n",
+              static_cast<unsigned long long>(session.bytesSent),
+              static_cast<unsigned long long>(fileBytes), seconds,
+              seconds > 0 ? megabytes / seconds : 0.0);
+}
+
+}  // namespace
+
+int RunServeCommand(std::span<const std::string_view> args) {
+  ServeSettings settings;
+  settings.options.waitMs = 60000;
+  settings.options.chunkBytes = 65536;
+  CommandLine line("serve", kServeUsage, kServeHelp);
+  AddServeOptions(line, settings);
   if (const auto exit = line.Parse(args)) return *exit;
   if (line.operands().empty()) return line.UsageError("no input file");
   if (line.operands().size() > 1) return line.UsageError("one file at a time");
@@ -96,7 +168,7 @@ int RunServeCommand(std::span<const std::string_view> args) {
     std::fprintf(stderr, "xse serve: %s: %s\n", file.c_str(), input.error().c_str());
     return kExitFailure;
   }
-  xseserver::XseServer server(options);
+  xseserver::XseServer server(settings.options);
   std::string error;
   if (!server.Start(error)) {
     std::fprintf(stderr, "xse serve: %s\n", error.c_str());
@@ -105,43 +177,10 @@ int RunServeCommand(std::span<const std::string_view> args) {
   std::printf("listening on 127.0.0.1:%u, data port %u\n", server.port(), server.dataPort());
   std::fflush(stdout);
 
-  // The file is sent as it is read, one chunk in memory at a time; with a
-  // rate, each chunk waits until the bytes before it are due.
-  std::vector<uint8_t> chunk(options.chunkBytes);
-  uint64_t offset = 0;
-  uint64_t played = 0;
-  uint64_t handedOut = 0;
-  bool readFailed = false;
-  std::chrono::steady_clock::time_point start;
-  const xseserver::Session session = server.ServeOne([&]() -> std::span<const uint8_t> {
-    if (handedOut == 0) start = std::chrono::steady_clock::now();
-    if (handedOut > 0 && intervalMs > 0)
-      platform::SleepMilliseconds(static_cast<uint32_t>(intervalMs));
-    if (rate > 0) {
-      std::this_thread::sleep_until(start + std::chrono::microseconds(handedOut * 1000000 / rate));
-    }
-    for (;;) {
-      const auto count = input.ReadAt(offset, chunk);
-      if (!count) {
-        readFailed = true;
-        return {};
-      }
-      if (*count == 0 && ++played < loops && offset > 0) {
-        offset = 0;  // the next time over
-        continue;
-      }
-      offset += *count;
-      handedOut += *count;
-      return {chunk.data(), *count};
-    }
-  });
-
-  std::printf("requests %zu, set-up frames %zu, bytes sent %llu of %llu, acknowledge released %s\n",
-              session.requests.size(), session.setupFrames.size(),
-              static_cast<unsigned long long>(session.bytesSent),
-              static_cast<unsigned long long>(input.Size().value_or(0)) * loops,
-              session.acknowledgeReleased ? "yes" : "no");
-  if (readFailed) {
+  FilePlayer player(input, settings);
+  const xseserver::Session session = server.ServeOne([&player] { return player.Next(); });
+  PrintSummary(session, input.Size().value_or(0) * settings.loops, player.SecondsSinceStart());
+  if (player.readFailed()) {
     std::fprintf(stderr, "xse serve: %s: %s\n", file.c_str(), input.error().c_str());
     return kExitFailure;
   }

@@ -60,12 +60,54 @@ constexpr SocketErrorText kReceiveErrorTexts[] = {
     {10093, " A successful WSAStartup must occur before using this function. "},
 };
 
+// Failures of the exchange itself, numbered apart from the socket errors.
+enum ExchangeFailure : uint32_t {
+  kNoAcknowledge = 1,
+  kBadAcknowledge,
+  kNoAcknowledgeInTime,
+  kNoFrame,
+  kNoMemory,
+};
+
+// What a person reads at the end of a failed live run.
+constexpr SocketErrorText kFailureTexts[] = {
+    {kNoAcknowledge, "the server closed the connection without an acknowledge"},
+    {kBadAcknowledge, "the server's acknowledge was too short"},
+    {kNoAcknowledgeInTime, "no acknowledge from the server in time"},
+    {kNoFrame, "no frame could be decoded from what the server sent"},
+    {kNoMemory, "out of memory for a frame"},
+    {platform::kSocketConnectionRefused, "connection refused"},
+    {platform::kSocketTimedOut, "connection timed out"},
+    {platform::kSocketHostUnreachable, "host unreachable"},
+    {platform::kSocketNetworkUnreachable, "network unreachable"},
+    {platform::kSocketNetworkDown, "network is down"},
+    {platform::kSocketConnectionReset, "connection reset by the server"},
+    {platform::kSocketAddressNotAvailable, "address not available"},
+    {platform::kSocketInterrupted, "stopped"},
+};
+
 }  // namespace
 
 ElacConnection::ElacConnection(quor::ISurveyTarget* target)
-    : CSocketClient(false), ElacReader(target, kAllBeams) {}
+    : CSocketClient(false), ElacReader(target, kAllBeams) {
+  SetStatistics(&liveStatistics_);
+}
 
-ElacConnection::ElacConnection() : CSocketClient(false) {}
+ElacConnection::ElacConnection() : CSocketClient(false) { SetStatistics(&liveStatistics_); }
+
+void ElacConnection::NoteFailure(uint32_t code) {
+  if (failureCode_ == 0) failureCode_ = code;
+}
+
+const char* ElacConnection::FailureText() const {
+  uint32_t code = failureCode_;
+  // Phase 1's failure is the reader thread's to read only once published.
+  if (code == 0 && phaseOne_.load(std::memory_order_acquire) == kRefused) code = phaseOneError_;
+  if (code == 0 && ended_ && framesDecoded() == 0) code = kNoFrame;
+  if (code == 0) return nullptr;
+  if (const char* text = FindSocketErrorText(kFailureTexts, code)) return text;
+  return "the connection failed";
+}
 
 ElacConnection::~ElacConnection() {
   QUORLOG(1, "~ElacConnection()");
@@ -136,6 +178,7 @@ bool ElacConnection::Connect(int32_t type, int16_t port, const uint8_t* address,
           connected);
   if (connected == 0) {
     TraceSocketError(lastError());  // a connect error: the connect texts
+    NoteFailure(lastError());
     return false;
   }
   SetPacketLength(kRequestPacketLength);
@@ -144,6 +187,7 @@ bool ElacConnection::Connect(int32_t type, int16_t port, const uint8_t* address,
   phaseOne_.store(kPending, std::memory_order_release);
   if (SendFrame(request, elac::RequestFrame::kSize) != 0) return true;
   state_ = CONNECTED;
+  phaseOneError_ = lastError();
   phaseOne_.store(kRefused, std::memory_order_release);
   ReportReceiveError(lastError());
   return false;
@@ -157,12 +201,14 @@ int32_t ElacConnection::OnReceive(uintptr_t wParam, intptr_t lParam) {
     if (state_ == CLIENTREQUEST) {
       // The server went away without an acknowledge.
       state_ = CONNECTED;
+      phaseOneError_ = error != 0 ? error : kNoAcknowledge;
       phaseOne_.store(kRefused, std::memory_order_release);
     } else if (state_ == READYFORDATA || state_ == DATARECEIVED) {
       // What was sent before the close has been read: the data ends here.
       ended_ = true;
       if (error != 0) {
         failed_ = true;
+        NoteFailure(error);
         ReportReceiveError(error);
       }
     }
@@ -194,15 +240,15 @@ int32_t ElacConnection::OnReceive(uintptr_t wParam, intptr_t lParam) {
 }
 
 int32_t ElacConnection::ReceiveAcknowledge() {
-  // The acknowledge is read into the data buffer's room, which is free
-  // until the data connection is up.
-  const std::span<uint8_t> room = decoder_.Room();
-  const int32_t received = platform::ReceiveFromSocket(
-      socket_, room.data(),
-      static_cast<int32_t>(std::min<size_t>(room.size(), elac::LiveDecoder::kInitialCapacity)));
+  // Read apart from the decoder: the reader thread may look at the decoder
+  // at any time (after its wait for this ran out, say).
+  const std::span<uint8_t> room(acknowledgeBytes_);
+  const int32_t received =
+      platform::ReceiveFromSocket(socket_, room.data(), static_cast<int32_t>(room.size()));
   if (received == -1) {
     const uint32_t error = platform::LastSocketError();
     state_ = CONNECTED;
+    phaseOneError_ = error;
     phaseOne_.store(kRefused, std::memory_order_release);
     ReportReceiveError(error);
     return 0;
@@ -211,6 +257,7 @@ int32_t ElacConnection::ReceiveAcknowledge() {
     QUORLOG(1, "OnReceive(): Bad request acknowledge from server!? %d bytes expected",
             static_cast<int32_t>(elac::AcknowledgeFrame::kFrameLength));
     state_ = CONNECTED;
+    phaseOneError_ = kBadAcknowledge;
     phaseOne_.store(kRefused, std::memory_order_release);
     return 0;
   }
@@ -251,6 +298,7 @@ bool ElacConnection::Open(const char* /*name*/) {
       if (waited >= std::chrono::milliseconds(limits_.acknowledgeMs)) {
         QUORLOG(1, "Open(): no acknowledge from server within %d ms - giving up",
                 static_cast<int32_t>(limits_.acknowledgeMs));
+        NoteFailure(kNoAcknowledgeInTime);
         failed_ = true;
         return false;
       }
@@ -276,6 +324,7 @@ bool ElacConnection::Open(const char* /*name*/) {
     QUORLOG(1, "Couldn't connect finally to server port %d!?", acknowledgeFrame_->SignedDataPort());
     state_ = NOTCONNECTED;
     TraceSocketError(lastError());  // a connect error: the connect texts
+    NoteFailure(lastError());
     failed_ = true;
     return false;
   }
@@ -296,6 +345,7 @@ bool ElacConnection::Open(const char* /*name*/) {
                     SendFrame(setup3, setup3.kSize) != 0;
   if (!sent) {
     state_ = CONNECTED;
+    NoteFailure(lastError());
     ReportReceiveError(lastError());
     failed_ = true;
     return false;
@@ -308,6 +358,15 @@ size_t ElacConnection::ReadWaiting() {
   size_t total = 0;
   while (!ended_ && IsConnected()) {
     const std::span<uint8_t> room = decoder_.Room();
+    if (room.empty() && decoder_.outOfMemory()) {
+      // Waiting would wait for ever: no later read can complete the frame.
+      QUORLOG(1, "receiveData(): no memory for a frame of %lld bytes - giving up",
+              static_cast<long long>(decoder_.wanted()));
+      NoteFailure(kNoMemory);
+      ended_ = true;
+      failed_ = true;
+      break;
+    }
     if (room.empty()) {
       // Full: nothing is discarded. The bytes wait in the kernel, and TCP
       // slows the server down until the held frames are decoded.
@@ -334,6 +393,7 @@ size_t ElacConnection::ReadWaiting() {
     }
     const uint32_t error = platform::LastSocketError();
     if (error == platform::kSocketWouldBlock) break;
+    NoteFailure(error);
     ReportReceiveError(error);
     QUORLOG(1, "receiveData(): the data connection failed - giving up");
     ended_ = true;

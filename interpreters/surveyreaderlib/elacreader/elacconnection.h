@@ -12,6 +12,7 @@
 // byte is ever discarded to make room (see LiveDecoder).
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -21,6 +22,7 @@
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 #include "interpreters/surveyreaderlib/elacreader/ielaccontainer.h"
 #include "interpreters/surveyreaderlib/elacreader/livedecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/readstatistics.h"
 #include "quorsocket/socketclient.h"
 
 class ElacConnection : public CSocketClient, public IElacContainer, public ElacReader {
@@ -60,6 +62,10 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   // receiveData end as soon as `running` (not owned; null: never) reads 0.
   void SetRunningFlag(const std::atomic<int32_t>* running);
   void SetLimits(const Limits& limits) { limits_ = limits; }
+  // Where the buffer's growth takes its memory; for tests.
+  void SetDecoderAllocator(elac::LiveDecoder::Allocate allocate) {
+    decoder_.SetAllocator(allocate);
+  }
 
   // Phase 1: connects to `address` (four bytes, first octet first):`port`
   // and sends the request naming the client `name` (null: no name). True
@@ -91,9 +97,15 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   // The reader thread's view: the exchange failed (phase 1, phase 2, or the
   // data connection reset).
   bool Failed() const { return failed_; }
-  // The server ended the data connection in order after data had arrived.
-  bool EndedWithData() const { return ended_ && !failed_ && bytesReceived_ > 0; }
+  // The server ended the data connection in order after at least one frame
+  // was decoded: bytes that held no frame are no data.
+  bool EndedWithData() const { return ended_ && !failed_ && framesDecoded() > 0; }
   uint64_t bytesReceived() const { return bytesReceived_; }
+  uint64_t framesDecoded() const { return liveStatistics_.FramesDecoded(); }
+  // Why the exchange failed or came to nothing, in a person's words with the
+  // system's error text where there is one ("connection refused"); null
+  // while there is nothing to say.
+  const char* FailureText() const;
 
   State state() const { return state_; }
   // Bytes held, not yet consumed.
@@ -109,6 +121,8 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   // ended; returns the bytes read.
   size_t ReadWaiting();
   bool GiveUp(const char* reason);
+  // Notes `code` (a socket error) as the failure, unless one is noted.
+  void NoteFailure(uint32_t code);
   bool Running() const { return running_ == nullptr || running_->load() != 0; }
   // Sends a message record in network order and turns it back; traces the
   // send as "Open ... Send ...". Returns the send's result.
@@ -123,6 +137,11 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   Limits limits_;
   const std::atomic<int32_t>* running_ = nullptr;
   std::chrono::steady_clock::time_point requestSent_;
+  // Phase 1's own: the acknowledge is read here, never into the decoder,
+  // which belongs to the reader thread.
+  std::array<uint8_t, elac::AcknowledgeFrame::kSize> acknowledgeBytes_{};
+  // Phase 1's failure, published with phaseOne_.
+  uint32_t phaseOneError_ = 0;
   // Phase 1's outcome, published by the thread that handles the
   // acknowledge (release order) once it has stored it and set its state.
   std::atomic<int32_t> phaseOne_{kNoRequest};
@@ -130,4 +149,6 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   bool failed_ = false;
   bool ended_ = false;
   uint64_t bytesReceived_ = 0;
+  uint32_t failureCode_ = 0;  // a socket error, or one of the connection's own
+  elac::ReadStatistics liveStatistics_;
 };

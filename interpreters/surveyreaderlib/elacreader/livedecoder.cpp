@@ -34,8 +34,10 @@ std::span<uint8_t> LiveDecoder::Room() {
   }
   if (tail_ == capacity_ && wanted_ > capacity_) {
     const size_t grown = std::min(std::max(wanted_, capacity_ * 2), kMostCapacity);
-    std::unique_ptr<uint8_t[]> bigger(new (std::nothrow) uint8_t[grown]);
-    if (bigger == nullptr) return {};
+    std::unique_ptr<uint8_t[]> bigger(allocate_ != nullptr ? allocate_(grown)
+                                                           : new (std::nothrow) uint8_t[grown]);
+    outOfMemory_ = bigger == nullptr;
+    if (outOfMemory_) return {};
     std::memcpy(bigger.get(), bytes_.get(), tail_);
     bytes_ = std::move(bigger);
     capacity_ = grown;

@@ -31,7 +31,8 @@ class LiveDecoder {
 
   // Where the next read may store its bytes; empty when the buffer is full
   // and the frame at its head fits it (decode first). Grows the buffer when
-  // that frame needs more room. Empty also when growing ran out of memory.
+  // that frame needs more room. Empty also when growing ran out of memory
+  // (see outOfMemory).
   std::span<uint8_t> Room();
   // Takes `count` bytes stored at the start of the last Room.
   void Commit(size_t count);
@@ -49,6 +50,13 @@ class LiveDecoder {
   // The bytes the frame at the head needs, once its size is known; 0 when
   // no frame start is held.
   size_t wanted() const { return wanted_; }
+  // The last Room could not grow the buffer for the frame at the head: more
+  // reads cannot help.
+  bool outOfMemory() const { return outOfMemory_; }
+  // Where growth takes its memory (null: the heap); for tests that make it
+  // fail.
+  using Allocate = uint8_t* (*)(size_t bytes);
+  void SetAllocator(Allocate allocate) { allocate_ = allocate; }
 
  private:
   std::unique_ptr<uint8_t[]> bytes_;
@@ -56,6 +64,8 @@ class LiveDecoder {
   size_t head_ = 0;  // first byte held
   size_t tail_ = 0;  // one past the last byte held
   size_t wanted_ = 0;
+  bool outOfMemory_ = false;
+  Allocate allocate_ = nullptr;
   MemoryStream stream_;
 };
 

@@ -41,6 +41,8 @@ bool XseReaderModule::Load(const std::string& path) {
   lookUp(found.setupProperties, "XSEReaderSetupProperties");
   lookUp(found.convertTime, "XSEReaderConvertTime");
   lookUp(found.setRecordTap, "XSEReaderSetRecordTap");
+  lookUp(found.liveCounts, "XSEReaderLiveCounts");
+  lookUp(found.setPassCallback, "XSEReaderSetPassCallback");
   lookUp(found.createSettingsPage, "CreateElacSettingsDlg");
   lookUp(found.destroySettingsPage, "DestroyElacSettingsDlg");
   if (!complete) {

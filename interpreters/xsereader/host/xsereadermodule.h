@@ -18,6 +18,8 @@ struct XseReaderEntryPoints {
   decltype(&XSEReaderSetupProperties) setupProperties = nullptr;
   decltype(&XSEReaderConvertTime) convertTime = nullptr;
   decltype(&XSEReaderSetRecordTap) setRecordTap = nullptr;
+  decltype(&XSEReaderLiveCounts) liveCounts = nullptr;
+  decltype(&XSEReaderSetPassCallback) setPassCallback = nullptr;
   decltype(&CreateElacSettingsDlg) createSettingsPage = nullptr;
   decltype(&DestroyElacSettingsDlg) destroySettingsPage = nullptr;
 };

@@ -14,6 +14,7 @@
 #include "interpreters/surveyreaderlib/elacreader/elacconnection.h"
 #include "interpreters/xsereader/zxsereader.h"
 #include "platform/framework/wnd.h"
+#include "platform/tcpsocket.h"
 #include "tools/xseserver/xseserver.h"
 #include "xsereadertestsupport.h"
 
@@ -77,6 +78,52 @@ TEST(ZXSEReaderLiveTest, StopEndsTheRunWithin200MsWhateverTheServerDoes) {
     serving = false;
     serverThread.join();
   }
+}
+
+// Phase 1 runs on the host's thread inside ConnectTo: a StopReader from
+// another thread, early or late, ends it within 200 ms and is not undone
+// when the reader thread starts.
+TEST(ZXSEReaderLiveTest, StopFromAnotherThreadDuringTheConnectIsNeverLost) {
+  uint16_t closed = 0;
+  platform::CloseSocket(platform::ListenOnLoopback(closed));
+  // A listener that never accepts, its queue filled: connects hang there.
+  uint16_t full = 0;
+  const platform::SocketHandle listener = platform::ListenOnLoopback(full, 0);
+  std::vector<platform::SocketHandle> queued;
+  for (int i = 0; i < 4; ++i) {
+    queued.push_back(platform::CreateIpv4Socket(platform::kStreamSocket));
+    platform::ConnectIpv4Within(queued.back(), 0x0100007Fu, full, 50);
+  }
+  struct Case {
+    const char* name;
+    uint16_t port;
+    Clock::duration stopAfter;
+  };
+  const Case cases[] = {
+      {"refused port, stop at once", closed, 0ms},
+      {"refused port, stop in a pause", closed, 100ms},
+      {"full accept queue", full, 300ms},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    ZXSEReader reader;
+    Clock::time_point stop;
+    std::thread stopper([&] {
+      std::this_thread::sleep_for(c.stopAfter);
+      stop = Clock::now();
+      reader.StopReader();
+    });
+    const int32_t connected = reader.ConnectTo(127, 0, 0, 1, static_cast<int16_t>(c.port), 0);
+    const auto ended = Clock::now();
+    stopper.join();
+    if (connected != 0) {
+      while (!reader.WaitReaderThread(1)) platform::DispatchThreadMessages();
+      EXPECT_EQ(reader.JoinReaderThread(), -1) << "the stop was undone";
+    }
+    EXPECT_LT(ended - stop, 200ms);
+  }
+  for (const platform::SocketHandle socket : queued) platform::CloseSocket(socket);
+  platform::CloseSocket(listener);
 }
 
 // The connection dies on another thread at any moment around the arrival

@@ -145,6 +145,7 @@ class ElacConnectionTest : public sockettest::SocketTest {
     dataPort_ = server.dataPort();
     std::jthread serving([&] { session_ = server.ServeOne(survey); });
     auto connection = std::make_unique<ElacConnection>(&target_);
+    if (allocate_ != nullptr) connection->SetDecoderAllocator(allocate_);
     ASSERT_TRUE(
         connection->Connect(0, static_cast<int16_t>(server.port()), kLoopback, "XSEReader"));
     std::atomic<bool> done{false};
@@ -158,6 +159,7 @@ class ElacConnectionTest : public sockettest::SocketTest {
         processed_ += processed;
       endedWithData_ = connection->EndedWithData();
       failed_ = connection->Failed();
+      if (const char* text = connection->FailureText()) failure_ = text;
       connection.reset();
       done = true;
     });
@@ -175,6 +177,8 @@ class ElacConnectionTest : public sockettest::SocketTest {
   int64_t processed_ = 0;
   bool endedWithData_ = false;
   bool failed_ = false;
+  std::string failure_;
+  elac::LiveDecoder::Allocate allocate_ = nullptr;
 };
 
 TEST_F(ElacConnectionTest, LiveSurveyIsDecodedOnceInOrderAndTheServerReleased) {
@@ -240,6 +244,18 @@ TEST_F(ElacConnectionTest, RefusedDataPortTracesTheRefusalNotALaterError) {
   EXPECT_EQ(CountLinesEndingWith("The attempt to connect was forcefully rejected. "), 4u);
   EXPECT_EQ(CountLinesEndingWith("Couldn't connect finally to server port " +
                                  std::to_string(static_cast<int16_t>(closed)) + "!?"),
+            1u);
+}
+
+// Waiting for room that never comes would stall the run for good.
+TEST_F(ElacConnectionTest, AFailedBufferGrowthEndsTheRunWithItsReason) {
+  allocate_ = [](size_t) -> uint8_t* { return nullptr; };
+  RunLive(xseserver::Options{}, SidescanFrame(std::endian::big, 1, 600000));
+  EXPECT_TRUE(failed_);
+  EXPECT_EQ(failure_, "out of memory for a frame");
+  EXPECT_EQ(CountLinesEndingWith("no memory for a frame of " +
+                                 std::to_string(SidescanFrame(std::endian::big, 1, 600000).size()) +
+                                 " bytes - giving up"),
             1u);
 }
 
