@@ -11,6 +11,7 @@
 #include <string>
 
 #include "interpreters/surveyreaderlib/recordfilter.h"
+#include "interpreters/surveyreaderlib/soundings/grid.h"
 #include "interpreters/surveyreaderlib/soundings/soundings.h"
 #include "python/recorddicts.h"
 #include "python/surveyarrays.h"
@@ -266,6 +267,43 @@ py::array Soundings(const py::object& pathObject, const std::string& head) {
                   .Build(sizeof(SoundingRow)));
 }
 
+// grid_cells(): one file's soundings binned into UTM cells, as arrays.
+template <typename T, typename Get>
+py::array_t<T> CellColumn(const soundings::PartialGrid& grid, Get get) {
+  py::array_t<T> column(static_cast<py::ssize_t>(grid.cells().size()));
+  T* out = column.mutable_data();
+  for (const auto& [key, cell] : grid.cells()) *out++ = get(key, cell);
+  return column;
+}
+
+py::dict GridCells(const py::object& pathObject, double cell, int zoneNumber, bool south,
+                   const std::string& head) {
+  if (!(cell > 0)) throw py::value_error("cell must be above 0");
+  if (zoneNumber < 1 || zoneNumber > 60) throw py::value_error("zone must be 1 to 60");
+  const std::string path = PathArgument(pathObject);
+  auto reader = Open(path, HeadsArgument(head));
+  soundings::PartialGrid grid;
+  {
+    py::gil_scoped_release unlocked;
+    soundings::GridBinner binner(cell, soundings::UtmZone{zoneNumber, south}, grid);
+    soundings::SoundingTarget target(binner);
+    reader->ReadAll(target);
+    target.Finish();
+  }
+  using Cell = soundings::GridCell;
+  using Grid = soundings::PartialGrid;
+  py::dict cells;
+  cells["columns"] =
+      CellColumn<int64_t>(grid, [](uint64_t k, const Cell&) { return Grid::ColumnOf(k); });
+  cells["rows"] = CellColumn<int64_t>(grid, [](uint64_t k, const Cell&) { return Grid::RowOf(k); });
+  cells["sums"] = CellColumn<int64_t>(grid, [](uint64_t, const Cell& c) { return c.depthSum; });
+  cells["counts"] = CellColumn<int64_t>(grid, [](uint64_t, const Cell& c) { return c.count; });
+  cells["squares"] = CellColumn<double>(grid, [](uint64_t, const Cell& c) { return c.squareSum; });
+  cells["minimum"] = CellColumn<float>(grid, [](uint64_t, const Cell& c) { return c.minimum; });
+  cells["maximum"] = CellColumn<float>(grid, [](uint64_t, const Cell& c) { return c.maximum; });
+  return cells;
+}
+
 // records(): an iterator over one file's records of the wanted kinds.
 class RecordIterator {
  public:
@@ -290,7 +328,7 @@ class RecordIterator {
 }  // namespace
 }  // namespace xsepython
 
-PYBIND11_MODULE(xsereader, module) {
+PYBIND11_MODULE(_xsereader, module) {
   using namespace xsepython;
   module.doc() = "Reads multibeam survey data in the XSE format.";
   module.attr("__version__") = xsereader::Version();
@@ -318,6 +356,17 @@ since 1970), pingNumber, beam, latitude and longitude (degrees, WGS84),
 depth (as recorded) and quality (-1 where the ping carries none). Pings
 outside the navigation, beams of quality 0 or without depth or distances,
 and positions not in WGS84 are left out. Raises as read() does.)");
+
+  module.def("grid_cells", &GridCells, py::arg("path"), py::arg("cell"), py::arg("zone"),
+             py::arg("south") = false, py::arg("head") = "all",
+             R"(Bins the soundings of an XSE file (as soundings() makes them) into square
+cells of `cell` metres in UTM zone `zone` (1 to 60; south for the southern
+hemisphere), aligned to multiples of the cell size. Returns a dict of
+equal-length arrays, one entry per cell touched: columns and rows (int64,
+easting and northing divided by the cell, rounded down), sums (int64, depth
+sums in tenths of a millimetre), counts (int64), squares (float64, sums of
+squared depths), minimum and maximum (float32). xsereader.grid combines
+them; `xse grid` bins alike. Raises as read() does.)");
 
   py::class_<RecordIterator>(module, "RecordIterator")
       .def("__iter__", [](RecordIterator& self) -> RecordIterator& { return self; })

@@ -1,0 +1,220 @@
+"""Depth grids over many XSE files, in one process or on a Dask cluster.
+
+Each file is binned in C++ (xsereader.grid_cells) into the cells of a UTM
+zone it touched; partial grids are combined pairwise, in a tree on a
+cluster, so no process holds more than a grid. Cells are aligned to
+multiples of the cell size and depth sums are integers (tenths of a
+millimetre): any order of combination gives the same cells, equal to
+those of `xse grid` on the same files.
+
+    grid = grid_files(paths, 5.0)                    # in this process
+    grid = grid_files(paths, 5.0, client=client)     # one task per file
+    grid.write_geotiff("grid.tif")
+
+    python3 -m xsereader.grid --scheduler tcp://10.0.0.1:8786 --cell 5 -o grid.tif FILES
+"""
+import argparse
+import os
+import sys
+
+import numpy as np
+
+from . import _xsereader
+
+DEPTH_UNITS_PER_METRE = 10000
+_FIELDS = ("columns", "rows", "sums", "counts", "squares", "minimum", "maximum")
+
+
+class GridError(ValueError):
+    """A file that cannot be gridded; the message names it."""
+
+
+def parse_zone(text):
+    """'32N' or '33S' as (32, False) or (33, True)."""
+    try:
+        number, hemisphere = int(text[:-1]), text[-1].upper()
+    except (ValueError, IndexError):
+        number, hemisphere = 0, ""
+    if not 1 <= number <= 60 or hemisphere not in "NS" or not hemisphere:
+        raise ValueError(f"zone {text!r}: give the number 1 to 60 and N or S, as 32N")
+    return number, hemisphere == "S"
+
+
+class PartialGrid:
+    """The cells some files touched: keys and their sums, as arrays."""
+
+    def __init__(self, cells):
+        self.cells = cells  # dict of the _FIELDS, equal-length arrays
+
+    @staticmethod
+    def empty():
+        types = (np.int64,) * 4 + (np.float64, np.float32, np.float32)
+        return PartialGrid({f: np.zeros(0, dtype=t) for f, t in zip(_FIELDS, types)})
+
+    def soundings(self):
+        return int(self.cells["counts"].sum())
+
+
+def combine(a, b):
+    """The partial grid of both; exact in sums, counts, minima and maxima."""
+    joined = {f: np.concatenate((a.cells[f], b.cells[f])) for f in _FIELDS}
+    if len(joined["columns"]) == 0:
+        return PartialGrid(joined)
+    order = np.lexsort((joined["columns"], joined["rows"]))
+    joined = {f: v[order] for f, v in joined.items()}
+    columns, rows = joined["columns"], joined["rows"]
+    starts = np.flatnonzero(
+        np.concatenate(([True], (columns[1:] != columns[:-1]) | (rows[1:] != rows[:-1])))
+    )
+    out = {"columns": columns[starts], "rows": rows[starts]}
+    for field in ("sums", "counts", "squares"):
+        out[field] = np.add.reduceat(joined[field], starts)
+    out["minimum"] = np.minimum.reduceat(joined["minimum"], starts)
+    out["maximum"] = np.maximum.reduceat(joined["maximum"], starts)
+    return PartialGrid(out)
+
+
+def _has_xse_data(path):
+    return next(iter(_xsereader.records(path)), None) is not None
+
+
+def zone_of_file(path):
+    """The UTM zone ('32N') of a file's first WGS84 fix."""
+    for record in _xsereader.records(path, kinds=["position"]):
+        if record["fieldMask"] & 0x3 == 0x3:
+            lat, lon = np.degrees(record["geographicFirst"]), np.degrees(record["geographicSecond"])
+            number = int(np.floor((lon + 180.0) / 6.0)) % 60 + 1
+            return f"{number}{'S' if lat < 0 else 'N'}"
+    if not _has_xse_data(path):
+        raise GridError(f"{path}: no XSE data found")
+    raise GridError(f"{path}: no WGS84 position to choose a UTM zone from; give a zone")
+
+
+def partial_grid(path, cell, zone, head="all"):
+    """One file binned into cells of `cell` metres in `zone` ('32N')."""
+    number, south = parse_zone(zone)
+    partial = PartialGrid(_xsereader.grid_cells(path, cell, number, south, head))
+    if partial.soundings() == 0 and not _has_xse_data(path):
+        raise GridError(f"{path}: no XSE data found")
+    return partial
+
+
+class Grid:
+    """A finished grid: its cells, cell size and zone."""
+
+    def __init__(self, partial, cell, zone):
+        self.partial, self.cell, self.zone = partial, cell, zone
+
+    def soundings(self):
+        return self.partial.soundings()
+
+    def layers(self):
+        """North-up rasters (row 0 northernmost) of mean, count, std-dev,
+        minimum and maximum depth, NaN where empty (count 0), and the
+        column and row of the top-left cell."""
+        c = self.partial.cells
+        if len(c["columns"]) == 0:
+            raise GridError("no soundings to grid")
+        left, top = int(c["columns"].min()), int(c["rows"].max())
+        shape = (top - int(c["rows"].min()) + 1, int(c["columns"].max()) - left + 1)
+        y, x = top - c["rows"], c["columns"] - left
+        counts = c["counts"].astype(np.float64)
+        mean = c["sums"] / counts / DEPTH_UNITS_PER_METRE
+        spread = np.sqrt(np.maximum(0.0, c["squares"] / counts - mean * mean))
+        layers = {}
+        for name, values in (("mean", mean), ("count", counts), ("deviation", spread),
+                             ("minimum", c["minimum"]), ("maximum", c["maximum"])):
+            raster = np.full(shape, 0.0 if name == "count" else np.nan, dtype=np.float32)
+            raster[y, x] = values
+            layers[name] = raster
+        return layers, left, top
+
+    def write_geotiff(self, path):
+        """One named band per layer, NaN nodata, the zone's EPSG code."""
+        from osgeo import gdal, osr
+
+        gdal.UseExceptions()
+        layers, left, top = self.layers()
+        rows, columns = layers["mean"].shape
+        dataset = gdal.GetDriverByName("GTiff").Create(
+            path, columns, rows, 5, gdal.GDT_Float32, options=["COMPRESS=DEFLATE", "TILED=YES"]
+        )
+        dataset.SetGeoTransform((left * self.cell, self.cell, 0.0, (top + 1) * self.cell, 0.0,
+                                 -self.cell))
+        number, south = parse_zone(self.zone)
+        srs = osr.SpatialReference()
+        srs.ImportFromEPSG((32700 if south else 32600) + number)
+        dataset.SetProjection(srs.ExportToWkt())
+        names = {"mean": "mean depth (m)", "count": "soundings", "deviation": "depth std-dev (m)",
+                 "minimum": "minimum depth (m)", "maximum": "maximum depth (m)"}
+        for band, (key, name) in enumerate(names.items(), start=1):
+            target = dataset.GetRasterBand(band)
+            target.WriteArray(layers[key])
+            target.SetNoDataValue(float("nan"))
+            target.SetDescription(name)
+        dataset.FlushCache()
+
+
+def grid_files(paths, cell, zone=None, client=None, head="all"):
+    """The grid of all files: in this process, or with a dask.distributed
+    client one task per file and a tree of pairwise combinations. zone is
+    '32N' or '33S'; by default that of the first file's first fix."""
+    if not cell > 0:
+        raise ValueError("cell must be above 0")
+    # Workers may run elsewhere in another folder: they get absolute paths.
+    paths = [os.fspath(path) if client is None else os.path.abspath(path) for path in paths]
+    if zone is None:
+        zone = zone_of_file(paths[0])
+    parse_zone(zone)
+    if client is None:
+        partial = PartialGrid.empty()
+        for path in paths:
+            partial = combine(partial, partial_grid(path, cell, zone, head))
+        return Grid(partial, cell, zone)
+    futures = [client.submit(partial_grid, p, cell, zone, head, pure=False) for p in paths]
+    while len(futures) > 1:
+        pairs = [client.submit(combine, futures[i], futures[i + 1])
+                 for i in range(0, len(futures) - 1, 2)]
+        futures = pairs + ([futures[-1]] if len(futures) % 2 else [])
+    return Grid(futures[0].result() if futures else PartialGrid.empty(), cell, zone)
+
+
+def main(argv=None):
+    parser = argparse.ArgumentParser(prog="python3 -m xsereader.grid",
+                                     description="Bins the soundings of XSE files into a depth "
+                                     "grid (GeoTIFF), on a Dask cluster when given one.")
+    parser.add_argument("files", nargs="+", help="XSE files (paths the workers can read)")
+    parser.add_argument("--cell", type=float, required=True, help="cell size in metres")
+    parser.add_argument("-o", "--out", required=True, help="GeoTIFF to write")
+    parser.add_argument("--zone", help="UTM zone as 32N or 33S (default: from the first fix)")
+    parser.add_argument("--head", default="all", choices=["all", "first", "second"])
+    parser.add_argument("--scheduler", help="address of a Dask scheduler (default: no cluster)")
+    args = parser.parse_args(argv)
+    if not args.cell > 0:
+        parser.error("--cell must be above 0")
+    client = None
+    try:
+        if args.scheduler:
+            from dask.distributed import Client
+
+            client = Client(args.scheduler, timeout=30)
+        grid = grid_files(args.files, args.cell, args.zone, client, args.head)
+        grid.write_geotiff(args.out)
+    except (GridError, ValueError) as error:
+        print(f"xse: {error}", file=sys.stderr)
+        return 1
+    except OSError as error:
+        name = error.filename or (args.files[0] if not args.scheduler else args.scheduler)
+        print(f"xse: cannot open {name}: {error.strerror or error}", file=sys.stderr)
+        return 1
+    finally:
+        if client is not None:
+            client.close()
+    rows, columns = grid.layers()[0]["mean"].shape
+    print(f"{args.out}: {columns} x {rows} cells of {args.cell:g} m, UTM {grid.zone}, "
+          f"{grid.soundings()} soundings from {len(args.files)} files", file=sys.stderr)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
