@@ -107,15 +107,18 @@ void DrawColourBar(Raster& picture, const Area& bar, double lo, double hi, Colou
   for (const double tick : ticks) {
     const int y = bar.y + static_cast<int>(std::lround(ToPixels(tick, lo, hi, bar.height)));
     picture.FillRect(bar.x + bar.width + 1, y, kTick, 1, kBlack);
-    picture.Text(bar.x + bar.width + 1 + kTick + kGap, y - text / 2, TickText(tick, decimals),
+    // Twice the usual gap, so the tick does not read as a minus sign.
+    picture.Text(bar.x + bar.width + 1 + kTick + 2 * kGap, y - text / 2, TickText(tick, decimals),
                  kBlack, scale);
   }
-  picture.Text(bar.x, bar.y - text - 8, name, kBlack, scale);
+  // The name ends at the picture's edge when it is wider than the margin.
+  const int nameX = std::min(bar.x, picture.width() - Raster::TextWidth(name, scale) - 2);
+  picture.Text(nameX, bar.y - text - 8, name, kBlack, scale);
 }
 
 int ColourBarMargin(double lo, double hi, int scale) {
   // The numbers' width is the same sum as to the left of an axis.
-  return 12 + 16 + LeftMargin(lo, hi, scale);
+  return 12 + 16 + kGap + LeftMargin(lo, hi, scale);
 }
 
 void DrawKey(Raster& picture, int x, int y, std::span<const KeyEntry> entries, int scale) {
@@ -127,9 +130,15 @@ void DrawKey(Raster& picture, int x, int y, std::span<const KeyEntry> entries, i
     const int top = y + 6 + static_cast<int>(i) * line;
     const int middleY = top + Raster::TextHeight(scale) / 2, middleX = x + 6 + 8;
     switch (entry.mark) {
-      case KeyEntry::Mark::kDisc: picture.Disc(middleX, middleY, 4, entry.colour); break;
-      case KeyEntry::Mark::kDot: picture.Disc(middleX, middleY, 1, entry.colour); break;
-      case KeyEntry::Mark::kLine: picture.FillRect(middleX - 8, middleY, 17, 2, entry.colour); break;
+      case KeyEntry::Mark::kDisc:
+        picture.Disc(middleX, middleY, 4, entry.colour);
+        break;
+      case KeyEntry::Mark::kDot:
+        picture.Disc(middleX, middleY, 1, entry.colour);
+        break;
+      case KeyEntry::Mark::kLine:
+        picture.FillRect(middleX - 8, middleY, 17, 2, entry.colour);
+        break;
     }
     picture.Text(x + 6 + 16 + 8, top, entry.text, kBlack, scale);
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace xseplot {
 namespace {
@@ -27,6 +28,16 @@ bool LocalProjection::Project(const quor::NavigationRec& fix, double& east, doub
   north = (first - firstNorth_) * scale;
   east = (second - firstEast_) * scale * eastScale_;
   return true;
+}
+
+double LocalProjection::NorthValue(double north) const {
+  return geographic_ ? (firstNorth_ + north / kEarthRadius) * 180 / std::numbers::pi
+                     : firstNorth_ + north;
+}
+
+double LocalProjection::EastValue(double east) const {
+  return geographic_ ? (firstEast_ + east / (kEarthRadius * eastScale_)) * 180 / std::numbers::pi
+                     : firstEast_ + east;
 }
 
 void AmplitudeHistogram::Add(float amplitude) {
@@ -57,6 +68,21 @@ bool HasSamples(const quor::SidescanRec& record) {
          (record.fieldMask & quor::SidescanRec::kSamples) != 0;
 }
 
+bool HasAcrossTrack(const quor::MultibeamRec& record) {
+  return record.acrossTrack != nullptr &&
+         (record.fieldMask & quor::MultibeamRec::kAcrossTrack) != 0;
+}
+
+double MetresPerSample(const quor::SidescanRec& record) {
+  const double speed = record.soundVelocity > 0 ? record.soundVelocity : 1500.0;
+  const double metres = record.sampleInterval * speed / 2;  // there and back
+  return std::isfinite(metres) && metres > 0 ? metres : 0;
+}
+
+double Seconds(const quor::SensorRec& record) {
+  return record.time.tv_sec + record.time.tv_usec * 1e-6;
+}
+
 void SurveyExtent::HandlePosition(const quor::NavigationRec& record) {
   double e = 0, n = 0;
   if (!projection_.Project(record, e, n)) return;
@@ -71,7 +97,10 @@ void SurveyExtent::HandleMultibeam(const quor::MultibeamRec& record) {
   maxBeams = std::max(maxBeams, record.beamCount);
   for (uint32_t beam = 0; beam < record.beamCount; ++beam) {
     const double value = record.depth[beam];
-    if (std::isfinite(value)) depth.Add(value);
+    if (!std::isfinite(value)) continue;
+    depth.Add(value);
+    if (HasAcrossTrack(record) && std::isfinite(record.acrossTrack[beam]))
+      across.Add(record.acrossTrack[beam]);
   }
 }
 
@@ -79,6 +108,8 @@ void SurveyExtent::HandleSidescan(const quor::SidescanRec& record) {
   if (!HasSamples(record)) return;
   ++sidescanPings;
   maxSamples = std::max(maxSamples, record.sampleCount);
+  pingTime.Add(Seconds(record));
+  maxRange = std::max(maxRange, MetresPerSample(record) * record.sampleCount / 2);
   for (uint32_t i = 0; i < record.sampleCount; ++i) amplitudes.Add(record.samples[i]);
 }
 

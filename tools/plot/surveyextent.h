@@ -20,6 +20,13 @@ class LocalProjection {
  public:
   // False for a fix that is not used (the other datum, or not finite).
   bool Project(const quor::NavigationRec& fix, double& east, double& north);
+  // Whether the first fix was WGS84, so the values below are degrees.
+  bool geographic() const { return geographic_; }
+  // The fixes' own coordinates of a point `north` and `east` metres from the
+  // first fix: latitude and longitude in degrees for WGS84 fixes, the
+  // projected northing and easting otherwise.
+  double NorthValue(double north) const;
+  double EastValue(double east) const;
 
  private:
   bool started_ = false;
@@ -66,8 +73,11 @@ class SurveyExtent final : public quor::ISurveyTarget {
   uint64_t pings = 0;  // bathymetry pings that carry depths
   uint32_t maxBeams = 0;
   Range depth;                 // finite depths only
+  Range across;                // across-track metres of beams with depths, port negative
   uint64_t sidescanPings = 0;  // with samples
   uint32_t maxSamples = 0;
+  Range pingTime;       // sidescan pings, seconds since 1970
+  double maxRange = 0;  // sidescan, metres either side of the track
   AmplitudeHistogram amplitudes;
 
  private:
@@ -78,5 +88,12 @@ class SurveyExtent final : public quor::ISurveyTarget {
 bool HasDepths(const quor::MultibeamRec& record);
 // Whether a sidescan ping is drawn: it has samples.
 bool HasSamples(const quor::SidescanRec& record);
+// Whether a ping's beams carry across-track distances.
+bool HasAcrossTrack(const quor::MultibeamRec& record);
+// Metres of slant range one sidescan sample spans; 0 when the ping's
+// sample interval is unknown.
+double MetresPerSample(const quor::SidescanRec& record);
+// Seconds since 1970 of a record.
+double Seconds(const quor::SensorRec& record);
 
 }  // namespace xseplot

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "tools/plot/colormap.h"
 #include "tools/plot/raster.h"
 #include "tools/plot/surveyextent.h"
 
@@ -25,9 +26,11 @@ inline constexpr Rgb kNoData = {235, 235, 235};  // cells no record reached
 // Labels at twice the font's size on pictures 400 pixels wide and more.
 inline int TextScale(int width) { return width >= 400 ? 2 : 1; }
 
-// The vessel's track seen from above, north up, in metres from the first
-// fix, with a mark at each bathymetry ping, the start (green) and end (red),
-// a scale bar and a north arrow. Both axes share one scale.
+// The vessel's track seen from above, north up, with a mark at each
+// bathymetry ping, the start (green) and end (red) and a key to them, a
+// scale bar and a north arrow. Both axes share one scale; their numbers are
+// latitude and longitude in degrees for WGS84 fixes, the recorded northing
+// and easting otherwise.
 class TrackPlot final : public quor::ISurveyTarget {
  public:
   TrackPlot(const SurveyExtent& extent, int width, int height);
@@ -41,6 +44,9 @@ class TrackPlot final : public quor::ISurveyTarget {
   double metresPerPixel() const { return metresPerPixel_; }
 
  private:
+  // Numbered axes along the frame around the data area.
+  void DrawAxes(Raster& picture, const Area& frame, int scale) const;
+
   const SurveyExtent& extent_;
   int width_, height_;
   Area area_;
@@ -71,18 +77,32 @@ class PixelAverages {
   std::vector<uint32_t> count_;
 };
 
-// Depth along the track: one column per ping (pings averaged when there are
-// more than columns), one row per beam across the swath, port at the top,
-// coloured shallow red to deep blue, with a legend.
-class SwathPlot final : public quor::ISurveyTarget {
+// What the swath and waterfall plots share: the picture's size, the data
+// area inside its axes, the pings seen so far and the per-pixel averages.
+class AveragedPlot : public quor::ISurveyTarget {
  public:
-  SwathPlot(const SurveyExtent& extent, int width, int height);
-  void HandleMultibeam(const quor::MultibeamRec& record) override;
-  Raster Render() const;
-
   const Area& area() const { return area_; }
 
- private:
+ protected:
+  AveragedPlot(const SurveyExtent& extent, int width, int height);
+  ~AveragedPlot() = default;
+  // Sets the data area and sizes the averages to it.
+  void LayOut(const Area& area);
+  // The data area's averages coloured by `colour` of the mean (kNoData where
+  // nothing fell), into a white picture of the whole size.
+  template <typename Colour>
+  Raster Paint(Colour colour) const {
+    Raster picture(width_, height_, kWhite);
+    for (int row = 0; row < area_.height; ++row) {
+      for (int column = 0; column < area_.width; ++column) {
+        const std::optional<double> mean = pixels_.Mean(row, column);
+        picture.Set(area_.x + column, area_.y + row, mean ? colour(*mean) : kNoData);
+      }
+    }
+    picture.StrokeRect(area_.x - 1, area_.y - 1, area_.width + 2, area_.height + 2, kBlack);
+    return picture;
+  }
+
   const SurveyExtent& extent_;
   int width_, height_;
   Area area_;
@@ -90,24 +110,38 @@ class SwathPlot final : public quor::ISurveyTarget {
   PixelAverages pixels_;
 };
 
-// Sidescan: one row per ping (pings averaged when there are more than rows),
-// first ping at the top, port to starboard, grey in proportion to the
-// amplitude as recorded (gains applied), white from the 99.5th percentile
-// of all amplitudes up.
-class WaterfallPlot final : public quor::ISurveyTarget {
+// Depth along the track: one column per ping (pings averaged when there are
+// more than columns), rows by across-track distance in metres, port
+// (negative) at the top, coloured by the depth scale with its colour bar.
+// Pings without across-track distances take one row per beam instead.
+class SwathPlot final : public AveragedPlot {
+ public:
+  SwathPlot(const SurveyExtent& extent, int width, int height);
+  void HandleMultibeam(const quor::MultibeamRec& record) override;
+  Raster Render() const;
+  // The across-track distances of the area's top and bottom rows, or beam
+  // numbers when the pings carry no distances.
+  double top() const { return top_; }
+  double bottom() const { return bottom_; }
+
+ private:
+  void RowSpan(const quor::MultibeamRec& record, uint32_t beam, int& first, int& end) const;
+  double top_ = 0, bottom_ = 1, shallow_ = 0, deep_ = 1;
+};
+
+// Sidescan: one row per ping down the time axis (first ping at the top),
+// columns by slant range in metres either side of the track (port
+// negative), grey in proportion to the amplitude as recorded (gains
+// applied) with its grey bar, white from the 99.5th percentile up.
+class WaterfallPlot final : public AveragedPlot {
  public:
   WaterfallPlot(const SurveyExtent& extent, int width, int height);
   void HandleSidescan(const quor::SidescanRec& record) override;
   Raster Render() const;
 
-  const Area& area() const { return area_; }
-
  private:
-  const SurveyExtent& extent_;
-  int width_, height_;
-  Area area_;
-  uint64_t ping_ = 0;
-  PixelAverages pixels_;
+  void ColumnSpan(const quor::SidescanRec& record, uint32_t sample, int& first, int& end) const;
+  double white_ = 1, seconds_ = 0;
 };
 
 // The pixel span [first, end) that item `index` of `count` takes in

@@ -1,23 +1,79 @@
 #include <algorithm>
 #include <cmath>
-#include <optional>
 #include <string>
 
-#include "tools/plot/colormap.h"
+#include "tools/plot/chart.h"
 #include "tools/plot/surveyplots.h"
 
 namespace xseplot {
+namespace {
 
-SwathPlot::SwathPlot(const SurveyExtent& extent, int width, int height)
+// The across-track distance of the beam `step` (-1 or +1) away, or, when
+// that one has none, the beam mirrored on the other side.
+double Neighbour(const quor::MultibeamRec& record, uint32_t beam, int step) {
+  const auto at = [&](int64_t index) -> std::optional<double> {
+    if (index < 0 || index >= record.beamCount) return std::nullopt;
+    const double value = record.acrossTrack[static_cast<size_t>(index)];
+    if (!std::isfinite(value)) return std::nullopt;
+    return value;
+  };
+  const double own = record.acrossTrack[beam];
+  if (const auto next = at(int64_t{beam} + step)) return *next;
+  if (const auto other = at(int64_t{beam} - step)) return 2 * own - *other;
+  return own;
+}
+
+}  // namespace
+
+AveragedPlot::AveragedPlot(const SurveyExtent& extent, int width, int height)
     : extent_(extent),
       width_(std::clamp(width, kMinPlotSize, kMaxPlotSize)),
-      height_(std::clamp(height, kMinPlotSize, kMaxPlotSize)) {
-  const int scale = TextScale(width_);
-  const int text = Raster::TextHeight(scale);
-  const int left = 12 + Raster::TextWidth("stbd", scale);
-  const int legend = 40 + Raster::TextWidth("0000.0 m", scale);
-  area_ = {left, 12 + text, width_ - left - legend, height_ - 2 * (12 + text)};
+      height_(std::clamp(height, kMinPlotSize, kMaxPlotSize)) {}
+
+void AveragedPlot::LayOut(const Area& area) {
+  area_ = area;
+  area_.width = std::max(area_.width, 1);
+  area_.height = std::max(area_.height, 1);
   pixels_.Resize(area_);
+}
+
+SwathPlot::SwathPlot(const SurveyExtent& extent, int width, int height)
+    : AveragedPlot(extent, width, height) {
+  if (!extent.across.empty()) {
+    top_ = extent.across.min;
+    bottom_ = std::max(extent.across.max, top_ + 1);
+  } else {
+    bottom_ = std::max<double>(extent.maxBeams, 2);
+  }
+  if (!extent.depth.empty()) {
+    shallow_ = extent.depth.min;
+    deep_ = extent.depth.max;
+    if (deep_ - shallow_ < 1e-3) {
+      shallow_ -= 0.5;
+      deep_ += 0.5;
+    }
+  }
+  const int scale = TextScale(width_);
+  const int left = LeftMargin(top_, bottom_, scale);
+  const int right = ColourBarMargin(shallow_, deep_, scale);
+  LayOut({left, TopMargin(scale), width_ - left - right,
+          height_ - TopMargin(scale) - BottomMargin(scale)});
+}
+
+void SwathPlot::RowSpan(const quor::MultibeamRec& record, uint32_t beam, int& first,
+                        int& end) const {
+  if (extent_.across.empty() || !HasAcrossTrack(record)) {
+    Span(beam, extent_.maxBeams, area_.height, first, end);
+    return;
+  }
+  const double own = record.acrossTrack[beam];
+  // The beam reaches halfway to its neighbours, so the rows close up.
+  const double a = (own + Neighbour(record, beam, -1)) / 2;
+  const double b = (own + Neighbour(record, beam, 1)) / 2;
+  const double from = ToPixels(std::min(a, b), top_, bottom_, area_.height);
+  const double to = ToPixels(std::max(a, b), top_, bottom_, area_.height);
+  first = std::clamp(static_cast<int>(std::lround(from)), 0, area_.height - 1);
+  end = std::clamp(static_cast<int>(std::lround(to)), first + 1, area_.height);
 }
 
 void SwathPlot::HandleMultibeam(const quor::MultibeamRec& record) {
@@ -27,60 +83,28 @@ void SwathPlot::HandleMultibeam(const quor::MultibeamRec& record) {
   for (uint32_t beam = 0; beam < record.beamCount; ++beam) {
     const float depth = record.depth[beam];
     if (!std::isfinite(depth)) continue;
+    if (HasAcrossTrack(record) && !std::isfinite(record.acrossTrack[beam])) continue;
     int firstRow = 0, endRow = 0;
-    Span(beam, extent_.maxBeams, area_.height, firstRow, endRow);
+    RowSpan(record, beam, firstRow, endRow);
     pixels_.Add(firstRow, endRow, firstColumn, endColumn, depth);
   }
 }
 
 Raster SwathPlot::Render() const {
-  Raster picture(width_, height_, kWhite);
   const int scale = TextScale(width_);
-  const int text = Raster::TextHeight(scale);
-  picture.Text(area_.x, 6,
-               "swath depth: " + std::to_string(extent_.pings) + " pings, " +
-                   std::to_string(extent_.maxBeams) + " beams",
-               kBlack, scale);
-  picture.StrokeRect(area_.x - 1, area_.y - 1, area_.width + 2, area_.height + 2, kBlack);
+  Raster picture =
+      Paint([this](double depth) { return DepthColour((depth - shallow_) / (deep_ - shallow_)); });
+  DrawTitle(picture, "swath depth, " + std::to_string(extent_.pings) + " pings", scale);
   if (extent_.depth.empty()) {
-    picture.FillRect(area_.x, area_.y, area_.width, area_.height, kNoData);
     picture.Text(area_.x + 8, area_.y + 8, "no depths", kBlack, scale);
     return picture;
   }
-  double shallow = extent_.depth.min, deep = extent_.depth.max;
-  if (deep - shallow < 1e-3) {
-    shallow -= 0.5;
-    deep += 0.5;
-  }
-  for (int row = 0; row < area_.height; ++row) {
-    for (int column = 0; column < area_.width; ++column) {
-      const std::optional<double> mean = pixels_.Mean(row, column);
-      const Rgb colour = mean ? DepthColour((*mean - shallow) / (deep - shallow)) : kNoData;
-      picture.Set(area_.x + column, area_.y + row, colour);
-    }
-  }
-  picture.Text(4, area_.y, "port", kBlack, scale);
-  picture.Text(4, area_.y + area_.height - text, "stbd", kBlack, scale);
-  const int bottomText = area_.y + area_.height + 6;
-  picture.Text(area_.x, bottomText, "ping 1", kBlack, scale);
-  const std::string last = std::to_string(extent_.pings);
-  picture.Text(area_.x + area_.width - Raster::TextWidth(last, scale), bottomText, last, kBlack,
-               scale);
-
-  // Legend: shallow at the top, as the colours run.
-  const int barX = area_.x + area_.width + 12, barWidth = 16;
-  for (int row = 0; row < area_.height; ++row) {
-    picture.FillRect(barX, area_.y + row, barWidth, 1,
-                     DepthColour(static_cast<double>(row) / std::max(area_.height - 1, 1)));
-  }
-  picture.StrokeRect(barX - 1, area_.y - 1, barWidth + 2, area_.height + 2, kBlack);
-  const int decimals = deep - shallow < 10 ? 2 : 1;
-  const int labelX = barX + barWidth + 6;
-  picture.Text(labelX, area_.y, FormatNumber(shallow, decimals) + " m", kBlack, scale);
-  picture.Text(labelX, area_.y + (area_.height - text) / 2,
-               FormatNumber((shallow + deep) / 2, decimals) + " m", kBlack, scale);
-  picture.Text(labelX, area_.y + area_.height - text, FormatNumber(deep, decimals) + " m", kBlack,
-               scale);
+  const bool metres = !extent_.across.empty();
+  DrawYAxis(picture, area_, top_, bottom_, metres ? "across-track (m), port -" : "beam", scale);
+  DrawXAxis(picture, area_, 1, static_cast<double>(std::max<uint64_t>(extent_.pings, 1)), "ping",
+            scale);
+  const Area bar = {area_.x + area_.width + 12, area_.y, 16, area_.height};
+  DrawColourBar(picture, bar, shallow_, deep_, DepthColour, "depth (m)", scale);
   return picture;
 }
 

@@ -1,7 +1,10 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <vector>
 
+#include "tools/plot/bitmapfont.h"
+#include "tools/plot/chart.h"
 #include "tools/plot/surveyplots.h"
 
 namespace xseplot {
@@ -16,6 +19,13 @@ constexpr Rgb kEnd = {200, 30, 30};
 constexpr Rgb kOn = {1, 1, 1};
 constexpr int kInset = 6;
 
+std::vector<KeyEntry> Key() {
+  return {{KeyEntry::Mark::kDisc, kStart, "start"},
+          {KeyEntry::Mark::kDisc, kEnd, "end"},
+          {KeyEntry::Mark::kLine, kTrack, "fixes"},
+          {KeyEntry::Mark::kDot, kPing, "pings"}};
+}
+
 }  // namespace
 
 TrackPlot::TrackPlot(const SurveyExtent& extent, int width, int height)
@@ -25,11 +35,14 @@ TrackPlot::TrackPlot(const SurveyExtent& extent, int width, int height)
       track_(width_, height_, {}),
       marks_(width_, height_, {}) {
   const int scale = TextScale(width_);
-  const int top = 12 + Raster::TextHeight(scale), bottom = 24 + 2 * Raster::TextHeight(scale);
+  const int left = 8 + Raster::TextWidth("-000.00000", scale) + 12;
+  const int right = 12 + KeyWidth(Key(), scale) + 8;
   // The frame keeps kInset pixels clear around the track, so the start and
   // end marks are never cut.
-  area_ = {16 + kInset, top + kInset, width_ - 32 - 2 * kInset,
-           height_ - top - bottom - 2 * kInset};
+  area_ = {left + kInset, TopMargin(scale) + kInset, width_ - left - right - 2 * kInset,
+           height_ - TopMargin(scale) - BottomMargin(scale) - 2 * kInset};
+  area_.width = std::max(area_.width, 2);
+  area_.height = std::max(area_.height, 2);
   if (!extent.east.empty()) {
     const double spanEast = extent.east.max - extent.east.min;
     const double spanNorth = extent.north.max - extent.north.min;
@@ -74,12 +87,13 @@ void TrackPlot::HandleMultibeam(const quor::MultibeamRec& /*record*/) {
 Raster TrackPlot::Render() const {
   Raster picture(width_, height_, kWhite);
   const int scale = TextScale(width_);
-  picture.StrokeRect(area_.x - kInset, area_.y - kInset, area_.width + 2 * kInset,
-                     area_.height + 2 * kInset, kFrame);
-  picture.Text(area_.x, 6,
-               "track: " + std::to_string(extent_.fixes) + " fixes, " +
-                   std::to_string(extent_.pings) + " pings",
-               kBlack, scale);
+  const Area frame = {area_.x - kInset, area_.y - kInset, area_.width + 2 * kInset,
+                      area_.height + 2 * kInset};
+  picture.StrokeRect(frame.x, frame.y, frame.width, frame.height, kFrame);
+  DrawTitle(picture,
+            "track, " + std::to_string(extent_.fixes) + " fixes, " + std::to_string(extent_.pings) +
+                " pings",
+            scale);
   if (!haveFix_) {
     const std::string text = "no positions";
     picture.Text(area_.x + (area_.width - Raster::TextWidth(text, scale)) / 2,
@@ -98,28 +112,29 @@ Raster TrackPlot::Render() const {
   }
   picture.Disc(firstX_, firstY_, 4, kStart);
   picture.Disc(lastX_, lastY_, 4, kEnd);
-
-  // Scale bar: a round length near a fifth of the plot's width.
-  const double length = RoundLength(area_.width * metresPerPixel_ / 5);
-  const int barPixels = std::max(1, static_cast<int>(std::lround(length / metresPerPixel_)));
-  const int barX = area_.x, barY = height_ - 10 - 4;
-  picture.FillRect(barX, barY, barPixels, 4, kBlack);
-  picture.FillRect(barX, barY - 4, 1, 8, kBlack);
-  picture.FillRect(barX + barPixels - 1, barY - 4, 1, 8, kBlack);
-  const int decimals = length >= 1 ? 0 : static_cast<int>(std::ceil(-std::log10(length)));
-  const std::string label = length >= 1000 ? FormatNumber(length / 1000, 0) + " km"
-                                           : FormatNumber(length, decimals) + " m";
-  picture.Text(barX + barPixels + 8, barY - Raster::TextHeight(scale) / 2 + 2, label, kBlack,
+  DrawAxes(picture, frame, scale);
+  DrawScaleBar(picture, area_.x + 4, area_.y + area_.height - 8, metresPerPixel_, area_.width / 4,
                scale);
-
-  // North arrow in the top right corner.
-  const int arrowX = area_.x + area_.width - 12 - 2 * scale;
-  const int tipY = area_.y + 10 + Raster::TextHeight(scale);
-  picture.Line(arrowX, tipY, arrowX, tipY + 24, kBlack);
-  picture.Line(arrowX, tipY, arrowX - 5, tipY + 8, kBlack);
-  picture.Line(arrowX, tipY, arrowX + 5, tipY + 8, kBlack);
-  picture.Text(arrowX - Raster::TextWidth("N", scale) / 2, area_.y + 4, "N", kBlack, scale);
+  DrawNorthArrow(picture, area_.x + area_.width - 12, area_.y + 8 + Raster::TextHeight(scale),
+                 scale);
+  DrawKey(picture, frame.x + frame.width + 12, frame.y, Key(), scale);
   return picture;
+}
+
+void TrackPlot::DrawAxes(Raster& picture, const Area& frame, int scale) const {
+  // The frame's edges in metres from the first fix, then in the fixes' own
+  // coordinates.
+  const double halfWidth = frame.width / 2.0 * metresPerPixel_;
+  const double halfHeight = frame.height / 2.0 * metresPerPixel_;
+  const double west = projection_.EastValue(midEast_ - halfWidth);
+  const double east = projection_.EastValue(midEast_ + halfWidth);
+  const double north = projection_.NorthValue(midNorth_ + halfHeight);
+  const double south = projection_.NorthValue(midNorth_ - halfHeight);
+  const bool degrees = projection_.geographic();
+  DrawXAxis(picture, frame, west, east,
+            degrees ? std::string("longitude (") + kDegree + "E)" : "easting (m)", scale);
+  DrawYAxis(picture, frame, north, south,
+            degrees ? std::string("latitude (") + kDegree + "N)" : "northing (m)", scale);
 }
 
 }  // namespace xseplot
