@@ -54,6 +54,7 @@ def test_xse_grid_equals_the_package_grid_and_reads_back(surveys, tmp_path):
     for out in (tif, bag):
         subprocess.run([XSE, "grid", "--cell", "5", "--threads", "2", "-o", out, *surveys],
                        check=True, capture_output=True, timeout=120)
+    assert (tmp_path / "grid.png").read_bytes()[:8] == b"\x89PNG\r\n\x1a\n"  # the preview
     corner = (left * cell, cell, 0.0, (top + 1) * cell, 0.0, -cell)
     transform, epsg, bands = read_bands(tif)
     assert (transform, epsg) == (corner, "32632")

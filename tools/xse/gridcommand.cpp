@@ -18,6 +18,7 @@
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/gridoutput.h"
+#include "tools/xse/gridpreview.h"
 #include "tools/xse/headoption.h"
 #include "tools/xse/progressbar.h"
 
@@ -33,7 +34,8 @@ constexpr const char* kGridHelp =
     "soundings, their standard deviation, the minimum and the maximum depth.\n"
     "OUT ending in .bag is written as a BAG (elevation, negative depth, and\n"
     "the standard deviation as uncertainty); anything else as a GeoTIFF with\n"
-    "one band per layer.\n"
+    "one band per layer. A PNG preview of the mean depth goes beside it\n"
+    "(OUT with .png for its extension).\n"
     "\n"
     "  --cell METRES  cell size, above 0\n"
     "  --zone ZONE    UTM zone as 32N or 33S (default: that of the first fix)\n"
@@ -138,6 +140,31 @@ std::vector<std::string> GridFiles(const std::vector<std::string>& paths, const 
   return errors;
 }
 
+// OUT with its extension replaced by .png.
+std::string PreviewPath(const std::string& out) {
+  const size_t slash = out.find_last_of("/\\");
+  const size_t dot = out.rfind('.');
+  const bool hasExtension = dot != std::string::npos && (slash == std::string::npos || dot > slash);
+  return (hasExtension ? out.substr(0, dot) : out) + ".png";
+}
+
+// The grid and its preview written; false after telling the user why not.
+bool WriteOutputs(const std::string& out, const soundings::DenseGrid& dense, const GridJob& job) {
+  if (const std::string error = WriteGrid(out, dense, job.cell, job.zone); !error.empty()) {
+    std::fprintf(stderr, "xse: cannot write %s: %s\n", out.c_str(), error.c_str());
+    return false;
+  }
+  char title[128];
+  std::snprintf(title, sizeof title, "mean depth, %g m cells, UTM %s", job.cell,
+                soundings::ZoneName(job.zone).c_str());
+  const std::string preview = PreviewPath(out);
+  if (std::string error; !WriteGridPreview(preview, dense, job.cell, title, error)) {
+    std::fprintf(stderr, "xse: cannot write %s: %s\n", preview.c_str(), error.c_str());
+    return false;
+  }
+  return true;
+}
+
 bool ParseCell(std::string_view text, double& cell) {
   const auto result = std::from_chars(text.data(), text.data() + text.size(), cell);
   return result.ec == std::errc{} && result.ptr == text.data() + text.size() && cell > 0 &&
@@ -185,14 +212,12 @@ int RunGridCommand(std::span<const std::string_view> args) {
     return kExitFailure;
   }
   const soundings::DenseGrid dense = soundings::Densify(grid);
-  if (const std::string error = WriteGrid(out, dense, job.cell, job.zone); !error.empty()) {
-    std::fprintf(stderr, "xse: cannot write %s: %s\n", out.c_str(), error.c_str());
-    return kExitFailure;
-  }
-  std::fprintf(stderr, "%s: %zu x %zu cells of %g m, UTM %s, %llu soundings from %zu files\n",
-               out.c_str(), dense.columns, dense.rows, job.cell,
-               soundings::ZoneName(job.zone).c_str(),
-               static_cast<unsigned long long>(grid.soundings()), paths.size() - errors.size());
+  if (!WriteOutputs(out, dense, job)) return kExitFailure;
+  std::fprintf(
+      stderr, "%s: %zu x %zu cells of %g m, UTM %s, %llu soundings from %zu files; preview %s\n",
+      out.c_str(), dense.columns, dense.rows, job.cell, soundings::ZoneName(job.zone).c_str(),
+      static_cast<unsigned long long>(grid.soundings()), paths.size() - errors.size(),
+      PreviewPath(out).c_str());
   return errors.empty() ? kExitOk : kExitFailure;
 }
 
