@@ -109,16 +109,21 @@ py::array Adopt(std::vector<T>&& values, const py::dtype& dtype, std::vector<py:
   return py::array(dtype, std::move(shape), owner->data(), free);
 }
 
-// The same for a PagedArray, as a pings x width table.
+// The same for a PagedArray, as a pings x width table or as rows.
 template <typename T>
-py::array Adopt(PagedArray<T>&& values, std::vector<py::ssize_t> shape) {
+py::array Adopt(PagedArray<T>&& values, const py::dtype& dtype, std::vector<py::ssize_t> shape) {
   auto* block = new platform::PageBuffer::Block(values.Release());
   py::capsule free(block, [](void* p) {
     auto* owned = static_cast<platform::PageBuffer::Block*>(p);
     platform::PageBuffer::Free(*owned);
     delete owned;
   });
-  return py::array(py::dtype::of<T>(), std::move(shape), static_cast<const T*>(block->data), free);
+  return py::array(dtype, std::move(shape), static_cast<const T*>(block->data), free);
+}
+
+template <typename T>
+py::array Adopt(PagedArray<T>&& values, std::vector<py::ssize_t> shape) {
+  return Adopt(std::move(values), py::dtype::of<T>(), std::move(shape));
 }
 
 template <typename Row>
@@ -239,10 +244,17 @@ struct SoundingRow {
 class SoundingRows final : public soundings::ISoundingSink {
  public:
   void HandleSounding(const soundings::Sounding& s) override {
-    rows.push_back({s.time.tv_sec + s.time.tv_usec * 1e-6, s.pingNumber, s.beam, s.latitude,
-                    s.longitude, s.depth, s.quality});
+    const SoundingRow row{s.time.tv_sec + s.time.tv_usec * 1e-6,
+                          s.pingNumber,
+                          s.beam,
+                          s.latitude,
+                          s.longitude,
+                          s.depth,
+                          s.quality};
+    rows.Append(&row, 1, row);
   }
-  std::vector<SoundingRow> rows;
+  // Pages that grow without copying: millions of rows.
+  PagedArray<SoundingRow> rows;
 };
 
 py::array Soundings(const py::object& pathObject, const std::string& head) {
@@ -255,16 +267,18 @@ py::array Soundings(const py::object& pathObject, const std::string& head) {
     reader->ReadAll(target);
     target.Finish();
   }
-  return Rows(std::move(sink.rows),
-              DtypeBuilder()
-                  .Field<double>("time", offsetof(SoundingRow, time))
-                  .Field<int32_t>("pingNumber", offsetof(SoundingRow, pingNumber))
-                  .Field<uint32_t>("beam", offsetof(SoundingRow, beam))
-                  .Field<double>("latitude", offsetof(SoundingRow, latitude))
-                  .Field<double>("longitude", offsetof(SoundingRow, longitude))
-                  .Field<float>("depth", offsetof(SoundingRow, depth))
-                  .Field<int16_t>("quality", offsetof(SoundingRow, quality))
-                  .Build(sizeof(SoundingRow)));
+  const auto count = static_cast<py::ssize_t>(sink.rows.size());
+  return Adopt(std::move(sink.rows),
+               DtypeBuilder()
+                   .Field<double>("time", offsetof(SoundingRow, time))
+                   .Field<int32_t>("pingNumber", offsetof(SoundingRow, pingNumber))
+                   .Field<uint32_t>("beam", offsetof(SoundingRow, beam))
+                   .Field<double>("latitude", offsetof(SoundingRow, latitude))
+                   .Field<double>("longitude", offsetof(SoundingRow, longitude))
+                   .Field<float>("depth", offsetof(SoundingRow, depth))
+                   .Field<int16_t>("quality", offsetof(SoundingRow, quality))
+                   .Build(sizeof(SoundingRow)),
+               {count});
 }
 
 // grid_cells(): one file's soundings binned into UTM cells, as arrays.
