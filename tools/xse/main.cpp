@@ -24,7 +24,7 @@ constexpr const char* kUsage =
     "  serve FILE         play a file as a live XSE data server on 127.0.0.1\n"
     "  settings           show the reader's settings page\n"
     "\n"
-    "Run 'xse COMMAND --help' for the options of a command.\n";
+    "Run 'xse COMMAND --help' for the options of a command, 'xse --version' for the version.\n";
 
 }  // namespace
 
@@ -43,6 +43,10 @@ int main(int argc, char** argv) {
   const std::span<const std::string_view> rest(args.data() + 1, args.size() - 1);
   if (command == "--help" || command == "-h" || command == "help") {
     std::fputs(kUsage, stdout);
+    return xsetool::kExitOk;
+  }
+  if (command == "--version" || command == "version") {
+    std::fputs("xse " XSE_VERSION "\n", stdout);
     return xsetool::kExitOk;
   }
   if (command == "dump") return xsetool::RunDumpCommand(rest);

@@ -39,8 +39,51 @@ bool HasDisplay() {
 void QuietQtMessages(QtMsgType type, const QMessageLogContext& /*context*/,
                      const QString& message) {
   if (type == QtCriticalMsg || type == QtFatalMsg) {
-    std::fprintf(stderr, "xse settings: %s\n", message.toLocal8Bit().constData());
+    std::fprintf(stderr, "xse: %s\n", message.toLocal8Bit().constData());
   }
+}
+
+// Qt's own arguments: offscreen without a display, which suits a
+// screenshot or a script, not a person. Nothing when the page cannot be
+// shown at all.
+std::optional<std::vector<std::string>> QtArguments(const SettingsOptions& options) {
+  std::vector<std::string> qtArgs = {"xse"};
+  if (HasDisplay()) return qtArgs;
+  if (!options.screenshot && !options.pressOk) return std::nullopt;
+  qtArgs.insert(qtArgs.end(), {"-platform", "offscreen"});
+  qInstallMessageHandler(&QuietQtMessages);
+  return qtArgs;
+}
+
+bool SaveScreenshot(QWidget& sheet, const std::string& path) {
+  sheet.show();
+  QApplication::processEvents();
+  const QImage image = sheet.grab().toImage();
+  if (image.save(QString::fromStdString(path), "PNG")) return true;
+  std::fprintf(stderr, "xse: cannot write %s: the PNG could not be written\n", path.c_str());
+  return false;
+}
+
+// Shows the page until a button closes it: its values on OK.
+int ShowPage(const SettingsOptions& options) {
+  ZXSEReader reader;
+  ZElacSettingsDlg page(&reader);
+  page.SetValues(options.intensity, options.gain, options.mean);
+  const auto sheet = platform::qt::QtPropertySheet::Open(page);
+  if (sheet == nullptr) {
+    std::fprintf(stderr, "xse: the settings page's template is missing\n");
+    return kExitFailure;
+  }
+  if (options.screenshot) {
+    if (!SaveScreenshot(*sheet, *options.screenshot)) return kExitFailure;
+    if (!options.pressOk) return kExitOk;
+  }
+  if (options.pressOk) {
+    QPushButton* button = *options.pressOk ? sheet->okButton() : sheet->cancelButton();
+    QTimer::singleShot(0, button, [button] { button->click(); });
+  }
+  if (sheet->exec() != QDialog::Accepted) return kExitFailure;
+  return PrintSettingsValues(page);
 }
 
 int RunSettingsPage(std::span<const std::string_view> args) {
@@ -49,54 +92,21 @@ int RunSettingsPage(std::span<const std::string_view> args) {
       "Without a display the page is drawn offscreen, which needs --screenshot or --press.\n");
   if (const int* exit = std::get_if<int>(&parsed)) return *exit;
   const SettingsOptions& options = std::get<SettingsOptions>(parsed);
-
-  // Without a display the page can only be drawn offscreen, which suits a
-  // screenshot or a script, not a person.
-  std::vector<std::string> qtArgs = {"xse"};
-  if (!HasDisplay()) {
-    if (!options.screenshot && !options.pressOk) {
-      std::fprintf(stderr,
-                   "xse settings: no display (set DISPLAY, or use --screenshot or --press)\n");
-      return kExitFailure;
-    }
-    qtArgs.insert(qtArgs.end(), {"-platform", "offscreen"});
-    qInstallMessageHandler(&QuietQtMessages);
+  std::optional<std::vector<std::string>> qtArgs = QtArguments(options);
+  if (!qtArgs) {
+    // Not the 1 of Cancel: a script can tell the two apart.
+    std::fprintf(stderr, "xse: no display (set DISPLAY, or use --screenshot or --press)\n");
+    return kExitUsage;
   }
   std::vector<char*> qtArgv;
-  qtArgv.reserve(qtArgs.size() + 1);
-  for (std::string& qtArg : qtArgs) qtArgv.push_back(qtArg.data());
+  qtArgv.reserve(qtArgs->size() + 1);
+  for (std::string& qtArg : *qtArgs) qtArgv.push_back(qtArg.data());
   qtArgv.push_back(nullptr);
-  int qtArgc = static_cast<int>(qtArgs.size());
+  int qtArgc = static_cast<int>(qtArgs->size());
   QApplication app(qtArgc, qtArgv.data());
   const platform::qt::QtMessageBoxScope boxes;
   const RegisteredResources resources;
-
-  ZXSEReader reader;
-  ZElacSettingsDlg page(&reader);
-  page.SetValues(options.intensity, options.gain, options.mean);
-  const auto sheet = platform::qt::QtPropertySheet::Open(page);
-  if (sheet == nullptr) {
-    std::fprintf(stderr, "xse settings: the settings page's template is missing\n");
-    return kExitFailure;
-  }
-  if (options.screenshot) {
-    sheet->show();
-    QApplication::processEvents();
-    const QImage image = sheet->grab().toImage();
-    if (!image.save(QString::fromStdString(*options.screenshot), "PNG")) {
-      std::fprintf(stderr, "xse: cannot write %s: the PNG could not be written\n",
-                   options.screenshot->c_str());
-      return kExitFailure;
-    }
-    if (!options.pressOk) return kExitOk;
-  }
-  if (options.pressOk) {
-    QPushButton* button = *options.pressOk ? sheet->okButton() : sheet->cancelButton();
-    QTimer::singleShot(0, button, [button] { button->click(); });
-  }
-  if (sheet->exec() != QDialog::Accepted) return kExitFailure;
-
-  return PrintSettingsValues(page);
+  return ShowPage(options);
 }
 
 }  // namespace

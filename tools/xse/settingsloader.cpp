@@ -25,8 +25,7 @@ int RunSettingsCommand(std::span<const std::string_view> args) {
                        ? module.Function<XseSettingsCommandFunction>(kXseSettingsCommandName)
                        : nullptr;
   if (run == nullptr) {
-    std::fprintf(stderr, "xse settings: cannot load the settings page: %s\n",
-                 module.error().c_str());
+    std::fprintf(stderr, "xse: cannot load the settings page: %s\n", module.error().c_str());
     return kExitFailure;
   }
   std::vector<std::string> owned(args.begin(), args.end());

@@ -7,9 +7,9 @@ namespace {
 
 TEST(XseSettingsOffscreenTest, PageNeedsAButtonToPressOrAScreenshot) {
   const auto result = xsetest::RunSettings({});
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "xse settings: no display (set DISPLAY, or use --screenshot or --press)\n");
+  EXPECT_EQ(result.err, "xse: no display (set DISPLAY, or use --screenshot or --press)\n");
 }
 
 }  // namespace

@@ -79,8 +79,8 @@ int RunSettingsPage(std::span<const std::string_view> args) {
       platform::FindModuleBesideProgram(XSE_READER_MODULE_FILE, "", XSE_BUILT_READER_MODULE);
   const ResourceModule module(modulePath);
   if (module.handle() == nullptr) {
-    std::fprintf(stderr, "xse settings: cannot load the settings page: %s: %s\n",
-                 modulePath.c_str(), module.error().c_str());
+    std::fprintf(stderr, "xse: cannot load the settings page: %s: %s\n", modulePath.c_str(),
+                 module.error().c_str());
     return kExitFailure;
   }
   const RegisteredResources resources;
@@ -98,7 +98,7 @@ int RunSettingsPage(std::span<const std::string_view> args) {
     }
   });
   if (outcome == SheetOutcome::kFailed) {
-    std::fprintf(stderr, "xse settings: %s\n", sheet.error().c_str());
+    std::fprintf(stderr, "xse: %s\n", sheet.error().c_str());
     return kExitFailure;
   }
   if (!written) return kExitFailure;
