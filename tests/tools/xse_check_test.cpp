@@ -57,7 +57,9 @@ TEST(XseCheck, AFolderAndALyingFirstFrameAreNoAtOnce) {
     EXPECT_EQ(RunXse({command, folder}),
               (ToolResult{1, "", "xse: cannot open " + folder + notRegular}))
         << command;
-  EXPECT_EQ(RunXse({"run", lyingFile}), (ToolResult{1, lyingFile + ": not recognised\n", ""}));
+  EXPECT_EQ(RunXse({"run", lyingFile}),
+            (ToolResult{1, lyingFile + ": not recognised\n",
+                        "xse: " + lyingFile + ": no XSE data found\n"}));
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 using namespace xsetest;
 
 std::vector<std::string> Lines(const std::string& text) {
@@ -48,7 +49,7 @@ TEST(XseRun, EventsOfOneFileInOrder) {
                   Progress((total - 4) * 100 / total, total - 4, total),
                   Progress(100, total - 4, total),
                   "{\"event\":\"fileAdded\",\"file\":\"" + file + "\"}",
-                  "{\"event\":\"finished\",\"result\":0,\"startTimeSet\":1,"
+                  "{\"event\":\"finished\",\"result\":0,\"readerResult\":0,\"startTimeSet\":1,"
                   "\"startTimeSec\":1660867200,\"startTimeMs\":123}"));
 }
 
@@ -63,12 +64,18 @@ TEST(XseRun, MissingMiddleFileIsLeftOut) {
   for (const auto& line : Lines(events.out)) {
     if (line.find("\"progress\"") == std::string::npos) outcomes.push_back(line);
   }
-  EXPECT_THAT(outcomes, ElementsAre("{\"event\":\"fileAdded\",\"file\":\"" + first + "\"}",
-                                    "{\"event\":\"fileAdded\",\"file\":\"" + third + "\"}",
-                                    HasSubstr("{\"event\":\"finished\",\"result\":0,")));
+  const std::string reason = "cannot open " + missing + ": ";
+  EXPECT_THAT(outcomes,
+              ElementsAre(StartsWith("{\"event\":\"fileFailed\",\"file\":\"" + missing +
+                                     "\",\"reason\":\"" + reason),
+                          "{\"event\":\"fileAdded\",\"file\":\"" + first + "\"}",
+                          "{\"event\":\"fileAdded\",\"file\":\"" + third + "\"}",
+                          HasSubstr("{\"event\":\"finished\",\"result\":1,\"readerResult\":0,")));
+  EXPECT_THAT(events.err, StartsWith("xse: " + reason));
   const auto plain = RunXse({"run", first, missing, third});
   EXPECT_EQ(plain.status, 1);
   EXPECT_EQ(plain.out, first + ": read\n" + missing + ": not recognised\n" + third + ": read\n");
+  EXPECT_THAT(plain.err, StartsWith("xse: " + reason));
 }
 
 TEST(XseRun, ExtensionCheckCanBeSwitchedOff) {
@@ -77,9 +84,12 @@ TEST(XseRun, ExtensionCheckCanBeSwitchedOff) {
   const auto checked = RunXse({"run", "--events", file});
   EXPECT_EQ(checked.status, 1);
   // Nothing left to read: the plug-in's run returns at once.
-  EXPECT_EQ(checked.out,
-            "{\"event\":\"finished\",\"result\":0,\"startTimeSet\":0,\"startTimeSec\":0,"
-            "\"startTimeMs\":0}\n");
+  const std::string reason = file + ": not an .xse file (--no-ext-check reads it)";
+  EXPECT_EQ(checked.out, "{\"event\":\"fileFailed\",\"file\":\"" + file + "\",\"reason\":\"" +
+                             reason +
+                             "\"}\n{\"event\":\"finished\",\"result\":1,\"readerResult\":0,"
+                             "\"startTimeSet\":0,\"startTimeSec\":0,\"startTimeMs\":0}\n");
+  EXPECT_EQ(checked.err, "xse: " + reason + "\n");
   EXPECT_EQ(RunXse({"run", "--no-ext-check", file}), (ToolResult{0, file + ": read\n", ""}));
 }
 
@@ -115,7 +125,8 @@ TEST(XseRun, CtrlCStopsTheRunWithoutReportingTheCurrentFile) {
 
   const std::vector<std::string> lines = Lines(text);
   ASSERT_GE(lines.size(), 2u);
-  EXPECT_THAT(lines.back(), HasSubstr("{\"event\":\"finished\",\"result\":-1,"));
+  EXPECT_THAT(lines.back(),
+              HasSubstr("{\"event\":\"finished\",\"result\":130,\"readerResult\":-1,"));
   EXPECT_THAT(lines[lines.size() - 2], HasSubstr("{\"event\":\"progress\",\"percent\":100,"));
   int added = 0;
   for (const auto& line : lines) added += line.find("fileAdded") != std::string::npos ? 1 : 0;

@@ -125,9 +125,10 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
     EXPECT_THAT(run.err, StartsWith(err));
     EXPECT_LT(took, std::chrono::seconds(6));
     if (c.err.empty()) {
-      EXPECT_THAT(run.out, HasSubstr("{\"event\":\"fileAdded\""));
-      EXPECT_THAT(run.out, HasSubstr("{\"event\":\"finished\",\"result\":1,\"bytes\":" + sent +
-                                     ",\"frames\":300}"));
+      EXPECT_THAT(run.out, HasSubstr("{\"event\":\"fileAdded\",\"file\":\"" + address + "\"}"));
+      EXPECT_THAT(run.out, HasSubstr("{\"event\":\"finished\",\"result\":0,\"readerResult\":1,"
+                                     "\"bytes\":" +
+                                     sent + ",\"frames\":300}"));
     }
   }
 }

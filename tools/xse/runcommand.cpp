@@ -7,9 +7,11 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "interpreters/xsereader/host/xsereadermodule.h"
+#include "platform/file.h"
 #include "platform/interruptsignal.h"
 #include "platform/terminal.h"
 #include "tools/xse/argparse.h"
@@ -37,8 +39,9 @@ constexpr const char* kRunHelp =
     "130 when the run was stopped.\n"
     "\n"
     "  --events        every report of the plug-in as one JSON line on stdout\n"
-    "                  (progress, fileAdded, failedReading, then finished)\n"
-    "                  instead of the list of outcomes\n"
+    "                  (progress, fileFailed, fileAdded, failedReading, then\n"
+    "                  finished, whose result is the exit status) instead of\n"
+    "                  the list of outcomes\n"
     "  --no-ext-check  accept files whatever their extension (normally .xse)\n"
     "  --help          show this help\n"
     "\n"
@@ -64,6 +67,9 @@ class RunObserver final : public IReaderObserver {
  public:
   RunObserver(bool events, bool showProgress) : events_(events), showProgress_(showProgress) {}
 
+  // The name a live run's files go by: the plug-in reports them unnamed.
+  void SetLiveName(std::string name) { liveName_ = std::move(name); }
+
   void OnProgress(const CReader& reader, const CReader::ProgressStat& stat) override {
     if (events_) {
       std::string line;
@@ -86,7 +92,8 @@ class RunObserver final : public IReaderObserver {
     if (stat.percent >= 100) bar_.reset();
   }
 
-  void OnFileAdded(const CReader& /*reader*/, const std::string& fileName) override {
+  void OnFileAdded(const CReader& /*reader*/, const std::string& reported) override {
+    const std::string& fileName = reported.empty() ? liveName_ : reported;
     if (events_) {
       std::string line;
       JsonBuilder(line)
@@ -131,6 +138,7 @@ class RunObserver final : public IReaderObserver {
   bool showProgress_;
   std::unique_ptr<ProgressBar> bar_;
   std::vector<std::string> filesAdded_;
+  std::string liveName_;
   int64_t done_ = 0;
   LiveReports reports_;
 };
@@ -144,6 +152,7 @@ int RunLive(CReader& reader, const XseReaderEntryPoints& entry, RunObserver& obs
   LiveTap tap(nullptr, nullptr);
   entry.setRecordTap(&reader, &tap, 0);
   int32_t result = 0;
+  observer.SetLiveName(name);
   const int status = RunLiveSession(reader, server, name, limits, tap, observer.reports(), result);
   if (status == kExitFailure && result == 0) {
     // Not reached at all: nothing ran, nothing to show.
@@ -160,7 +169,8 @@ int RunLive(CReader& reader, const XseReaderEntryPoints& entry, RunObserver& obs
     JsonBuilder(line)
         .BeginObject()
         .String("event", "finished")
-        .Number("result", result)
+        .Number("result", status)
+        .Number("readerResult", result)
         .Number("bytes", bytes)
         .Number("frames", frames)
         .EndObject();
@@ -173,21 +183,25 @@ int RunLive(CReader& reader, const XseReaderEntryPoints& entry, RunObserver& obs
   return status;
 }
 
-}  // namespace
-
-int RunRunCommand(std::span<const std::string_view> args) {
+struct RunOptions {
   bool events = false;
-  bool noExtensionCheck = false;
+  bool extensionCheck = true;
   std::string connect;
   std::optional<ServerAddress> server;
   LiveLimits limits;
+  std::vector<std::string> files;
+};
+
+// The options, or the exit status when there is nothing to run.
+std::optional<int> ParseRunOptions(std::span<const std::string_view> args, RunOptions& options) {
+  bool noExtensionCheck = false;
   CommandLine line("run", kRunUsage, kRunHelp);
-  line.Flag("--events", events);
+  line.Flag("--events", options.events);
   line.Flag("--no-ext-check", noExtensionCheck);
-  line.Value("--connect", [&connect, &server](std::string_view value) {
-    connect = value;
-    server = ParseServerAddress(connect);
-    return server.has_value();
+  line.Value("--connect", [&options](std::string_view value) {
+    options.connect = value;
+    options.server = ParseServerAddress(options.connect);
+    return options.server.has_value();
   });
   const auto millisecondsIn = [](uint64_t& target) {
     return [&target](std::string_view value) {
@@ -195,91 +209,139 @@ int RunRunCommand(std::span<const std::string_view> args) {
       return target > 0;
     };
   };
-  line.Value("--duration", millisecondsIn(limits.durationMs));
-  line.Value("--idle-exit", millisecondsIn(limits.idleExitMs));
-  if (const auto exit = line.Parse(args)) return *exit;
-  const bool extensionCheck = !noExtensionCheck;
-  const std::vector<std::string>& files = line.operands();
-  if (server && !files.empty())
+  line.Value("--duration", millisecondsIn(options.limits.durationMs));
+  line.Value("--idle-exit", millisecondsIn(options.limits.idleExitMs));
+  if (const auto exit = line.Parse(args)) return exit;
+  options.extensionCheck = !noExtensionCheck;
+  options.files = line.operands();
+  if (options.server && !options.files.empty())
     return line.UsageError("--connect reads from the server, not from files");
-  if (!server && files.empty()) return line.UsageError("no input file");
+  if (!options.server && options.files.empty()) return line.UsageError("no input file");
+  return std::nullopt;
+}
 
-  XseReaderModule module;
-  PluginReader reader = LoadPluginReader(module, "xse run");
-  if (reader == nullptr) return kExitFailure;
-  const XseReaderEntryPoints& entry = module.entry();
+// Why the plug-in's file check said no, in the tool's one error form.
+std::string RefusalReason(const std::string& file, bool extensionCheck) {
+  platform::ReadOnlyFile probe;
+  if (!probe.Open(file)) return "cannot open " + file + ": " + probe.error();
+  const bool xseName = file.size() >= 4 && file.compare(file.size() - 4, 4, ".xse") == 0;
+  if (extensionCheck && !xseName) return file + ": not an .xse file (--no-ext-check reads it)";
+  return file + ": no XSE data found";
+}
 
-  reader->extensionCheck = extensionCheck ? 1 : 0;
-  std::vector<Outcome> outcomes(files.size(), Outcome::kNotRead);
-  for (size_t i = 0; i < files.size(); ++i) {
-    std::string name = files[i];
-    if (reader->CanReadFile(name) != 0) {
-      reader->fileList.push_back(files[i]);
-    } else {
-      outcomes[i] = Outcome::kNotRecognised;
+// Offers each file to the plug-in's check; the ones it refuses are told on
+// stderr (and as fileFailed events) and marked not recognised.
+std::vector<Outcome> OfferFiles(CReader& reader, const RunOptions& options) {
+  std::vector<Outcome> outcomes(options.files.size(), Outcome::kNotRead);
+  for (size_t i = 0; i < options.files.size(); ++i) {
+    const std::string& file = options.files[i];
+    std::string name = file;  // the check may rewrite its argument
+    if (reader.CanReadFile(name) != 0) {
+      reader.fileList.push_back(file);
+      continue;
+    }
+    outcomes[i] = Outcome::kNotRecognised;
+    const std::string reason = RefusalReason(file, options.extensionCheck);
+    std::fprintf(stderr, "xse: %s\n", reason.c_str());
+    if (options.events) {
+      std::string line;
+      JsonBuilder(line)
+          .BeginObject()
+          .String("event", "fileFailed")
+          .String("file", file)
+          .String("reason", reason)
+          .EndObject();
+      RunObserver::Emit(line);
     }
   }
+  return outcomes;
+}
 
-  RunObserver observer(events, platform::IsTerminal(platform::StandardStream::kError));
-  reader->SetObserver(&observer);
-  if (server) {
-    const int status = RunLive(*reader, entry, observer, *server, limits, events, connect);
-    reader.reset();
-    module.Unload();
-    return status;
+// Runs the reader thread over its file list until it ends or a Ctrl-C
+// stops it; nothing when the thread did not start.
+std::optional<int32_t> ReadFileList(CReader& reader, bool& stopRequested) {
+  platform::InterruptCatcher interrupt;
+  if (reader.StartReaderThread(CReader::ReaderRun::kFileList) == 0) {
+    std::fprintf(stderr, "xse: cannot start the reader thread\n");
+    return std::nullopt;
   }
-  int32_t result = 0;
-  bool stopRequested = false;
-  {
-    platform::InterruptCatcher interrupt;
-    if (reader->StartReaderThread(CReader::ReaderRun::kFileList) == 0) {
-      std::fprintf(stderr, "xse run: cannot start the reader thread\n");
-      return kExitFailure;
+  while (!reader.WaitReaderThread(kInterruptPollMs)) {
+    if (!stopRequested && interrupt.Caught()) {
+      reader.StopReader();
+      stopRequested = true;
     }
-    while (!reader->WaitReaderThread(kInterruptPollMs)) {
-      if (!stopRequested && interrupt.Caught()) {
-        reader->StopReader();
-        stopRequested = true;
-      }
-    }
-    result = reader->JoinReaderThread();
   }
+  return reader.JoinReaderThread();
+}
 
-  // Match the reports to the files in order; a name may be given twice.
+// Matches the reports to the files in order; a name may be given twice.
+void MarkFilesRead(const std::vector<std::string>& added, const std::vector<std::string>& files,
+                   std::vector<Outcome>& outcomes) {
   size_t next = 0;
-  for (const std::string& added : observer.filesAdded()) {
+  for (const std::string& name : added) {
     for (size_t i = next; i < files.size(); ++i) {
-      if (outcomes[i] == Outcome::kNotRead && files[i] == added) {
+      if (outcomes[i] == Outcome::kNotRead && files[i] == name) {
         outcomes[i] = Outcome::kRead;
         next = i + 1;
         break;
       }
     }
   }
+}
 
-  if (events) {
+void ReportFileRun(const CReader& reader, const RunOptions& options,
+                   const std::vector<Outcome>& outcomes, int32_t result, int status) {
+  if (options.events) {
     std::string finished;
     JsonBuilder(finished)
         .BeginObject()
         .String("event", "finished")
-        .Number("result", result)
-        .Number("startTimeSet", reader->startTimeSet)
-        .Number("startTimeSec", reader->startTimeSec)
-        .Number("startTimeMs", reader->startTimeMs)
+        .Number("result", status)
+        .Number("readerResult", result)
+        .Number("startTimeSet", reader.startTimeSet)
+        .Number("startTimeSec", reader.startTimeSec)
+        .Number("startTimeMs", reader.startTimeMs)
         .EndObject();
     RunObserver::Emit(finished);
+    return;
+  }
+  for (size_t i = 0; i < options.files.size(); ++i) {
+    static constexpr const char* kWords[] = {"read", "not read", "not recognised"};
+    std::printf("%s: %s\n", options.files[i].c_str(), kWords[static_cast<int>(outcomes[i])]);
+  }
+}
+
+}  // namespace
+
+int RunRunCommand(std::span<const std::string_view> args) {
+  RunOptions options;
+  if (const auto exit = ParseRunOptions(args, options)) return *exit;
+
+  XseReaderModule module;
+  PluginReader reader = LoadPluginReader(module, "xse run");
+  if (reader == nullptr) return kExitFailure;
+  reader->extensionCheck = options.extensionCheck ? 1 : 0;
+  std::vector<Outcome> outcomes = OfferFiles(*reader, options);
+
+  RunObserver observer(options.events, platform::IsTerminal(platform::StandardStream::kError));
+  reader->SetObserver(&observer);
+  int status = kExitFailure;
+  if (options.server) {
+    status = RunLive(*reader, module.entry(), observer, *options.server, options.limits,
+                     options.events, options.connect);
   } else {
-    for (size_t i = 0; i < files.size(); ++i) {
-      static constexpr const char* kWords[] = {"read", "not read", "not recognised"};
-      std::printf("%s: %s\n", files[i].c_str(), kWords[static_cast<int>(outcomes[i])]);
+    bool stopRequested = false;
+    if (const std::optional<int32_t> result = ReadFileList(*reader, stopRequested)) {
+      MarkFilesRead(observer.filesAdded(), options.files, outcomes);
+      bool allRead = true;
+      for (const Outcome outcome : outcomes) allRead = allRead && outcome == Outcome::kRead;
+      status = FileRunExitStatus(*result, stopRequested, allRead);
+      ReportFileRun(*reader, options, outcomes, *result, status);
     }
   }
   reader.reset();
   module.Unload();
-
-  bool allRead = true;
-  for (const Outcome outcome : outcomes) allRead = allRead && outcome == Outcome::kRead;
-  return FileRunExitStatus(result, stopRequested, allRead);
+  return status;
 }
 
 int FileRunExitStatus(int32_t result, bool stopRequested, bool allRead) {
