@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -130,6 +132,48 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
                                      "\"bytes\":" +
                                      sent + ",\"frames\":300}"));
     }
+  }
+}
+
+// The files of a recording, in name order, concatenated; each must start
+// with a frame start marker (a cut only where a frame starts).
+std::string RecordedBytes(const std::filesystem::path& folder, size_t& files) {
+  std::vector<std::filesystem::path> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    names.push_back(entry.path());
+  std::sort(names.begin(), names.end());
+  files = names.size();
+  std::string all;
+  for (const auto& name : names) {
+    EXPECT_EQ(name.extension(), ".xse") << "left unnamed: " << name;
+    const std::string bytes = ReadWholeFile(name);
+    EXPECT_TRUE(bytes.starts_with("$HSF") || bytes.starts_with("FSH$")) << name;
+    all += bytes;
+  }
+  return all;
+}
+
+// Two servers at once, one cut into files of about 1 MB: each folder holds
+// the served file byte for byte.
+TEST(XseServeTest, RecordKeepsEveryByteOfSeveralServersCutBetweenFrames) {
+  TempDir dir;
+  const std::string survey = dir.File("s.xse");
+  ASSERT_EQ(RunXse({"gen", "--duration", "20", "--byte-order", "mixed", survey}).status, 0);
+  const std::string served = ReadWholeFile(survey);
+  const std::string ports[] = {std::to_string(FreePort()), std::to_string(FreePort())};
+  ChildProcess first(XSE_XSE_TOOL, {"serve", "--port", ports[0], "--wait", "10", survey});
+  ChildProcess second(XSE_XSE_TOOL, {"serve", "--port", ports[1], "--wait", "10", survey});
+  const std::string out = dir.File("rec");
+  const ToolResult recorded =
+      RunXse({"record", "--connect", "127.0.0.1:" + ports[0], "--connect", "127.0.0.1:" + ports[1],
+              "-o", out, "--rotate-size", "1M", "--idle-exit", "10"});
+  EXPECT_EQ(recorded.status, 0) << recorded.err;
+  EXPECT_EQ(first.Wait().status, 0);
+  EXPECT_EQ(second.Wait().status, 0);
+  for (size_t i = 0; i < 2; ++i) {
+    size_t files = 0;
+    EXPECT_EQ(RecordedBytes(Utf8Path(out + "/127.0.0.1_" + ports[i]), files), served);
+    EXPECT_GT(files, 1u) << "no rotation";
   }
 }
 

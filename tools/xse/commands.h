@@ -18,6 +18,7 @@ int RunGenCommand(std::span<const std::string_view> args);
 int RunInfoCommand(std::span<const std::string_view> args);
 int RunRunCommand(std::span<const std::string_view> args);
 int RunCheckCommand(std::span<const std::string_view> args);
+int RunRecordCommand(std::span<const std::string_view> args);
 int RunServeCommand(std::span<const std::string_view> args);
 int RunSettingsCommand(std::span<const std::string_view> args);
 int RunPlotCommand(std::span<const std::string_view> args);

@@ -22,6 +22,7 @@ constexpr const char* kUsage =
     "  run FILE...        read the files through the reader plug-in, as the host does\n"
     "  check FILE...      ask the reader plug-in whether it can read each file\n"
     "  serve FILE         play a file as a live XSE data server on 127.0.0.1\n"
+    "  record             record live XSE servers to disk, every byte\n"
     "  settings           show the reader's settings page\n"
     "\n"
     "Run 'xse COMMAND --help' for the options of a command, 'xse --version' for the version.\n";
@@ -54,6 +55,7 @@ int main(int argc, char** argv) {
   if (command == "info") return xsetool::RunInfoCommand(rest);
   if (command == "run") return xsetool::RunRunCommand(rest);
   if (command == "check") return xsetool::RunCheckCommand(rest);
+  if (command == "record") return xsetool::RunRecordCommand(rest);
   if (command == "serve") return xsetool::RunServeCommand(rest);
   if (command == "settings") return xsetool::RunSettingsCommand(rest);
   if (command == "plot") return xsetool::RunPlotCommand(rest);
