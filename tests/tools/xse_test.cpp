@@ -106,8 +106,38 @@ TEST(XseTool, FilesThatCannotBeReadOrWrittenExitOneWithTheReason) {
   } cases[] = {{{"gen", unwritable}, "xse: cannot write " + unwritable + noFile},
                {{"plot", "--kind", "track", missing, "-o", dir.File("o.png")},
                 "xse: cannot open " + missing + noFile},
-               {{"serve", missing}, "xse serve: " + missing + noFile}};
+               {{"serve", missing}, "xse: cannot open " + missing + noFile}};
   for (const auto& c : cases) EXPECT_EQ(RunXse(c.args), (ToolResult{1, "", c.err}));
+}
+
+// Each reading command over inputs that are not a survey, each followed by
+// a good file: one line in the one error form per bad input, the good file
+// still read, exit 1.
+TEST(XseTool, InputsThatAreNotSurveysAreErrorsAndTheOthersAreStillRead) {
+  TempDir dir;
+  const std::string good = dir.File("good.xse");
+  ASSERT_EQ(RunXse({"gen", "--duration", "1", good}).status, 0);
+  std::vector<uint8_t> noise(70000);
+  for (size_t i = 0; i < noise.size(); ++i) noise[i] = static_cast<uint8_t>(i * 2654435761u >> 13);
+  const struct {
+    std::string path, err;
+  } inputs[] = {{dir.Write("random.bin", noise), ": no XSE data found\n"},
+                {dir.Write("empty.xse", std::span<const uint8_t>()), ": file is empty\n"},
+                {dir.File("missing.xse"), ": No such file or directory\n"}};
+  for (const auto& input : inputs) {
+    const bool opened = input.err == ": no XSE data found\n";
+    const std::string err =
+        "xse: " + std::string(opened ? "" : "cannot open ") + input.path + input.err;
+    for (const char* command : {"info", "dump", "soundings"}) {
+      const ToolResult result = RunXse({command, input.path, good});
+      EXPECT_EQ(result.status, 1) << command << " " << input.path;
+      EXPECT_THAT(result.err, StartsWith(err)) << command;
+      EXPECT_NE(result.out, "") << command;
+    }
+    const ToolResult plot =
+        RunXse({"plot", "--kind", "track", input.path, "-o", dir.File("o.png")});
+    EXPECT_EQ(plot, (ToolResult{1, "", err}));
+  }
 }
 
 TEST(XseTool, EveryCommandHasHelpOnStdout) {

@@ -16,6 +16,7 @@
 #include "tools/xse/csvwriter.h"
 #include "tools/xse/headoption.h"
 #include "tools/xse/livehost.h"
+#include "tools/xse/nodata.h"
 #include "tools/xse/pluginreader.h"
 #include "tools/xse/recordjsonwriter.h"
 
@@ -135,6 +136,8 @@ int RunDumpCommand(std::span<const std::string_view> args) {
     if (filter.done()) break;
     ElacFile source(&filter);
     source.SetMode(mode);
+    elac::ReadStatistics frames;
+    source.SetStatistics(&frames);
     if (!source.Open(file.c_str())) {
       const std::string reason = source.IsOpen() ? "file is empty" : source.openError();
       flush();
@@ -144,6 +147,11 @@ int RunDumpCommand(std::span<const std::string_view> args) {
     }
     int32_t processed = 0;
     while (!filter.done() && source.receiveData(processed, 0)) {
+    }
+    if (NoXseDataFound(frames)) {
+      flush();
+      ReportNoXseData(file);
+      status = kExitFailure;
     }
   }
   if (!flush()) {

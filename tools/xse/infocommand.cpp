@@ -9,6 +9,7 @@
 #include "platform/terminal.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
+#include "tools/xse/nodata.h"
 #include "tools/xse/progressbar.h"
 #include "tools/xse/surveyreport.h"
 
@@ -70,6 +71,12 @@ int RunInfoCommand(std::span<const std::string_view> args) {
     if (!Summarise(file, summary, error)) {
       std::fflush(stdout);
       std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), error.c_str());
+      status = kExitFailure;
+      continue;
+    }
+    if (NoXseDataFound(summary.frames)) {
+      std::fflush(stdout);
+      ReportNoXseData(file);
       status = kExitFailure;
       continue;
     }

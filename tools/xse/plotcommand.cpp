@@ -14,6 +14,7 @@
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/headoption.h"
+#include "tools/xse/nodata.h"
 #include "tools/xse/progressbar.h"
 
 namespace xsetool {
@@ -44,13 +45,15 @@ enum class PlotKind { kTrack, kSwath, kWaterfall };
 
 // Decodes `path` into `target`, with a progress bar labelled `pass` for a
 // person watching stderr. False, with `error` set, when the file cannot be
-// opened or is empty.
+// opened, is empty or holds no XSE data.
 bool Decode(const std::string& path, int32_t mode, quor::ISurveyTarget& target, const char* pass,
             std::string& error) {
   ElacFile source(&target);
   source.SetMode(mode);
+  elac::ReadStatistics frames;
+  source.SetStatistics(&frames);
   if (!source.Open(path.c_str())) {
-    error = source.IsOpen() ? "file is empty" : source.openError();
+    error = "cannot open " + path + ": " + (source.IsOpen() ? "file is empty" : source.openError());
     return false;
   }
   ProgressBar progress(stderr, platform::IsTerminal(platform::StandardStream::kError),
@@ -61,7 +64,9 @@ bool Decode(const std::string& path, int32_t mode, quor::ISurveyTarget& target, 
     if (processed > 0) done += static_cast<uint64_t>(processed);
     progress.Update(done);
   }
-  return true;
+  if (!NoXseDataFound(frames)) return true;
+  error = path + ": no XSE data found";
+  return false;
 }
 
 template <typename Plot>
@@ -114,7 +119,7 @@ int RunPlotCommand(std::span<const std::string_view> args) {
   std::string error;
   xseplot::SurveyExtent extent;
   if (!Decode(*input, mode, extent, "measuring", error)) {
-    std::fprintf(stderr, "xse: cannot open %s: %s\n", input->c_str(), error.c_str());
+    std::fprintf(stderr, "xse: %s\n", error.c_str());
     return kExitFailure;
   }
   bool ok = false;
@@ -125,7 +130,7 @@ int RunPlotCommand(std::span<const std::string_view> args) {
           ? Draw<xseplot::SwathPlot>(*input, mode, extent, width, height, error, ok)
           : Draw<xseplot::WaterfallPlot>(*input, mode, extent, width, height, error, ok);
   if (!ok) {
-    std::fprintf(stderr, "xse: cannot open %s: %s\n", input->c_str(), error.c_str());
+    std::fprintf(stderr, "xse: %s\n", error.c_str());
     return kExitFailure;
   }
   if (!xseplot::WritePngFile(*output, picture, error)) {

@@ -165,13 +165,13 @@ int RunServeCommand(std::span<const std::string_view> args) {
 
   platform::ReadOnlyFile input;
   if (!input.Open(file)) {
-    std::fprintf(stderr, "xse serve: %s: %s\n", file.c_str(), input.error().c_str());
+    std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), input.error().c_str());
     return kExitFailure;
   }
   xseserver::XseServer server(settings.options);
   std::string error;
   if (!server.Start(error)) {
-    std::fprintf(stderr, "xse serve: %s\n", error.c_str());
+    std::fprintf(stderr, "xse: %s\n", error.c_str());
     return kExitFailure;
   }
   std::printf("listening on 127.0.0.1:%u, data port %u\n", server.port(), server.dataPort());
@@ -181,11 +181,11 @@ int RunServeCommand(std::span<const std::string_view> args) {
   const xseserver::Session session = server.ServeOne([&player] { return player.Next(); });
   PrintSummary(session, input.Size().value_or(0) * settings.loops, player.SecondsSinceStart());
   if (player.readFailed()) {
-    std::fprintf(stderr, "xse serve: %s: %s\n", file.c_str(), input.error().c_str());
+    std::fprintf(stderr, "xse: %s: %s\n", file.c_str(), input.error().c_str());
     return kExitFailure;
   }
   if (!session.error.empty()) {
-    std::fprintf(stderr, "xse serve: %s\n", session.error.c_str());
+    std::fprintf(stderr, "xse: %s\n", session.error.c_str());
     return kExitFailure;
   }
   return kExitOk;

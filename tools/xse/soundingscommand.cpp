@@ -11,6 +11,7 @@
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/headoption.h"
+#include "tools/xse/nodata.h"
 #include "tools/xse/utctime.h"
 
 namespace xsetool {
@@ -134,6 +135,8 @@ int RunSoundingsCommand(std::span<const std::string_view> args) {
   for (const std::string& file : line.operands()) {
     ElacFile source(&target);
     source.SetMode(mode);
+    elac::ReadStatistics frames;
+    source.SetStatistics(&frames);
     if (!source.Open(file.c_str())) {
       writer.Flush();
       std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(),
@@ -147,6 +150,11 @@ int RunSoundingsCommand(std::span<const std::string_view> args) {
     }
     target.Finish();
     writer.Flush();
+    if (NoXseDataFound(frames)) {
+      ReportNoXseData(file);
+      status = kExitFailure;
+      continue;
+    }
     const soundings::SoundingCounts& after = target.counts();
     std::fprintf(
         stderr,
