@@ -196,6 +196,10 @@ int RunGridCommand(std::span<const std::string_view> args) {
   if (out.empty()) return line.UsageError("-o OUT is required");
   if (line.operands().empty()) return line.UsageError("no input file");
 
+  if (const std::string problem = GridWriterProblem(); !problem.empty()) {
+    std::fprintf(stderr, "xse: cannot write %s: %s\n", out.c_str(), problem.c_str());
+    return kExitFailure;
+  }
   const std::vector<std::string>& paths = line.operands();
   if (zone) {
   } else if (const std::string error = ZoneOfFirstFix(paths.front(), job.mode, job.zone);

@@ -12,6 +12,10 @@
 
 namespace xsetool {
 
+// Why grids cannot be written here (no GDAL, or its module not found);
+// empty when they can. Asked before the files are read.
+std::string GridWriterProblem();
+
 // Writes `grid` of `cellMetres` cells in `zone` to `path`. Empty on
 // success, otherwise why not, in words.
 std::string WriteGrid(const std::string& path, const soundings::DenseGrid& grid, double cellMetres,

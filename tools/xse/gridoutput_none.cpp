@@ -2,8 +2,10 @@
 
 namespace xsetool {
 
+std::string GridWriterProblem() { return "this xse was built without GDAL, which writes grids"; }
+
 std::string WriteGrid(const std::string&, const soundings::DenseGrid&, double, soundings::UtmZone) {
-  return "this xse was built without GDAL, which writes grids";
+  return GridWriterProblem();
 }
 
 }  // namespace xsetool
