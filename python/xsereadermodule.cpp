@@ -4,11 +4,13 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "interpreters/surveyreaderlib/recordfilter.h"
 #include "interpreters/surveyreaderlib/soundings/grid.h"
@@ -28,20 +30,48 @@ xsereader::Heads HeadsArgument(const std::string& head) {
   return *heads;
 }
 
-// Which kinds read() gathers: all of them for None, otherwise those named.
+void AddKind(const std::string& name, quor::RecordKindSet& wanted) {
+  const auto kind = quor::ParseRecordKind(name);
+  if (!kind) throw py::value_error("unknown record kind '" + name + "'");
+  wanted.set(static_cast<size_t>(*kind));
+}
+
+// Which kinds read() gathers: all of them for None, otherwise those named,
+// in a list or in one string ("position" or, as xse dump --kind takes them,
+// "position,gyro").
 quor::RecordKindSet KindsArgument(const py::object& kinds) {
   if (kinds.is_none()) return quor::RecordKindSet().set();
-  const auto notNames = [] { return py::type_error("kinds must be a list of names"); };
-  if (py::isinstance<py::str>(kinds) || !py::isinstance<py::iterable>(kinds)) throw notNames();
+  const auto notNames = [] { return py::type_error("kinds must be a name or a list of names"); };
   quor::RecordKindSet wanted;
+  if (py::isinstance<py::str>(kinds)) {
+    const auto names = py::cast<std::string>(kinds);
+    for (size_t start = 0; start <= names.size();) {
+      const size_t comma = std::min(names.find(',', start), names.size());
+      AddKind(names.substr(start, comma - start), wanted);
+      start = comma + 1;
+    }
+    return wanted;
+  }
+  if (!py::isinstance<py::iterable>(kinds)) throw notNames();
   for (const auto& item : kinds) {
     if (!py::isinstance<py::str>(item)) throw notNames();
-    const auto name = py::cast<std::string>(item);
-    const auto kind = quor::ParseRecordKind(name);
-    if (!kind) throw py::value_error("unknown record kind '" + name + "'");
-    wanted.set(static_cast<size_t>(*kind));
+    AddKind(py::cast<std::string>(item), wanted);
   }
   return wanted;
+}
+
+// Reads every frame of `reader` into `target` (the caller has let go of the
+// interpreter); the frames read.
+uint64_t ReadFrames(xsereader::SurveyReader& reader, quor::ISurveyTarget& target) {
+  uint64_t frames = 0;
+  while (reader.ReadFrame(target)) ++frames;
+  return frames;
+}
+
+// A file that opened but held no frame is not XSE data: ValueError, with the
+// text xse prints.
+void RequireFrames(uint64_t frames, const std::string& path) {
+  if (frames == 0) throw py::value_error(path + ": no XSE data found");
 }
 
 // Raises OSError with the reason `xse` prints; a reason that is the system's
@@ -165,11 +195,13 @@ py::dict Read(const py::object& pathObject, const std::string& head, const py::o
   const quor::RecordKindSet wanted = KindsArgument(kinds);
   auto reader = Open(path, heads);
   SurveyArrays arrays;
+  uint64_t framesRead = 0;
   {
     py::gil_scoped_release unlocked;
     quor::RecordFilter filter(arrays, wanted);  // no arrays for the kinds not wanted
-    reader->ReadAll(filter);
+    framesRead = ReadFrames(*reader, filter);
   }
+  RequireFrames(framesRead, path);
   py::dict survey;
   const auto frames = static_cast<py::ssize_t>(arrays.startTimes.size());
   survey["startTimes"] = Adopt(std::move(arrays.startTimes), py::dtype::of<double>(), {frames});
@@ -227,6 +259,13 @@ py::dict Read(const py::object& pathObject, const std::string& head, const py::o
   py::list parameters;
   for (const auto& parameter : arrays.parameters) parameters.append(ParameterDict(parameter));
   survey["parameters"] = parameters;
+  // Keyed by the kind names; the first keys stay as aliases for a release.
+  for (const auto& [name, old] : {std::pair{"startTime", "startTimes"},
+                                  {"parameter", "parameters"},
+                                  {"position", "positions"},
+                                  {"gyro", "headings"},
+                                  {"motion", "attitude"}})
+    survey[name] = survey[old];
   return survey;
 }
 
@@ -261,12 +300,14 @@ py::array Soundings(const py::object& pathObject, const std::string& head) {
   const std::string path = PathArgument(pathObject);
   auto reader = Open(path, HeadsArgument(head));
   SoundingRows sink;
+  uint64_t frames = 0;
   {
     py::gil_scoped_release unlocked;
     soundings::SoundingTarget target(sink);
-    reader->ReadAll(target);
+    frames = ReadFrames(*reader, target);
     target.Finish();
   }
+  RequireFrames(frames, path);
   const auto count = static_cast<py::ssize_t>(sink.rows.size());
   return Adopt(std::move(sink.rows),
                DtypeBuilder()
@@ -321,14 +362,19 @@ py::dict GridCells(const py::object& pathObject, double cell, int zoneNumber, bo
 // records(): an iterator over one file's records of the wanted kinds.
 class RecordIterator {
  public:
-  RecordIterator(std::unique_ptr<xsereader::SurveyReader> reader, quor::RecordKindSet kinds)
-      : reader_(std::move(reader)), kinds_(kinds) {}
+  RecordIterator(std::unique_ptr<xsereader::SurveyReader> reader, quor::RecordKindSet kinds,
+                 std::string path)
+      : reader_(std::move(reader)), kinds_(kinds), path_(std::move(path)) {}
   py::dict Next() {
     const xsereader::Record* record = reader_ ? reader_->Next() : nullptr;
+    // Every frame starts with its time: no record at all means no frame.
+    if (record != nullptr) seen_ = true;
     while (record != nullptr && !kinds_.test(static_cast<size_t>(record->kind)))
       record = reader_->Next();
     if (record == nullptr) {
+      const bool ended = reader_ != nullptr;
       reader_.reset();
+      if (ended) RequireFrames(seen_ ? 1 : 0, path_);
       throw py::stop_iteration();
     }
     return RecordDict(*record);
@@ -337,6 +383,8 @@ class RecordIterator {
  private:
   std::unique_ptr<xsereader::SurveyReader> reader_;
   quor::RecordKindSet kinds_;
+  std::string path_;
+  bool seen_ = false;
 };
 
 }  // namespace
@@ -350,16 +398,19 @@ PYBIND11_MODULE(_xsereader, module) {
   module.def("read", &Read, py::arg("path"), py::arg("head") = "all", py::arg("kinds") = py::none(),
              R"(Reads a whole XSE file into numpy arrays.
 
-Returns a dict: "startTimes" (frame times), "positions", "headings" and
-"attitude" (structured arrays, one row per record), "multibeam" and
+Returns a dict keyed by record kind: "startTime" (frame times), "position",
+"gyro" and "motion" (structured arrays, one row per record), "multibeam" and
 "sidescan" (dicts of per-ping columns and pings x beams or pings x samples
 arrays, NaN where a ping has fewer values or does not carry them; quality
-0), and "parameters" (a list of dicts). Times are float64 seconds since
-1970. head is "all", "first" or "second". kinds, a list of record kinds
+0), and "parameter" (a list of dicts); the keys "startTimes", "positions",
+"headings", "attitude" and "parameters" are the same values under their
+former names, kept for one release. Times are float64 seconds since 1970.
+head is "all", "first" or "second". kinds, a record kind or a list of them
 as `xse dump --kind` names them ("startTime", "parameter", "position",
 "gyro", "motion", "multibeam", "sidescan"), gathers only those; the others
-come back empty. Raises OSError when the file cannot be opened and
-ValueError for an unknown head or kind; damaged data is skipped as `xse`
+come back empty. Raises OSError when the file cannot be opened, ValueError
+("NAME: no XSE data found") when it holds no XSE frame and ValueError for
+an unknown head or kind; damaged data is skipped as `xse`
 skips it.)");
 
   module.def("soundings", &Soundings, py::arg("path"), py::arg("head") = "all",
@@ -391,11 +442,13 @@ them; `xse grid` bins alike. Raises as read() does.)");
       [](const py::object& path, const std::string& head, const py::object& kinds) {
         const xsereader::Heads heads = HeadsArgument(head);
         const quor::RecordKindSet wanted = KindsArgument(kinds);
-        return RecordIterator(Open(PathArgument(path), heads), wanted);
+        const std::string name = PathArgument(path);
+        return RecordIterator(Open(name, heads), wanted, name);
       },
       py::arg("path"), py::arg("head") = "all", py::arg("kinds") = py::none(),
       R"(Yields each record of an XSE file as a dict with the keys of `xse dump`'s
 JSON lines, in the same order; with kinds (as for read()) only the records
 of those kinds. Raises OSError when the file cannot be opened (at the call,
-not at the first record) and ValueError for an unknown head or kind.)");
+not at the first record), ValueError for an unknown head or kind, and
+ValueError ("NAME: no XSE data found") at the end when no frame was found.)");
 }

@@ -154,9 +154,25 @@ def test_errors(tmp_path, surveys, call):
 def test_unknown_kinds_are_refused(surveys, call):
     with pytest.raises(ValueError, match="unknown record kind 'ping'"):
         call(surveys["mixed"], kinds=["position", "ping"])
-    for kinds in ["position", [2], 7]:
-        with pytest.raises(TypeError, match="kinds must be a list of names"):
+    for kinds in [[2], 7]:
+        with pytest.raises(TypeError, match="kinds must be a name or a list of names"):
             call(surveys["mixed"], kinds=kinds)
+
+
+@pytest.mark.parametrize("call", [xsereader.read, xsereader.records, xsereader.soundings])
+def test_bytes_without_xse_frames_are_a_value_error(tmp_path, call):
+    noise = tmp_path / "random.bin"
+    noise.write_bytes(bytes((i * 2654435761 >> 13) & 0xFF for i in range(70000)))
+    with pytest.raises(ValueError, match=f"{noise}: no XSE data found"):
+        list(call(noise)) if call is xsereader.records else call(noise)
+
+
+def test_read_keys_are_the_kind_names_and_kinds_may_be_one_string(surveys):
+    survey = xsereader.read(surveys["mixed"], kinds="position,gyro")
+    for name, old in [("startTime", "startTimes"), ("position", "positions"), ("gyro", "headings"),
+                      ("motion", "attitude"), ("parameter", "parameters")]:
+        assert survey[name] is survey[old]
+    assert len(survey["position"]) > 0 and len(survey["gyro"]) > 0 and len(survey["motion"]) == 0
 
 
 @pytest.mark.parametrize("head", ["all", "second"])
