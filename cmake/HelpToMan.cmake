@@ -24,5 +24,41 @@ foreach(name IN LISTS names)
   string(TOUPPER "${name}" title)
   string(APPEND page ".SH XSE ${title}\n${block}")
 endforeach()
+string(APPEND page [=[
+.SH EXIT STATUS
+.TP
+0
+success
+.TP
+1
+a file could not be opened, read or written, held no XSE data, or was not
+read; a check answered no; a live server could not be reached or sent no data
+.TP
+2
+wrong usage; xse settings without a display
+.TP
+130
+stopped by Ctrl-C (143 by SIGTERM)
+.SH ENVIRONMENT
+.TP
+XSE_READER_MODULE
+the reader plug-in that xse run, xse check and xse run --connect
+load, instead of the one beside the tool
+.TP
+DISPLAY, WAYLAND_DISPLAY
+the display xse settings shows its page on
+.TP
+QT_QPA_PLATFORM
+offscreen or minimal: xse settings draws without a display
+.SH EXAMPLES
+.nf
+xse gen --duration 60 survey.xse
+xse info survey.xse
+xse dump --kind position --format csv survey.xse > positions.csv
+xse soundings --format xyz survey.xse > survey.xyz
+xse plot --kind swath survey.xse -o swath.png
+xse serve survey.xse & xse run --events --connect 127.0.0.1:PORT
+.fi
+]=])
 file(WRITE "${OUT}" "${page}")
 message(STATUS "Installing: ${OUT}")
