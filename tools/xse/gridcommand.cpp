@@ -20,6 +20,7 @@
 #include "tools/xse/gridoutput.h"
 #include "tools/xse/gridpreview.h"
 #include "tools/xse/headoption.h"
+#include "tools/xse/nodata.h"
 #include "tools/xse/progressbar.h"
 
 namespace xsetool {
@@ -82,7 +83,7 @@ std::string GridFile(const std::string& path, const GridJob& job, soundings::Par
     if (processed > 0) bytesDone += static_cast<uint64_t>(processed);
   }
   target.Finish();
-  if (statistics.FramesDecoded() == 0) return path + ": no XSE data found";
+  if (NoXseDataFound(statistics)) return path + ": no XSE data found";
   return {};
 }
 
@@ -99,7 +100,7 @@ std::string ZoneOfFirstFix(const std::string& path, int32_t mode, soundings::Utm
   int32_t processed = 0;
   while (!first.found && source.receiveData(processed, 0)) {
   }
-  if (statistics.FramesDecoded() == 0) return path + ": no XSE data found";
+  if (NoXseDataFound(statistics)) return path + ": no XSE data found";
   if (!first.found) return path + ": no WGS84 position to choose a UTM zone from; give --zone";
   zone = first.zone;
   return {};
