@@ -75,6 +75,10 @@ TEST(ZXSEReaderTest, RunReportsRisingProgressAndTheOutcomeThenDropsTheSource) {
   EXPECT_EQ(RunOver({INT32_MAX, INT32_MAX, 5}, UINT32_MAX, "big.xse"),
             "1: progress 0 0 2147483647; progress 100 2147483647 2147483647; "
             "progress 100 2147483647 2147483647; fileAdded big.xse");
+  // The run's own count does not stop there.
+  ScriptedRun big({INT32_MAX, INT32_MAX, 5}, 0);
+  big.reader.RunReader();
+  EXPECT_EQ(big.reader.liveBytes(), uint64_t{INT32_MAX} * 2 + 5);
   ScriptedRun noSource({}, 0);
   noSource.reader.SetContainer(nullptr);
   EXPECT_EQ(noSource.reader.RunReader(), 0);
