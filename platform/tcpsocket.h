@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace platform {
 
@@ -99,6 +101,17 @@ bool ShutdownSending(SocketHandle socket);
 // Closes the socket with a reset instead of an orderly end; false when it
 // was no open socket.
 bool AbortConnection(SocketHandle socket);
+
+// The addresses a host name or address literal stands for, in the order
+// the system gives them, each family apart.
+struct HostAddresses {
+  std::vector<std::array<uint8_t, 4>> ipv4;   // first octet first
+  std::vector<std::array<uint8_t, 16>> ipv6;  // first byte first
+};
+// Looks `host` up once: a name, an IPv4 literal or an IPv6 literal (without
+// brackets). False, with the system's text for the failure in `error`, when
+// it stands for no address.
+bool ResolveHost(const std::string& host, HostAddresses& found, std::string& error);
 
 // The first IPv4 address of the local host's name, first octet first;
 // 0.0.0.0 when the name does not resolve.

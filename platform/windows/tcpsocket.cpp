@@ -218,6 +218,48 @@ bool AbortConnection(SocketHandle socket) {
   return CloseSocket(socket);
 }
 
+namespace {
+
+void CollectAddresses(const addrinfo* list, HostAddresses& found) {
+  for (const addrinfo* entry = list; entry != nullptr; entry = entry->ai_next) {
+    if (entry->ai_family == AF_INET) {
+      std::array<uint8_t, 4> octets{};
+      const auto* address = reinterpret_cast<const sockaddr_in*>(entry->ai_addr);
+      std::memcpy(octets.data(), &address->sin_addr, octets.size());
+      found.ipv4.push_back(octets);
+    } else if (entry->ai_family == AF_INET6) {
+      std::array<uint8_t, 16> bytes{};
+      const auto* address = reinterpret_cast<const sockaddr_in6*>(entry->ai_addr);
+      std::memcpy(bytes.data(), &address->sin6_addr, bytes.size());
+      found.ipv6.push_back(bytes);
+    }
+  }
+}
+
+}  // namespace
+
+bool ResolveHost(const std::string& host, HostAddresses& found, std::string& error) {
+  found = {};
+  error.clear();
+  if (!EnsureStarted()) {
+    error = "the socket service did not start";
+    return false;
+  }
+  addrinfo hints{};
+  hints.ai_family = AF_UNSPEC;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* list = nullptr;
+  const int failed = ::getaddrinfo(host.c_str(), nullptr, &hints, &list);
+  if (failed != 0) {
+    error = ::gai_strerrorA(failed);
+    return false;
+  }
+  CollectAddresses(list, found);
+  ::freeaddrinfo(list);
+  if (found.ipv4.empty() && found.ipv6.empty()) error = "no address";
+  return error.empty();
+}
+
 std::array<uint8_t, 4> LocalHostAddress() {
   std::array<uint8_t, 4> octets{};
   if (!EnsureStarted()) return octets;

@@ -185,6 +185,12 @@ TEST(XseServeTest, UnreachableServerExitsOne) {
                                         "xse: cannot reach the XSE server at " + closed +
                                             ": connection refused\n"}));
   }
+  // Looked up once; the plug-in connects over IPv4 only.
+  const ToolResult ipv6 = RunXse({"dump", "--connect", "[::1]:1"});
+  EXPECT_EQ(ipv6.status, 1);
+  EXPECT_EQ(ipv6.err,
+            "xse: cannot reach the XSE server at [::1]:1: ::1 has IPv6 addresses only, "
+            "and the reader connects over IPv4\n");
 }
 
 }  // namespace

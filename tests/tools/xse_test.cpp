@@ -70,7 +70,7 @@ TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
       {{"info", "--csv", "f"}, "unknown option '--csv'"},
       {{"run"}, "no input file"},
       {{"run", "--bogus", "a.xse"}, "unknown option '--bogus'"},
-      {{"run", "--connect", "1.2.3:4"}, "invalid value '1.2.3:4' for --connect"},
+      {{"run", "--connect", "1.2.3.4"}, "invalid value '1.2.3.4' for --connect"},
       {{"check"}, "no input file"},
       {{"check", "--nope", "a"}, "unknown option '--nope'"},
       {{"plot", "f", "-o", "o.png"}, "--kind is needed"},

@@ -42,12 +42,15 @@ constexpr const char* kDumpHelp =
     "  --help           show this help\n"
     "\n"
     "With --connect the records come live from the XSE server at ADDRESS:PORT\n"
-    "(an IPv4 address), read by the reader plug-in as the host runs it, and\n"
-    "are written exactly as for a file of the same bytes. The run ends when\n"
-    "the server ends the data, --idle-exit SECONDS pass without a new record\n"
+    "(a host name, an IPv4 address or [IPv6]:PORT, looked up once; the plug-in\n"
+    "connects to its first IPv4 address), read by the reader plug-in as the\n"
+    "host runs it, and written exactly as for a file of the same bytes, each\n"
+    "decoding pass's records as soon as the pass ends. The run ends when the\n"
+    "server ends the data, --idle-exit SECONDS pass without a new record\n"
     "(counted from the start as well), --limit is reached, or Ctrl-C. Exit\n"
-    "status 0 when data arrived and the exchange held, 1 with the reason on\n"
-    "stderr when it failed or no data came, 130 when stopped by Ctrl-C.\n";
+    "status 0 when frames were decoded and the exchange held, 1 with the\n"
+    "reason on stderr when it failed or no frame came, 130 on Ctrl-C, 143 on\n"
+    "SIGTERM (with stdout blocked, records not yet written are dropped).\n";
 
 // The records of a live server, through the reader plug-in.
 // Each decoding pass's records are written out when the pass ends, so a

@@ -1,5 +1,6 @@
 #include "tools/xse/livehost.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <thread>
 
@@ -7,6 +8,7 @@
 #include "platform/interruptsignal.h"
 #include "platform/processexit.h"
 #include "platform/sleep.h"
+#include "platform/tcpsocket.h"
 #include "tools/xse/argparse.h"
 #include "tools/xse/commands.h"
 
@@ -37,21 +39,38 @@ int Fail(const std::string& reason) {
 }  // namespace
 
 std::optional<ServerAddress> ParseServerAddress(std::string_view text) {
-  ServerAddress address;
-  for (int i = 0; i < 5; ++i) {
-    const char separator = i < 3 ? '.' : ':';
-    const size_t end = i < 4 ? text.find(separator) : text.size();
-    if (end == std::string_view::npos) return std::nullopt;
-    const auto value = ParseUnsigned(text.substr(0, end));
-    if (!value || *value > (i < 4 ? 255u : 65535u)) return std::nullopt;
-    if (i < 4) {
-      address.octets[i] = static_cast<uint8_t>(*value);
-      text.remove_prefix(end + 1);
-    } else {
-      address.port = static_cast<uint16_t>(*value);
-    }
+  std::string_view host;
+  std::string_view port;
+  if (text.starts_with('[')) {
+    const size_t close = text.find(']');
+    if (close == std::string_view::npos || text.substr(close + 1, 1) != ":") return std::nullopt;
+    host = text.substr(1, close - 1);
+    port = text.substr(close + 2);
+  } else {
+    const size_t colon = text.rfind(':');
+    if (colon == std::string_view::npos) return std::nullopt;
+    host = text.substr(0, colon);
+    port = text.substr(colon + 1);
+    // An IPv6 literal needs its brackets, or its last group reads as the port.
+    if (host.find(':') != std::string_view::npos) return std::nullopt;
   }
+  const auto number = ParseUnsigned(port);
+  if (host.empty() || !number || *number > 65535) return std::nullopt;
+  ServerAddress address;
+  address.host = host;
+  address.port = static_cast<uint16_t>(*number);
   return address;
+}
+
+bool ResolveServerAddress(ServerAddress& address, std::string& error) {
+  platform::HostAddresses found;
+  if (!platform::ResolveHost(address.host, found, error)) return false;
+  if (found.ipv4.empty()) {
+    error = address.host + " has IPv6 addresses only, and the reader connects over IPv4";
+    return false;
+  }
+  std::copy(found.ipv4.front().begin(), found.ipv4.front().end(), address.octets);
+  return true;
 }
 
 void LiveTap::Noted() {
@@ -135,9 +154,14 @@ int RunLiveSession(CReader& reader, const ServerAddress& server, const std::stri
                    const LiveLimits& limits, const LiveTap& tap, const LiveReports& reports,
                    int32_t& result) {
   result = 0;
+  ServerAddress resolved = server;
+  std::string error;
+  if (!ResolveServerAddress(resolved, error)) {
+    return Fail("cannot reach the XSE server at " + name + ": " + error);
+  }
   platform::InterruptCatcher interrupt;
   const auto stopped = [&interrupt] { return StoppedExitStatus(interrupt.Terminated()); };
-  const auto& o = server.octets;
+  const auto& o = resolved.octets;
   ConnectWatch watch(reader, interrupt, limits.idleExitMs);
   const int32_t connected =
       reader.ConnectTo(o[0], o[1], o[2], o[3], static_cast<int16_t>(server.port), 0);

@@ -20,12 +20,18 @@
 namespace xsetool {
 
 struct ServerAddress {
-  uint8_t octets[4] = {};
+  std::string host;        // a name, an IPv4 or an IPv6 literal
+  uint8_t octets[4] = {};  // once resolved
   uint16_t port = 0;
 };
 
-// "a.b.c.d:port", each part decimal; nothing when malformed.
+// "HOST:PORT" or "[IPv6]:PORT", the port decimal; nothing when malformed.
+// The host is not looked up here.
 std::optional<ServerAddress> ParseServerAddress(std::string_view text);
+// Looks the host up, once, and takes its first IPv4 address (the plug-in's
+// ConnectTo takes IPv4 only). False with the reason in `error` when it
+// stands for none.
+bool ResolveServerAddress(ServerAddress& address, std::string& error);
 
 // Passes every record on to `next` (may be null) on the reader thread and
 // notes when the last one came, for the main thread's idle check.

@@ -1,5 +1,6 @@
 // xse record: every byte one or more XSE servers send, to disk, in files
 // that `xse dump` reads as it reads the live session.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -28,8 +29,9 @@ constexpr const char* kRecordUsage =
     "                  [--rotate-size SIZE] [--rotate-time SECONDS] [--idle-exit SECONDS]\n";
 
 constexpr const char* kRecordHelp =
-    "Records live XSE data: every byte the server at ADDRESS:PORT (an IPv4\n"
-    "address) sends, in order, damaged stretches included, so that `xse dump`\n"
+    "Records live XSE data: every byte the server at ADDRESS:PORT (a host\n"
+    "name, an IPv4 address or [IPv6]:PORT, resolved once; the client connects\n"
+    "over IPv4) sends, in order, damaged stretches included, so that `xse dump`\n"
     "of the recording writes what `xse dump --connect` writes of the session.\n"
     "Files are named by the UTC time of their first byte (YYYYMMDD-HHMMSS.xse,\n"
     "then YYYYMMDD-HHMMSS_002.xse and on for more in one second),\n"
@@ -74,7 +76,8 @@ void RecordOne(Source& source, uint64_t idleExitMs, const std::atomic<int32_t>& 
   XseClient client(running);
   std::string error;
   const auto& o = source.address.octets;
-  if (!client.Open({o[0], o[1], o[2], o[3]}, source.address.port, error)) {
+  if (!ResolveServerAddress(source.address, error) ||
+      !client.Open({o[0], o[1], o[2], o[3]}, source.address.port, error)) {
     if (running.load() != 0)
       source.error = "cannot reach the XSE server at " + source.name + ": " + error;
     source.done = true;
@@ -108,10 +111,12 @@ void RecordOne(Source& source, uint64_t idleExitMs, const std::atomic<int32_t>& 
   source.done = true;
 }
 
+// The host as given (names and literals alike, ':' of IPv6 as '-') and the
+// port, in a form every file system takes.
 std::string FolderName(const ServerAddress& address) {
-  const auto& o = address.octets;
-  return std::to_string(o[0]) + "." + std::to_string(o[1]) + "." + std::to_string(o[2]) + "." +
-         std::to_string(o[3]) + "_" + std::to_string(address.port);
+  std::string host = address.host;
+  std::replace(host.begin(), host.end(), ':', '-');
+  return host + "_" + std::to_string(address.port);
 }
 
 void ShowStatus(const std::vector<std::unique_ptr<Source>>& sources, const std::string& folder,
