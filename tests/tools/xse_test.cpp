@@ -26,7 +26,7 @@ const std::map<std::string, std::string> kUsage = {
      "               [--byte-order big|little|mixed] OUT.xse\n"},
     {"dump",
      "usage: xse dump [--format jsonl|csv] [--kind KINDS] [--limit N]\n"
-     "                [--head all|first|second] FILE...\n"},
+     "                [--head all|first|second] [--with-file] FILE...\n"},
     {"info", "usage: xse info [--json] FILE...\n"},
     {"run", "usage: xse run [--events] [--no-ext-check] FILE...\n"},
     {"check", "usage: xse check [--ext] FILE...\n"},
@@ -137,7 +137,16 @@ TEST(XseTool, InputsThatAreNotSurveysAreErrorsAndTheOthersAreStillRead) {
     const ToolResult plot =
         RunXse({"plot", "--kind", "track", input.path, "-o", dir.File("o.png")});
     EXPECT_EQ(plot, (ToolResult{1, "", err}));
-  }
+  }  // With --with-file each row says which file it came from.
+  EXPECT_THAT(RunXse({"dump", "--with-file", "--kind", "startTime", "--limit", "1", good}).out,
+              StartsWith("{\"file\":\"" + good + "\",\"kind\":\"startTime\","));
+  const std::string csv =
+      RunXse({"dump", "--with-file", "--format", "csv", "--kind", "gyro", "--limit", "1", good})
+          .out;
+  EXPECT_THAT(csv, StartsWith("file,valid,"));
+  EXPECT_THAT(csv, HasSubstr("\n" + good + ",1,"));
+  EXPECT_THAT(RunXse({"soundings", "--with-file", good}).out,
+              testing::AllOf(StartsWith("file,time,"), HasSubstr("\n" + good + ",20")));
 }
 
 TEST(XseTool, EveryCommandHasHelpOnStdout) {

@@ -123,9 +123,18 @@ std::string CsvHeader(quor::RecordKind kind) {
                               [](auto type) { return HeaderOf(typename decltype(type)::type{}); });
 }
 
-CsvRecordWriter::CsvRecordWriter(std::FILE* out, quor::RecordKind kind) : out_(out), kind_(kind) {
+CsvRecordWriter::CsvRecordWriter(std::FILE* out, quor::RecordKind kind, bool withFile)
+    : out_(out), kind_(kind), withFile_(withFile) {
+  if (withFile_) buffer_ += "file,";
   buffer_ += CsvHeader(kind);
   buffer_ += '\n';
+}
+
+void CsvRecordWriter::SetFile(std::string_view name) {
+  if (!withFile_) return;
+  fileCell_.clear();
+  AppendText(fileCell_, name);
+  fileCell_ += ',';
 }
 
 bool CsvRecordWriter::Flush() {
@@ -146,10 +155,12 @@ void CsvRecordWriter::OnRecord(quor::RecordKind kind, const Record& record) {
   RowCells cells;
   quor::VisitFields(record, cells);
   if (!cells.hasItems) {
+    buffer_ += fileCell_;
     buffer_ += cells.prefix;
     buffer_ += '\n';
   }
   for (uint32_t item = 0; cells.hasItems && item < cells.items; ++item) {
+    buffer_ += fileCell_;
     buffer_ += cells.prefix;
     buffer_ += ',';
     AppendValue(buffer_, item);

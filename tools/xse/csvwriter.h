@@ -22,7 +22,9 @@ std::string CsvHeader(quor::RecordKind kind);
 class CsvRecordWriter final : public quor::RecordVisitor<CsvRecordWriter> {
  public:
   // The header row is written first; records of other kinds are ignored.
-  CsvRecordWriter(std::FILE* out, quor::RecordKind kind);
+  // With `withFile` every row starts with a "file" column, set by SetFile.
+  CsvRecordWriter(std::FILE* out, quor::RecordKind kind, bool withFile = false);
+  void SetFile(std::string_view name);
 
   // Writes out what is buffered; false when any write so far failed.
   bool Flush();
@@ -35,6 +37,8 @@ class CsvRecordWriter final : public quor::RecordVisitor<CsvRecordWriter> {
   std::FILE* out_;
   quor::RecordKind kind_;
   std::string buffer_;
+  std::string fileCell_;  // the file column with its comma, or nothing
+  bool withFile_;
   bool writeFailed_ = false;
 };
 

@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* kDumpUsage =
     "usage: xse dump [--format jsonl|csv] [--kind KINDS] [--limit N]\n"
-    "                [--head all|first|second] FILE...\n"
+    "                [--head all|first|second] [--with-file] FILE...\n"
     "       xse dump [options] --connect ADDRESS:PORT [--idle-exit SECONDS]\n";
 
 constexpr const char* kDumpHelp =
@@ -39,7 +39,22 @@ constexpr const char* kDumpHelp =
     "                   parameter, position, gyro, motion, multibeam, sidescan\n"
     "  --limit N        stop after N records\n"
     "  --head MODE      bathymetry head selection: all (default), first, second\n"
+    "  --with-file      the file's name first in every object (\"file\") or row\n"
     "  --help           show this help\n"
+    "\n"
+    "Units (fields keep the records' units; CSV headers are the field names):\n"
+    "  time                      seconds since 1970-01-01 UTC\n"
+    "  geographicFirst, -Second  WGS84 latitude, longitude in radians (N, E +)\n"
+    "  projectedFirst, -Second   northing, easting of a projected datum (metres)\n"
+    "  heading                   degrees clockwise from north\n"
+    "  roll, pitch, angles       degrees; latencyMs milliseconds\n"
+    "  heave, thirdCoordinate, offsetX/Y/Z  as the source gives them (metres)\n"
+    "  soundVelocity             metres per second\n"
+    "  travelTime                seconds, one way\n"
+    "  depth                     metres, positive down\n"
+    "  acrossTrack, alongTrack   metres; across-track negative to port\n"
+    "  slantRange                metres per side (seconds with fieldMask 0x8)\n"
+    "  sampleInterval            seconds; samples as recorded, gains applied\n"
     "\n"
     "With --connect the records come live from the XSE server at ADDRESS:PORT\n"
     "(a host name, an IPv4 address or [IPv6]:PORT, looked up once; the plug-in\n"
@@ -75,6 +90,38 @@ int DumpLive(const ServerAddress& server, const std::string& connect, const Live
   return status;
 }
 
+// Dumps each file in turn through `filter`, naming it first with
+// `nameFile`; false when one could not be read or held no XSE data.
+bool DumpFiles(const std::vector<std::string>& files, int32_t mode, quor::RecordFilter& filter,
+               const std::function<bool()>& flush,
+               const std::function<void(const std::string&)>& nameFile) {
+  bool allRead = true;
+  for (const auto& file : files) {
+    if (filter.done()) break;
+    nameFile(file);
+    ElacFile source(&filter);
+    source.SetMode(mode);
+    elac::ReadStatistics frames;
+    source.SetStatistics(&frames);
+    if (!source.Open(file.c_str())) {
+      const std::string reason = source.IsOpen() ? "file is empty" : source.openError();
+      flush();
+      std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), reason.c_str());
+      allRead = false;
+      continue;
+    }
+    int32_t processed = 0;
+    while (!filter.done() && source.receiveData(processed, 0)) {
+    }
+    if (NoXseDataFound(frames)) {
+      flush();
+      ReportNoXseData(file);
+      allRead = false;
+    }
+  }
+  return allRead;
+}
+
 }  // namespace
 
 int RunDumpCommand(std::span<const std::string_view> args) {
@@ -84,7 +131,9 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   std::optional<uint64_t> limit;
   std::string connect;
   LiveLimits liveLimits;
+  bool withFile = false;
   CommandLine line("dump", kDumpUsage, kDumpHelp);
+  line.Flag("--with-file", withFile);
   line.Value("--format", [&csv](std::string_view value) {
     csv = value == "csv";
     return value == "csv" || value == "jsonl";
@@ -124,7 +173,7 @@ int RunDumpCommand(std::span<const std::string_view> args) {
     auto only = quor::RecordKind::kStartTime;  // the one kind of the set
     for (const auto kind : quor::kAllRecordKinds)
       if (kinds->test(static_cast<size_t>(kind))) only = kind;
-    writer = &csvWriter.emplace(stdout, only);
+    writer = &csvWriter.emplace(stdout, only, withFile);
   } else {
     writer = &jsonWriter.emplace(stdout);
   }
@@ -135,28 +184,10 @@ int RunDumpCommand(std::span<const std::string_view> args) {
 
   int status = kExitOk;
   if (server) status = DumpLive(*server, connect, liveLimits, mode, filter, flush);
-  for (const auto& file : files) {
-    if (filter.done()) break;
-    ElacFile source(&filter);
-    source.SetMode(mode);
-    elac::ReadStatistics frames;
-    source.SetStatistics(&frames);
-    if (!source.Open(file.c_str())) {
-      const std::string reason = source.IsOpen() ? "file is empty" : source.openError();
-      flush();
-      std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), reason.c_str());
-      status = kExitFailure;
-      continue;
-    }
-    int32_t processed = 0;
-    while (!filter.done() && source.receiveData(processed, 0)) {
-    }
-    if (NoXseDataFound(frames)) {
-      flush();
-      ReportNoXseData(file);
-      status = kExitFailure;
-    }
-  }
+  if (!DumpFiles(files, mode, filter, flush, [&](const std::string& file) {
+        if (withFile) csv ? csvWriter->SetFile(file) : jsonWriter->SetFile(file);
+      }))
+    status = kExitFailure;
   if (!flush()) {
     std::fprintf(stderr, "xse: cannot write to standard output\n");
     return kExitFailure;

@@ -43,7 +43,9 @@ class JsonFields {
 template <typename Record>
 void RecordJsonWriter::OnRecord(quor::RecordKind kind, const Record& record) {
   JsonBuilder json(line_);
-  json.BeginObject().String("kind", quor::RecordKindName(kind));
+  json.BeginObject();
+  if (withFile_) json.String("file", file_);
+  json.String("kind", quor::RecordKindName(kind));
   JsonFields fields(json);
   quor::VisitFields(record, fields);
   json.EndObject();

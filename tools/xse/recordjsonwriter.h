@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "interpreters/surveyreaderlib/recordkind.h"
 
@@ -18,6 +19,11 @@ class RecordJsonWriter final : public quor::RecordVisitor<RecordJsonWriter> {
 
   // Writes out what is buffered; false when any write so far failed.
   bool Flush();
+  // Every object from now on starts with "file": `name`.
+  void SetFile(std::string_view name) {
+    file_ = name;
+    withFile_ = true;
+  }
 
  private:
   friend RecordVisitor;
@@ -26,6 +32,8 @@ class RecordJsonWriter final : public quor::RecordVisitor<RecordJsonWriter> {
 
   std::FILE* out_;
   std::string line_;
+  std::string file_;
+  bool withFile_ = false;
   bool writeFailed_ = false;
 };
 

@@ -18,7 +18,7 @@ namespace xsetool {
 namespace {
 
 constexpr const char* kSoundingsUsage =
-    "usage: xse soundings [--format csv|xyz] [--head all|first|second] FILE...\n";
+    "usage: xse soundings [--format csv|xyz] [--head all|first|second] [--with-file] FILE...\n";
 
 constexpr const char* kSoundingsHelp =
     "Georeferences every beam of every ping: its across- and along-track\n"
@@ -32,6 +32,7 @@ constexpr const char* kSoundingsHelp =
     "  --format FORMAT  csv (default): time,pingNumber,beam,latitude,longitude,\n"
     "                   depth,quality (degrees, WGS84); xyz: lon lat depth\n"
     "  --head MODE      bathymetry head selection: all (default), first, second\n"
+    "  --with-file      the file's name as the first column of every row\n"
     "  --help           show this help\n";
 
 // Rows are formatted straight into one buffer and written in large blocks:
@@ -41,12 +42,27 @@ constexpr size_t kLongestRow = 256;
 
 class SoundingWriter final : public soundings::ISoundingSink {
  public:
-  SoundingWriter(std::FILE* out, bool xyz)
+  SoundingWriter(std::FILE* out, bool xyz, bool withFile)
       : out_(out), xyz_(xyz), text_(kFlushThreshold + kLongestRow) {
+    if (!xyz_) Text(withFile ? "file," : "");
     if (!xyz_) Text("time,pingNumber,beam,latitude,longitude,depth,quality\n");
   }
 
+  // Every row from now on starts with `name` (quoted where CSV needs it).
+  void SetFile(std::string_view name) {
+    fileCell_.clear();
+    const bool quote = !xyz_ && name.find_first_of(",\"\r\n") != std::string_view::npos;
+    if (quote) fileCell_ += '"';
+    for (const char c : name) {
+      if (quote && c == '"') fileCell_ += '"';
+      fileCell_ += c;
+    }
+    if (quote) fileCell_ += '"';
+    fileCell_ += xyz_ ? ' ' : ',';
+  }
+
   void HandleSounding(const soundings::Sounding& s) override {
+    if (!fileCell_.empty()) Text(fileCell_);
     if (xyz_) {
       Fixed(s.longitude);
       Char(' ');
@@ -112,6 +128,7 @@ class SoundingWriter final : public soundings::ISoundingSink {
   size_t used_ = 0;
   quor::timeval lastTime_{-1, -1};
   std::string lastTimeText_;
+  std::string fileCell_;
   bool failed_ = false;
 };
 
@@ -120,7 +137,9 @@ class SoundingWriter final : public soundings::ISoundingSink {
 int RunSoundingsCommand(std::span<const std::string_view> args) {
   bool xyz = false;
   int32_t mode = ElacReader::kAllBeams;
+  bool withFile = false;
   CommandLine line("soundings", kSoundingsUsage, kSoundingsHelp);
+  line.Flag("--with-file", withFile);
   line.Value("--format", [&xyz](std::string_view value) {
     xyz = value == "xyz";
     return value == "xyz" || value == "csv";
@@ -129,10 +148,11 @@ int RunSoundingsCommand(std::span<const std::string_view> args) {
   if (const auto exit = line.Parse(args)) return *exit;
   if (line.operands().empty()) return line.UsageError("no input file");
 
-  SoundingWriter writer(stdout, xyz);
+  SoundingWriter writer(stdout, xyz, withFile);
   soundings::SoundingTarget target(writer);
   int status = kExitOk;
   for (const std::string& file : line.operands()) {
+    if (withFile) writer.SetFile(file);
     ElacFile source(&target);
     source.SetMode(mode);
     elac::ReadStatistics frames;

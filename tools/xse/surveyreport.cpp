@@ -1,7 +1,10 @@
 #include "tools/xse/surveyreport.h"
 
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <numbers>
+#include <string_view>
 
 #include "tools/xse/jsontext.h"
 #include "tools/xse/summaryfacts.h"
@@ -45,13 +48,26 @@ std::string CountRange(const Range<uint32_t>& range, const char* unit) {
   return Printf("%u to %u %s per ping", range.min, range.max, unit);
 }
 
+double Degrees(double radians) { return radians * (180 / std::numbers::pi); }
+
+// "54.426670° N": degrees to a decimetre or so, with the hemisphere.
+std::string Hemisphere(double radians, char positive, char negative) {
+  const double degrees = Degrees(radians);
+  return Printf("%.6f\u00b0 %c", std::fabs(degrees), degrees < 0 ? negative : positive);
+}
+
 std::string PositionLine(const PositionBounds& bounds, const char* datum) {
   std::string line = Printf("%llu %s fixes", Ull(bounds.fixes), datum);
-  if (!bounds.first.empty) {
-    line += Printf(": first %.9g to %.9g, second %.9g to %.9g", bounds.first.min, bounds.first.max,
-                   bounds.second.min, bounds.second.max);
+  if (bounds.fixes == 0 || bounds.first.empty) return line;
+  if (std::string_view(datum) == "WGS84") {
+    // The record's geographic pair is latitude and longitude in radians.
+    return line + ": latitude " + Hemisphere(bounds.first.min, 'N', 'S') + " to " +
+           Hemisphere(bounds.first.max, 'N', 'S') + ", longitude " +
+           Hemisphere(bounds.second.min, 'E', 'W') + " to " +
+           Hemisphere(bounds.second.max, 'E', 'W');
   }
-  return line;
+  return line + Printf(": first %.9g to %.9g, second %.9g to %.9g", bounds.first.min,
+                       bounds.first.max, bounds.second.min, bounds.second.max);
 }
 
 // An empty label continues the fact above it, lined up under it.
@@ -84,15 +100,25 @@ void CountMembers(JsonBuilder& json, const std::vector<NamedCount>& counts) {
     if (count.alwaysShown || count.count != 0) json.Number(count.key, count.count);
 }
 
-void BoundsObject(JsonBuilder& json, std::string_view key, const PositionBounds& bounds) {
+void BoundsObject(JsonBuilder& json, std::string_view key, const PositionBounds& bounds,
+                  bool geographic) {
   json.BeginObject(key).Number("fixes", bounds.fixes);
-  const auto bound = [&json](std::string_view name, const Range<double>& range, bool max) {
+  const auto bound = [&json](std::string_view name, const Range<double>& range, bool max,
+                             double scale = 1) {
     if (range.empty) {
       json.Null(name);
     } else {
-      json.Number(name, max ? range.max : range.min);
+      json.Number(name, (max ? range.max : range.min) * scale);
     }
   };
+  if (geographic) {
+    // Degrees for people's tools; the record's radians follow as they are.
+    const double degrees = 180 / std::numbers::pi;
+    bound("latitudeMin", bounds.first, false, degrees);
+    bound("latitudeMax", bounds.first, true, degrees);
+    bound("longitudeMin", bounds.second, false, degrees);
+    bound("longitudeMax", bounds.second, true, degrees);
+  }
   bound("firstMin", bounds.first, false);
   bound("firstMax", bounds.first, true);
   bound("secondMin", bounds.second, false);
@@ -198,8 +224,8 @@ void RecordMembers(JsonBuilder& json, const SummaryFacts& facts) {
     json.Null("time");
   }
   json.BeginObject("position");
-  BoundsObject(json, "wgs84", facts.geographic);
-  BoundsObject(json, "projected", facts.projected);
+  BoundsObject(json, "wgs84", facts.geographic, true);
+  BoundsObject(json, "projected", facts.projected, false);
   json.EndObject();
 }
 
