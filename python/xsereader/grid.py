@@ -157,7 +157,7 @@ class Grid:
 
 def grid_files(paths, cell, zone=None, client=None, head="all"):
     """The grid of all files: in this process, or with a dask.distributed
-    client one task per file and a tree of pairwise combinations. zone is
+    client one task per file, partial grids combined two at a time. zone is
     '32N' or '33S'; by default that of the first file's first fix."""
     if not cell > 0:
         raise ValueError("cell must be above 0")
@@ -171,12 +171,38 @@ def grid_files(paths, cell, zone=None, client=None, head="all"):
         for path in paths:
             partial = combine(partial, partial_grid(path, cell, zone, head))
         return Grid(partial, cell, zone)
-    futures = [client.submit(partial_grid, p, cell, zone, head, pure=False) for p in paths]
-    while len(futures) > 1:
-        pairs = [client.submit(combine, futures[i], futures[i + 1])
-                 for i in range(0, len(futures) - 1, 2)]
-        futures = pairs + ([futures[-1]] if len(futures) % 2 else [])
-    return Grid(futures[0].result() if futures else PartialGrid.empty(), cell, zone)
+    return Grid(_on_cluster(client, paths, cell, zone, head), cell, zone)
+
+
+def _on_cluster(client, paths, cell, zone, head):
+    """Partial grids combined two at a time as they finish, with only a few
+    files in flight per worker: memory stays flat however many files."""
+    from dask.distributed import as_completed
+
+    window = 2 * max(1, len(client.scheduler_info()["workers"]))
+    todo = iter(paths)
+    leaves = set()
+
+    def submit_next():
+        path = next(todo, None)
+        if path is not None:
+            future = client.submit(partial_grid, path, cell, zone, head, pure=False)
+            leaves.add(future.key)
+            running.add(future)
+
+    running = as_completed()
+    for _ in range(window):
+        submit_next()
+    waiting = None
+    for future in running:
+        if future.key in leaves:
+            submit_next()
+        if waiting is None:
+            waiting = future
+        else:
+            running.add(client.submit(combine, waiting, future))
+            waiting = None
+    return waiting.result() if waiting is not None else PartialGrid.empty()
 
 
 def main(argv=None):
