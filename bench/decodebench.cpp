@@ -40,7 +40,7 @@
 #include "platform/paths.h"
 #include "platform/processinfo.h"
 #include "platform/stdiofile.h"
-#include "tools/xse/surveygenerator.h"
+#include "tools/generator/surveygenerator.h"
 
 namespace {
 

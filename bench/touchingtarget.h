@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "xsereader/isurveytarget.h"
 
 namespace xsebench {
 

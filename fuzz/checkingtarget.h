@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "xsereader/isurveytarget.h"
 
 namespace xsefuzz {
 

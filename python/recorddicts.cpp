@@ -2,7 +2,7 @@
 
 #include <pybind11/numpy.h>
 
-#include "interpreters/surveyreaderlib/recordfields.h"
+#include "xsereader/recordfields.h"
 
 namespace py = pybind11;
 

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
 #include "platform/pagebuffer.h"
+#include "xsereader/isurveytarget.h"
 
 namespace xsepython {
 

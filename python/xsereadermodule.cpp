@@ -14,9 +14,9 @@
 
 #include "interpreters/surveyreaderlib/recordfilter.h"
 #include "interpreters/surveyreaderlib/soundings/grid.h"
-#include "interpreters/surveyreaderlib/soundings/soundings.h"
 #include "python/recorddicts.h"
 #include "python/surveyarrays.h"
+#include "xsereader/soundings.h"
 #include "xsereader/xsereader.h"
 
 namespace py = pybind11;

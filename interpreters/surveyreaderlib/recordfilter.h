@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "interpreters/surveyreaderlib/recordkind.h"
+#include "xsereader/recordkind.h"
 
 namespace quor {
 

@@ -7,11 +7,11 @@
 
 #include <cstdint>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
-#include "interpreters/surveyreaderlib/surveyrecords.h"
 #include "platform/framework/propertypage.h"
 #include "platform/hostreader/creader.h"
 #include "platform/sharedapi.h"
+#include "xsereader/isurveytarget.h"
+#include "xsereader/surveyrecords.h"
 
 // Reasons the module entry is called with.
 inline constexpr uint32_t kModuleProcessDetach = 0;

@@ -6,6 +6,7 @@
 
 #include "interpreters/surveyreaderlib/elacreader/elacconnection.h"
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
+#include "interpreters/xsereader/tracelogsink.h"
 #include "libsys/ztracelogfile.h"
 #include "platform/messagebox.h"
 #include "platform/sleep.h"
@@ -151,6 +152,7 @@ int32_t ZXSEReader::MultipleRunReader() {
     // reader thread.
     try {
       file = std::make_unique<ElacFile>(static_cast<quor::ISurveyTarget*>(this));
+      file->SetTraceSink(&TraceLogSink::Shared());
       currentFileName = std::move(fileList.front());
       fileList.pop_front();
       opened = file->Open(currentFileName.c_str());
@@ -176,6 +178,7 @@ int32_t ZXSEReader::ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_
                               int32_t /*last*/) {
   auto connection = std::make_unique<ElacConnection>(this);
   connection->SetMode(liveHeadMode_);
+  connection->SetTraceSink(&TraceLogSink::Shared());
   const uint8_t address[4] = {a, b, c, d};
   // The flag is up before the first connect, so that a StopReader from any
   // thread from here on ends the connect attempts and the pauses between

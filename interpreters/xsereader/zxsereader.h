@@ -11,10 +11,10 @@
 #include <string>
 
 #include "interpreters/surveyreaderlib/elacreader/ielaccontainer.h"
-#include "interpreters/surveyreaderlib/isurveytarget.h"
 #include "platform/hostreader/creader.h"
 #include "platform/hostreader/zproplist.h"
 #include "platform/sleep.h"
+#include "xsereader/isurveytarget.h"
 
 class ElacConnection;
 

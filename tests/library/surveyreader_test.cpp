@@ -6,7 +6,7 @@
 #include "support/allocationcount.h"
 #include "support/recordfingerprint.h"
 #include "support/tempdir.h"
-#include "tools/xse/surveygenerator.h"
+#include "tools/generator/surveygenerator.h"
 #include "xsereader/xsereader.h"
 
 namespace {

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/recordfields.h"
-#include "interpreters/surveyreaderlib/recordkind.h"
+#include "xsereader/recordfields.h"
+#include "xsereader/recordkind.h"
 
 namespace xsetest {
 

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/recordkind.h"
+#include "xsereader/recordkind.h"
 
 namespace xsetest {
 

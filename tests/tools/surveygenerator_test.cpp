@@ -2,7 +2,7 @@
 // decodes, and the limits and byte orders do what they say, also as `xse gen`
 // takes them from its command line. The counts the generator reports are
 // pinned by `xse info`'s test of `xse gen`'s summary.
-#include "tools/xse/surveygenerator.h"
+#include "tools/generator/surveygenerator.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

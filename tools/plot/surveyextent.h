@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "xsereader/isurveytarget.h"
 
 namespace xseplot {
 

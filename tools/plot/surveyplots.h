@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
 #include "tools/plot/colormap.h"
 #include "tools/plot/raster.h"
 #include "tools/plot/surveyextent.h"
+#include "xsereader/isurveytarget.h"
 
 namespace xseplot {
 

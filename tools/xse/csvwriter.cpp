@@ -6,8 +6,8 @@
 #include <variant>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/recordfields.h"
 #include "tools/xse/utctime.h"
+#include "xsereader/recordfields.h"
 
 namespace xsetool {
 namespace {

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "interpreters/surveyreaderlib/recordkind.h"
+#include "xsereader/recordkind.h"
 
 namespace xsetool {
 

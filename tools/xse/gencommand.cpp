@@ -8,10 +8,10 @@
 #include "platform/errortext.h"
 #include "platform/paths.h"
 #include "platform/stdiofile.h"
+#include "tools/generator/surveygenerator.h"
 #include "tools/xse/argparse.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
-#include "tools/xse/surveygenerator.h"
 
 namespace xsetool {
 namespace {

@@ -14,8 +14,8 @@
 #include <string>
 #include <string_view>
 
-#include "interpreters/surveyreaderlib/recordkind.h"
 #include "platform/hostreader/creader.h"
+#include "xsereader/recordkind.h"
 
 namespace xsetool {
 

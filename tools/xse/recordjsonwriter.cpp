@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "interpreters/surveyreaderlib/recordfields.h"
 #include "tools/xse/jsontext.h"
+#include "xsereader/recordfields.h"
 
 namespace xsetool {
 namespace {

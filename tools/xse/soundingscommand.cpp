@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/elacfile.h"
-#include "interpreters/surveyreaderlib/soundings/soundings.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/headoption.h"
 #include "tools/xse/nodata.h"
 #include "tools/xse/utctime.h"
+#include "xsereader/soundings.h"
 
 namespace xsetool {
 namespace {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
-#include "interpreters/surveyreaderlib/recordkind.h"
+#include "xsereader/isurveytarget.h"
+#include "xsereader/recordkind.h"
 
 namespace xsetool {
 

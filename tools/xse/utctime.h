@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/surveyrecords.h"
 
 namespace xsetool {
 

@@ -1,17 +1,18 @@
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
 #include "interpreters/surveyreaderlib/elacreader/beamdecoder.h"
+#include "interpreters/surveyreaderlib/elacreader/frameenvelope.h"
 #include "interpreters/surveyreaderlib/elacreader/framesearch.h"
 #include "interpreters/surveyreaderlib/elacreader/navigationdecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/parameterdecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/sidescandecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/streamgetarea.h"
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
-#include "libsys/ztracelogfile.h"
 
 using elac::ByteCursor;
 
@@ -40,13 +41,18 @@ bool ElacReader::DecodeBuffer(const uint8_t* bytes, uint32_t length) {
 
 bool ElacReader::DecodeFrame(const uint8_t* frame) {
   if (frame == nullptr) return false;
-  const auto order = FrameByteOrder({frame, 4});
-  if (!order) return false;
-  const uint32_t size = elac::LoadScalar<uint32_t>(frame + 4, *order);
   // The caller vouches for 8 + S bytes; a size beyond any real frame is
   // still not trusted that far.
-  if (size > elac::kMaxFrameBodySize) return false;
-  return DecodeFrameBytes({frame, elac::kFrameEnvelopeSize + size});
+  const elac::FrameEnvelope envelope = elac::ParseEnvelope({frame, elac::kFrameEnvelopeSize});
+  if (envelope.status != elac::EnvelopeStatus::kIncomplete) return false;
+  return DecodeFrameBytes({frame, envelope.FrameSize()});
+}
+
+void ElacReader::TraceRelTime(const char* what, int32_t relTime) {
+  if (traceSink_ == nullptr || !traceSink_->WantsDetail()) return;
+  char line[64];
+  std::snprintf(line, sizeof line, "%s %ld", what, static_cast<long>(relTime));
+  traceSink_->WriteDetail(line);
 }
 
 bool ElacReader::EnsureFrameBuffer(uint32_t size) {
@@ -78,23 +84,20 @@ bool ElacReader::ReadFrame(std::istream& stream) {
 
 std::optional<bool> ElacReader::ReadFrameInPlace(std::streambuf& buffer) {
   // The buffer holds at least the start marker, which the search found.
-  const std::span<const uint8_t> frame = elac::StreamGetArea::Of(buffer);
+  const std::span<const uint8_t> bytes = elac::StreamGetArea::Of(buffer);
+  const elac::FrameEnvelope envelope = elac::ParseEnvelope(bytes);
+  if (envelope.status == elac::EnvelopeStatus::kNoSize) return std::nullopt;
+  lastFrameStart_->declaredSize = envelope.SizeWithEnd();
   // A frame that is damaged, too large or not wholly in the buffer is left
   // to the copying path, which knows what each failure consumes.
-  if (frame.size() < elac::kFrameEnvelopeSize) return std::nullopt;
-  const uint32_t size = elac::LoadScalar<uint32_t>(frame.data() + 4, order_);
-  lastFrameStart_->declaredSize = uint64_t{size} + elac::kFrameEnvelopeSize + 4;
-  if (size > elac::kMaxFrameBodySize) return std::nullopt;
-  const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
-  if (frame.size() < size_t{frameSize} + 4 ||
-      elac::LoadScalar<uint32_t>(frame.data() + frameSize, order_) != elac::kFrameEnd)
-    return std::nullopt;
+  if (envelope.status != elac::EnvelopeStatus::kWhole) return std::nullopt;
+  const auto frameSize = static_cast<uint32_t>(envelope.FrameSize());
   // The frame buffer still grows to the largest frame seen, so that a frame
   // which straddles the end of the stream's buffer later is copied without
   // allocating.
   if (!EnsureFrameBuffer(frameSize)) return std::nullopt;
 
-  const bool decoded = DecodeFrameBytes(frame.first(frameSize));
+  const bool decoded = DecodeFrameBytes(bytes.first(frameSize));
   elac::StreamGetArea::Consume(buffer, frameSize);  // stands on the end marker
   return CountFrame(decoded, frameSize);
 }
@@ -102,30 +105,30 @@ std::optional<bool> ElacReader::ReadFrameInPlace(std::streambuf& buffer) {
 bool ElacReader::ReadFrameCopying(std::istream& stream) {
   // The start marker has been consumed; from here on a failure is a frame
   // start that led to no frame.
-  const uint8_t marker[4] = {'$', 'H', 'S', 'F'};
-  uint8_t word[4];
-  if (!ReadExactly(stream, word, 4)) return CountFrame(false, 0);
-  const uint32_t size = elac::LoadScalar<uint32_t>(word, order_);
-  lastFrameStart_->declaredSize = uint64_t{size} + elac::kFrameEnvelopeSize + 4;
-  if (size > elac::kMaxFrameBodySize) return CountFrame(false, 0);
-  const uint32_t frameSize = size + static_cast<uint32_t>(elac::kFrameEnvelopeSize);
+  uint8_t header[elac::kFrameEnvelopeSize];
+  const auto marker = elac::FrameStartBytes(order_);
+  std::copy(marker.begin(), marker.end(), header);
+  if (!ReadExactly(stream, header + 4, 4)) return CountFrame(false, 0);
+  const elac::FrameEnvelope envelope = elac::ParseEnvelope(header);
+  lastFrameStart_->declaredSize = envelope.SizeWithEnd();
+  if (envelope.status == elac::EnvelopeStatus::kTooLarge) return CountFrame(false, 0);
+  const uint32_t size = envelope.bodySize;
+  const auto frameSize = static_cast<uint32_t>(envelope.FrameSize());
 
+  uint8_t word[4];
   if (frameBufferSize_ >= frameSize) {
     // Read straight on and check the end marker afterwards: a buffered
     // stream then never drops what it holds to look ahead and come back.
     // (Only into a buffer already this large: a damaged size must not make
     // the reader allocate.)
-    std::memcpy(frameBuffer_.get(), marker, 4);
-    if (order_ == std::endian::little) std::reverse(frameBuffer_.get(), frameBuffer_.get() + 4);
-    std::memcpy(frameBuffer_.get() + 4, word, 4);
+    std::copy(header, header + sizeof header, frameBuffer_.get());
     if (!ReadExactly(stream, frameBuffer_.get() + elac::kFrameEnvelopeSize, size) ||
-        !ReadExactly(stream, word, 4) ||
-        elac::LoadScalar<uint32_t>(word, order_) != elac::kFrameEnd ||
+        !ReadExactly(stream, word, 4) || !elac::IsFrameEnd(word, order_) ||
         !stream.seekg(-4, std::ios_base::cur))
       return CountFrame(false, 0);
   } else {
     if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4) ||
-        elac::LoadScalar<uint32_t>(word, order_) != elac::kFrameEnd)
+        !elac::IsFrameEnd(word, order_))
       return CountFrame(false, 0);
     // Back to the start marker, then the whole frame.
     const auto back = -static_cast<std::streamoff>(frameSize) - 4;
@@ -244,11 +247,11 @@ void ElacReader::DispatchNavigationGroup(ByteCursor body, bool& decoded) {
   if (elac::DecodePosition(body, navigation_)) {
     decoded = true;
     target().HandlePosition(navigation_);
-    QUORLOG(3, "NAVT %ld", static_cast<long>(navigation_.relTime));
+    TraceRelTime("NAVT", navigation_.relTime);
   } else if (elac::DecodeNavigationHeading(body, gyro_)) {
     decoded = true;
     target().HandleGyro(gyro_);
-    QUORLOG(3, "GYRT %ld", static_cast<long>(gyro_.relTime));
+    TraceRelTime("GYRT", gyro_.relTime);
   } else if (elac::DecodeAttitude(body, motion_)) {
     decoded = true;
     target().HandleMotion(motion_);
@@ -270,7 +273,7 @@ void ElacReader::DispatchParameterGroup(ByteCursor body, bool lastGroup, bool& d
 void ElacReader::DispatchSidescanGroup(ByteCursor body, bool lastGroup, bool& decoded) {
   if (!elac::DecodeSidescanGroup(body, sidescan_)) return;
   decoded = true;
-  QUORLOG(3, "Sidescan reltime %ld", static_cast<long>(sidescan_.relTime));
+  TraceRelTime("Sidescan reltime", sidescan_.relTime);
   if (lastGroup && sidescan_.valid == 1) {
     target().HandleSidescan(sidescan_);
     sidescan_.valid = 0;
@@ -281,14 +284,14 @@ void ElacReader::DispatchSidescanGroup(ByteCursor body, bool lastGroup, bool& de
 void ElacReader::DispatchBathymetryGroup(ByteCursor body, bool lastGroup, bool& decoded) {
   if (elac::DecodeBeamGroup(body, multibeam_)) {
     decoded = true;
-    QUORLOG(3, "MBET %ld", static_cast<long>(multibeam_.relTime));
+    TraceRelTime("MBET", multibeam_.relTime);
   } else if (elac::DecodeBathymetryHeading(body, gyro_)) {
     // The heading inside a ping is told apart from the navigation heading
     // for the duration of the call only.
     gyro_.sensorIndex = 1;
     target().HandleGyro(gyro_);
     gyro_.sensorIndex = 0;
-    QUORLOG(3, "GYRT %ld", static_cast<long>(gyro_.relTime));
+    TraceRelTime("GYRT", gyro_.relTime);
   }
   if (lastGroup && decoded && multibeam_.valid == 1) {
     elac::ApplyHeadSelection(multibeam_, mode_);

@@ -14,9 +14,10 @@
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
 #include "interpreters/surveyreaderlib/elacreader/readstatistics.h"
+#include "interpreters/surveyreaderlib/elacreader/tracesink.h"
 #include "interpreters/surveyreaderlib/isurveyreader.h"
-#include "interpreters/surveyreaderlib/isurveytarget.h"
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/isurveytarget.h"
+#include "xsereader/surveyrecords.h"
 
 class ElacReader : public quor::ISurveyReader {
  public:
@@ -68,6 +69,9 @@ class ElacReader : public quor::ISurveyReader {
   // Counts the frames this reader decodes and rejects into `statistics`
   // (not owned; null, the default, counts nothing).
   void SetStatistics(elac::ReadStatistics* statistics) { statistics_ = statistics; }
+  // Sends the decoder's detail lines to `sink` (not owned; null, the
+  // default, writes none).
+  void SetTraceSink(elac::ITraceSink* sink) { traceSink_ = sink; }
 
  protected:
   quor::ISurveyTarget& target() { return target_ != nullptr ? *target_ : nullTarget_; }
@@ -89,6 +93,8 @@ class ElacReader : public quor::ISurveyReader {
   bool ReadFrameCopying(std::istream& stream);
   // Counts a frame read (`decoded`) or rejected; returns `decoded`.
   bool CountFrame(bool decoded, uint32_t frameSize);
+  // One detail line "<what> <relTime>", when the sink wants it.
+  void TraceRelTime(const char* what, int32_t relTime);
 
   quor::NullSurveyTarget nullTarget_;
   quor::ISurveyTarget* target_ = nullptr;
@@ -104,5 +110,6 @@ class ElacReader : public quor::ISurveyReader {
   quor::MultibeamRec multibeam_;
   quor::SidescanRec sidescan_;
   elac::ReadStatistics* statistics_ = nullptr;
+  elac::ITraceSink* traceSink_ = nullptr;
   std::optional<FrameStart> lastFrameStart_;
 };

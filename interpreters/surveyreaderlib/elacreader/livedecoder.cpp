@@ -5,7 +5,7 @@
 #include <new>
 #include <optional>
 
-#include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
+#include "interpreters/surveyreaderlib/elacreader/frameenvelope.h"
 #include "interpreters/surveyreaderlib/elacreader/framesearch.h"
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
 
@@ -55,22 +55,19 @@ size_t LiveDecoder::Decode(ElacReader& reader) {
     // The search steps over whole words from where the last frame left the
     // stream, as a file's does; the words passed over are consumed.
     const size_t at = FindFrameStart(held);
-    const std::optional<std::endian> order = FrameByteOrder(held.subspan(at));
+    const FrameEnvelope envelope = ParseEnvelope(held.subspan(at));
     head_ += at;
     consumed += at;
-    if (!order) break;
-
-    ByteCursor envelope(held.subspan(at), *order);
-    uint32_t size = 0;
-    if (!envelope.Skip(kWord) || !envelope.Read(size)) break;
+    if (envelope.status == EnvelopeStatus::kNoStart || envelope.status == EnvelopeStatus::kNoSize)
+      break;
+    if (envelope.status == EnvelopeStatus::kIncomplete) {
+      wanted_ = envelope.SizeWithEnd();
+      break;
+    }
     // A size beyond any real frame is rejected on its envelope alone; a
     // sound one needs the whole frame and the end marker behind it.
     const size_t needed =
-        size > kMaxFrameBodySize ? kFrameEnvelopeSize : kFrameEnvelopeSize + size + kWord;
-    if (held.size() - at < needed) {
-      wanted_ = needed;
-      break;
-    }
+        envelope.status == EnvelopeStatus::kTooLarge ? kFrameEnvelopeSize : envelope.SizeWithEnd();
     // The decoder sees exactly the frame's bytes, so what it does with them
     // cannot depend on how much happened to arrive behind them.
     stream_.Reset(held.subspan(at, needed));

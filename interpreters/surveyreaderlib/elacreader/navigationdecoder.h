@@ -6,7 +6,7 @@
 #pragma once
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/surveyrecords.h"
 
 namespace elac {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/surveyrecords.h"
 
 namespace elac {
 

@@ -9,7 +9,7 @@
 #include <cstdint>
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/surveyrecords.h"
 
 namespace elac {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/surveyrecords.h"
 
 namespace elac {
 

@@ -1,4 +1,4 @@
-#include "interpreters/surveyreaderlib/soundings/geodesy.h"
+#include "xsereader/geodesy.h"
 
 #include <cmath>
 

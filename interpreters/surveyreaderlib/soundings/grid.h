@@ -11,8 +11,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/soundings/soundings.h"
 #include "interpreters/surveyreaderlib/soundings/utm.h"
+#include "xsereader/soundings.h"
 
 namespace soundings {
 

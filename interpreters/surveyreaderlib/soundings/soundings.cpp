@@ -1,4 +1,4 @@
-#include "interpreters/surveyreaderlib/soundings/soundings.h"
+#include "xsereader/soundings.h"
 
 #include <algorithm>
 #include <cmath>

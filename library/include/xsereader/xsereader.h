@@ -1,7 +1,7 @@
 // The XSE reader as a library: open a recorded file, bytes in memory or a
 // stream, choose which bathymetry heads to keep, then either have every
 // record delivered to a quor::ISurveyTarget or pull the records one at a
-// time. Records are those of interpreters/surveyreaderlib/surveyrecords.h,
+// time. Records are those of xsereader/surveyrecords.h,
 // delivered in the order the decoder produces them (as `xse dump` writes
 // them).
 //
@@ -21,9 +21,9 @@
 #include <string>
 #include <string_view>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
-#include "interpreters/surveyreaderlib/recordkind.h"
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/isurveytarget.h"
+#include "xsereader/recordkind.h"
+#include "xsereader/surveyrecords.h"
 
 namespace xsereader {
 

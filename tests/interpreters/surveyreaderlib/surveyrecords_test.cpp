@@ -1,4 +1,4 @@
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/surveyrecords.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "interpreters/surveyreaderlib/soundings/soundings.h"
+#include "xsereader/soundings.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/soundings/geodesy.h"
 #include "interpreters/surveyreaderlib/soundings/grid.h"
 #include "interpreters/surveyreaderlib/soundings/utm.h"
+#include "xsereader/geodesy.h"
 
 namespace {
 

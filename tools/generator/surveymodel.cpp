@@ -1,9 +1,9 @@
-#include "tools/xse/surveymodel.h"
+#include "tools/generator/surveymodel.h"
 
 #include <cmath>
 #include <numbers>
 
-#include "tools/xse/random.h"
+#include "tools/generator/random.h"
 
 namespace xsetool {
 namespace {

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "tools/framewriter/framewriter.h"
-#include "tools/xse/random.h"
-#include "tools/xse/surveymodel.h"
+#include "tools/generator/random.h"
+#include "tools/generator/surveymodel.h"
 
 namespace xsetool {
 

@@ -21,7 +21,7 @@
 #include <memory>
 #include <string_view>
 
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/surveyrecords.h"
 
 namespace quor {
 

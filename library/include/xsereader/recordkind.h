@@ -11,7 +11,7 @@
 #include <tuple>
 #include <type_traits>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
+#include "xsereader/isurveytarget.h"
 
 namespace quor {
 

@@ -3,7 +3,7 @@
 // needs. Records are valid only for the duration of a call: copy to keep.
 #pragma once
 
-#include "interpreters/surveyreaderlib/surveyrecords.h"
+#include "xsereader/surveyrecords.h"
 
 namespace quor {
 

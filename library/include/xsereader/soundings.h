@@ -17,8 +17,8 @@
 #include <deque>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/isurveytarget.h"
-#include "interpreters/surveyreaderlib/soundings/geodesy.h"
+#include "xsereader/geodesy.h"
+#include "xsereader/isurveytarget.h"
 
 namespace soundings {
 

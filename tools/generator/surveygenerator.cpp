@@ -1,4 +1,4 @@
-#include "tools/xse/surveygenerator.h"
+#include "tools/generator/surveygenerator.h"
 
 #include <algorithm>
 #include <array>
