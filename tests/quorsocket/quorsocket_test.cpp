@@ -102,13 +102,4 @@ TEST_F(QuorSocketTest, SocketThatCannotBeMadeGoesToTheErrorLog) {
   EXPECT_THAT(ErrorLog(), HasSubstr("Unix domain socket function error: socket"));
 }
 
-TEST_F(QuorSocketTest, ErrorTextsAreWrittenAsTheyStand) {
-  TraceSocketError(10038);
-  TraceSocketError(10065);
-  TraceSocketError(10054);
-  EXPECT_EQ(CountLinesEndingWith("The descriptor is not a socket. "), 1u);
-  EXPECT_EQ(CountLinesEndingWith("A socket operation was attempted to an unreachable host."), 1u);
-  EXPECT_EQ(CountLinesEndingWith("An unknown socket error 10054 has been observed"), 1u);
-}
-
 }  // namespace

@@ -164,20 +164,6 @@ TEST(ZXSEReaderTest, MultipleRunSkipsFilesThatDoNotOpen) {
   EXPECT_TRUE(run.reader.fileList.empty());
 }
 
-// The heading inside a ping reaches the reader marked as sensor 1 and is
-// kept apart from the navigation heading.
-TEST(ZXSEReaderTest, HandleGyroKeepsEachHeadingBySensorIndex) {
-  ZXSEReader reader;
-  quor::GyroRec gyro;
-  for (const auto& [index, heading] : {std::pair{0, 12.5}, {1, 270.0}, {0, 13.0}}) {
-    gyro.sensorIndex = index;
-    gyro.heading = heading;
-    reader.HandleGyro(gyro);
-  }
-  EXPECT_EQ(reader.primaryHeading(), 13.0);
-  EXPECT_EQ(reader.bathymetryHeading(), 270.0);
-}
-
 // "$HSF", a big-endian size and zeros: 108 bytes in all.
 std::vector<uint8_t> Lying(uint32_t size) {
   std::vector<uint8_t> bytes = {'$', 'H', 'S', 'F'};

@@ -39,16 +39,6 @@ TEST(CReaderTest, GetFileExtTakesWhatFollowsTheLastDotOfTheName) {
   for (const auto& c : cases) EXPECT_EQ(CReader::GetFileExt(c.name), c.extension) << c.name;
 }
 
-TEST(CReaderTest, ReportsWithoutObserverGoNowhere) {
-  CReader reader;
-  CReader::ProgressStat stat;
-  stat.percent = 7;
-  EXPECT_EQ(reader.NotifyProgress(stat), 1);
-  EXPECT_EQ(stat.lastPercent, 7);
-  reader.FileAdded();
-  reader.FailedReading(nullptr);
-}
-
 // A reader whose runs wait for the running flag to drop, so tests control
 // how long the thread lives; or whose single-source run throws.
 class WaitingReader final : public CReader {

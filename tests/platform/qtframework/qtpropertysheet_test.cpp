@@ -7,7 +7,6 @@
 #include <QApplication>
 #include <QFontInfo>
 #include <QGroupBox>
-#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -146,32 +145,6 @@ TEST_F(QtSettingsPageTest, PageShowsItsValuesAndCancelKeepsThem) {
   EXPECT_EQ(sheet_->result(), QDialog::Rejected);
   EXPECT_FALSE(page_->IsOpen());
   EXPECT_EQ(page_->meanValue(), -3);
-}
-
-// Whether the pixels of `area` are not all one colour: something is drawn.
-bool Drawn(const QImage& image, const QRect& area) {
-  const QRgb first = image.pixel(area.topLeft());
-  for (int y = area.top(); y <= area.bottom(); ++y)
-    for (int x = area.left(); x <= area.right(); ++x)
-      if (image.pixel(x, y) != first) return true;
-  return false;
-}
-
-TEST_F(QtSettingsPageTest, ScreenshotDrawsEveryControl) {
-  page_->SetValues(2, 0.5f, 12);
-  QtPropertySheet& sheet = Show();
-  QApplication::processEvents();
-  const QImage image = sheet.grab().toImage();
-  EXPECT_EQ(image.size(), sheet.size());
-  const QPoint pageOrigin = sheet.pageWidget()->mapTo(&sheet, QPoint(0, 0));
-  for (QWidget* widget : sheet.pageWidget()->findChildren<QWidget*>()) {
-    const QRect area = widget->geometry().translated(pageOrigin);
-    ASSERT_TRUE(image.rect().contains(area)) << widget->objectName().toStdString();
-    EXPECT_TRUE(Drawn(image, area)) << widget->objectName().toStdString();
-  }
-  const QRect okArea = sheet.okButton()->geometry();
-  EXPECT_TRUE(Drawn(
-      image, okArea.translated(sheet.okButton()->parentWidget()->mapTo(&sheet, QPoint(0, 0)))));
 }
 
 }  // namespace
