@@ -157,7 +157,7 @@ std::unique_ptr<SurveyReader> SurveyReader::OpenFile(const std::string& path, He
   impl->file = std::make_unique<ElacFile>(&impl->forwarder);
   impl->file->SetMode(static_cast<int32_t>(heads));
   if (!impl->file->Open(path.c_str())) {
-    if (error != nullptr) *error = impl->file->IsOpen() ? "file is empty" : impl->file->openError();
+    if (error != nullptr) *error = impl->file->OpenFailure();
     return nullptr;
   }
   impl->size = impl->file->size64();

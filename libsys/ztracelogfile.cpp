@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "libsys/tracelinelayout.h"
 #include "platform/environment.h"
@@ -30,7 +31,7 @@ constexpr char kMissingHomeWarning[] =
 // Module-wide; the name and the mutex change only while no other thread
 // writes (start and stop), so plain fields suffice for them.
 struct TraceState {
-  char* fileName = nullptr;
+  std::optional<std::string> fileName;  // none: lines go to the default name
   platform::NamedMutex* mutex = nullptr;
   // Last thread that took the mutex normally; written and read under the
   // lock, atomic because a writer whose wait timed out reads it too.
@@ -161,7 +162,7 @@ void TraceFormatLine(std::FILE* stream, uint32_t level, const char* text) {
 }
 
 int32_t TraceBuildPath() {
-  const char* name = g_state.fileName;
+  const char* name = g_state.fileName ? g_state.fileName->c_str() : nullptr;
   if (name != nullptr && IsAbsoluteName(name)) return SetFullPath(name) ? 1 : 0;
   const std::string_view fileName = name != nullptr ? name : g_state.defaultFileName;
 
@@ -174,23 +175,22 @@ int32_t TraceBuildPath() {
 
 const char* TraceFullPath() { return t_writer.fullPath; }
 
-bool TraceIsActive() { return g_state.fileName != nullptr && Setting() >= 1; }
+bool TraceIsActive() { return g_state.fileName.has_value() && Setting() >= 1; }
 
 int32_t TraceSetting() { return Setting(); }
 
 bool TraceStart(int32_t setting, const char* fileName) {
   if (setting < 1 || setting > 2) return false;
-  char* copy = nullptr;
-  if (fileName != nullptr) {
-    const size_t size = std::strlen(fileName) + 1;
-    copy = new (std::nothrow) char[size];
-    if (copy == nullptr) return false;
-    std::memcpy(copy, fileName, size);
+  std::optional<std::string> copy;
+  try {
+    if (fileName != nullptr) copy.emplace(fileName);
+  } catch (const std::bad_alloc&) {
+    return false;
   }
-  delete[] g_state.fileName;
-  g_state.fileName = copy;
+  g_state.fileName = std::move(copy);
   if (g_state.mutex == nullptr) {
-    g_state.mutex = platform::CreateNamedMutex(copy != nullptr ? copy : g_state.defaultFileName);
+    g_state.mutex = platform::CreateNamedMutex(g_state.fileName ? g_state.fileName->c_str()
+                                                                : g_state.defaultFileName);
   }
   trace_detail::g_traceSetting.store(setting, std::memory_order_release);
   return true;
@@ -203,8 +203,7 @@ void TraceCloseMutex() {
 
 int32_t TraceReset() noexcept {
   trace_detail::g_traceSetting.store(0, std::memory_order_release);
-  delete[] g_state.fileName;
-  g_state.fileName = nullptr;
+  g_state.fileName.reset();
   TraceCloseMutex();
   return 1;
 }

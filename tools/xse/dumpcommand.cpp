@@ -104,7 +104,7 @@ bool DumpFiles(const std::vector<std::string>& files, int32_t mode, quor::Record
     elac::ReadStatistics frames;
     source.SetStatistics(&frames);
     if (!source.Open(file.c_str())) {
-      const std::string reason = source.IsOpen() ? "file is empty" : source.openError();
+      const std::string reason = source.OpenFailure();
       flush();
       std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), reason.c_str());
       allRead = false;

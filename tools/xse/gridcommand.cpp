@@ -75,9 +75,7 @@ std::string GridFile(const std::string& path, const GridJob& job, soundings::Par
   ElacFile source(&target);
   source.SetMode(job.mode);
   source.SetStatistics(&statistics);
-  if (!source.Open(path.c_str()))
-    return "cannot open " + path + ": " +
-           (source.IsOpen() ? std::string("file is empty") : source.openError());
+  if (!source.Open(path.c_str())) return "cannot open " + path + ": " + source.OpenFailure();
   int32_t processed = 0;
   while (source.receiveData(processed, 0)) {
     if (processed > 0) bytesDone += static_cast<uint64_t>(processed);
@@ -94,9 +92,7 @@ std::string ZoneOfFirstFix(const std::string& path, int32_t mode, soundings::Utm
   ElacFile source(&first);
   source.SetMode(mode);
   source.SetStatistics(&statistics);
-  if (!source.Open(path.c_str()))
-    return "cannot open " + path + ": " +
-           (source.IsOpen() ? std::string("file is empty") : source.openError());
+  if (!source.Open(path.c_str())) return "cannot open " + path + ": " + source.OpenFailure();
   int32_t processed = 0;
   while (!first.found && source.receiveData(processed, 0)) {
   }

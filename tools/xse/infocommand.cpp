@@ -34,7 +34,7 @@ bool Summarise(const std::string& path, FileSummary& summary, std::string& error
   ElacFile source(&summary.records);
   source.SetStatistics(&summary.frames);
   if (!source.Open(path.c_str())) {
-    error = source.IsOpen() ? "file is empty" : source.openError();
+    error = source.OpenFailure();
     return false;
   }
   summary.path = path;

@@ -53,7 +53,7 @@ bool Decode(const std::string& path, int32_t mode, quor::ISurveyTarget& target, 
   elac::ReadStatistics frames;
   source.SetStatistics(&frames);
   if (!source.Open(path.c_str())) {
-    error = "cannot open " + path + ": " + (source.IsOpen() ? "file is empty" : source.openError());
+    error = "cannot open " + path + ": " + source.OpenFailure();
     return false;
   }
   ProgressBar progress(stderr, platform::IsTerminal(platform::StandardStream::kError),

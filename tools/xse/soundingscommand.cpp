@@ -159,8 +159,7 @@ int RunSoundingsCommand(std::span<const std::string_view> args) {
     source.SetStatistics(&frames);
     if (!source.Open(file.c_str())) {
       writer.Flush();
-      std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(),
-                   source.IsOpen() ? "file is empty" : source.openError().c_str());
+      std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), source.OpenFailure().c_str());
       status = kExitFailure;
       continue;
     }

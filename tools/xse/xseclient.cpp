@@ -97,7 +97,7 @@ bool XseClient::Open(const elac::Ipv4Address& address, uint16_t port, std::strin
   request_.SetSenderAddress(platform::LocalHostAddress());
   request_.SetPort(elac::RequestFrame::kRequestPort);
   request_.SetLinkCode(elac::RequestFrame::kLinkAsk);
-  request_.SetIdentification(107, 1);
+  request_.SetClientIdentification();
   request_.SetName("xse record");
   std::vector<uint8_t> wire;
   if (!SendAll(WireBytes(request_, wire))) {

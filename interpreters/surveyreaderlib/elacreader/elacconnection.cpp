@@ -169,7 +169,7 @@ bool ElacConnection::Connect(int32_t type, int16_t port, const uint8_t* address,
   request.SetSenderAddress(localAddress);
   request.SetPort(elac::RequestFrame::kRequestPort);
   request.SetLinkCode(elac::RequestFrame::kLinkAsk);
-  request.SetIdentification(107, 1);
+  request.SetClientIdentification();
   if (name != nullptr) request.SetName(name);
 
   SetConnectControl({limits_.attemptMs, running_}, limits_.pauseMs);

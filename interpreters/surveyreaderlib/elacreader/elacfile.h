@@ -43,6 +43,9 @@ class ElacFile : public IElacContainer, public ElacReader {
   uint64_t size64() const { return fileSize_; }
   // Why the last Open failed to open the file, in words.
   const std::string& openError() const { return stream_.error(); }
+  // Why the last Open gave false, as users are told: the system's reason,
+  // or "file is empty" for a file that opened but holds no bytes.
+  std::string OpenFailure() { return IsOpen() ? std::string("file is empty") : openError(); }
 
  private:
   std::streamoff Position();

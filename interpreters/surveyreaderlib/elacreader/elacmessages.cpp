@@ -79,7 +79,7 @@ RequestFrame RequestFrame::Build() {
   frame.SetPort(kRequestPort);
   frame.SetLinkCode(kLinkAsk);
   frame.BuildGroup(54, 32, kIdentificationGroup);
-  frame.SetIdentification(107, 1);
+  frame.SetClientIdentification();
   frame.SetWord(74, 16);  // name length
   return frame;
 }

@@ -77,6 +77,9 @@ class RequestFrame : public CommFrame<102> {
   static constexpr uint16_t kRequestPort = 3400;
   static constexpr uint32_t kLinkAsk = 1;
   static constexpr uint32_t kLinkRelease = 2;
+  // What a client says it is: two values only the server interprets.
+  static constexpr uint32_t kClientIdentification = 107;
+  static constexpr uint32_t kClientIdentificationQualifier = 1;
 
   // The template: port 3400, link code 1, identification 107 and 1, name
   // length 16, empty name, sequence number and address zero.
@@ -88,6 +91,9 @@ class RequestFrame : public CommFrame<102> {
   uint32_t LinkCode() const { return Word(46); }
   void SetLinkCode(uint32_t code) { SetWord(46, code); }
   void SetIdentification(uint32_t first, uint32_t second);
+  void SetClientIdentification() {
+    SetIdentification(kClientIdentification, kClientIdentificationQualifier);
+  }
   // The first 16 bytes of `name`, zero-padded; no terminator when it fills
   // all 16.
   void SetName(std::string_view name);

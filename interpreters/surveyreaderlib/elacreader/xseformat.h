@@ -49,7 +49,9 @@ inline constexpr uint32_t kXseEpochOffset = 2177452800u;
 
 // XSE counts seconds from 1901-01-01 UTC. From 1970 on that is a plain
 // offset; earlier dates have no place in a 1970-based time, and get
-// tv_sec -1, as a failed calendar conversion would give.
+// tv_sec -1, as a failed calendar conversion would give. The microseconds
+// pass as the frame gives them, a million or more included: the format's
+// rule, kept so that every reader of a damaged time sees the same record.
 inline quor::timeval ConvertXseTime(uint32_t secondsSince1901, uint32_t microseconds) {
   quor::timeval time;
   time.tv_sec = secondsSince1901 >= kXseEpochOffset
