@@ -137,7 +137,12 @@ TEST(XseTool, InputsThatAreNotSurveysAreErrorsAndTheOthersAreStillRead) {
     const ToolResult plot =
         RunXse({"plot", "--kind", "track", input.path, "-o", dir.File("o.png")});
     EXPECT_EQ(plot, (ToolResult{1, "", err}));
-  }  // With --with-file each row says which file it came from.
+  }  // gen - writes the survey to stdout, byte for byte the file's.
+  const ToolResult piped = RunXse({"gen", "--duration", "1", "-"});
+  EXPECT_EQ(piped.status, 0);
+  EXPECT_EQ(piped.out, ReadWholeFile(good));
+  EXPECT_THAT(piped.err, StartsWith("standard output: "));
+  // With --with-file each row says which file it came from.
   EXPECT_THAT(RunXse({"dump", "--with-file", "--kind", "startTime", "--limit", "1", good}).out,
               StartsWith("{\"file\":\"" + good + "\",\"kind\":\"startTime\","));
   const std::string csv =

@@ -26,7 +26,8 @@ constexpr const char* kGenHelp =
     "installations, device list with mounting and status), then navigation\n"
     "frames, two-head bathymetry pings and sidescan pings in time order. A\n"
     "vessel runs survey lines over a smooth seafloor; depths carry noise.\n"
-    "The same options give the same bytes on the same system.\n"
+    "The same options give the same bytes on the same system. OUT.xse '-'\n"
+    "writes the survey to stdout (what was made is then told on stderr).\n"
     "\n"
     "  --duration SECONDS  survey time to cover (default 60 unless --size is given)\n"
     "  --size BYTES        stop once the file reaches BYTES; units K, M, G, T\n"
@@ -43,9 +44,11 @@ struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// Writes the frames to `raw` and closes it.
+// Writes the frames to `raw`, then closes it, or only flushes it when it
+// is standard output.
 bool WriteFrames(SurveyGenerator& generator, std::FILE* raw, std::string& error) {
-  std::unique_ptr<std::FILE, FileCloser> file(raw);
+  const bool standardOutput = raw == stdout;
+  std::unique_ptr<std::FILE, FileCloser> file(standardOutput ? nullptr : raw);
   std::setvbuf(raw, nullptr, _IOFBF, 1 << 20);
   for (auto frame = generator.NextFrame(); !frame.empty(); frame = generator.NextFrame()) {
     if (std::fwrite(frame.data(), 1, frame.size(), raw) != frame.size()) {
@@ -53,7 +56,7 @@ bool WriteFrames(SurveyGenerator& generator, std::FILE* raw, std::string& error)
       return false;
     }
   }
-  if (std::fclose(file.release()) != 0) {
+  if (standardOutput ? std::fflush(raw) != 0 : std::fclose(file.release()) != 0) {
     error = platform::ErrorText(errno);
     return false;
   }
@@ -63,6 +66,7 @@ bool WriteFrames(SurveyGenerator& generator, std::FILE* raw, std::string& error)
 // Writes every frame of the survey to `path`; on failure says why. A file
 // left half written is removed; one that could not be opened is left alone.
 bool WriteSurvey(SurveyGenerator& generator, const std::string& path, std::string& error) {
+  if (path == "-") return WriteFrames(generator, stdout, error);
   std::FILE* raw = platform::OpenStdioFile(path, "wb");
   if (raw == nullptr) {
     error = platform::ErrorText(errno);
@@ -137,9 +141,12 @@ int RunGenCommand(std::span<const std::string_view> args) {
     std::fprintf(stderr, "xse: cannot write %s: %s\n", out.c_str(), error.c_str());
     return kExitFailure;
   }
-  std::printf("%s: %llu frames, %llu bytes, %.2f s of survey\n", out.c_str(),
-              static_cast<unsigned long long>(generator.framesMade()),
-              static_cast<unsigned long long>(generator.bytesMade()), generator.lastFrameSeconds());
+  // With the survey on stdout, what was made is told on stderr.
+  std::fprintf(out == "-" ? stderr : stdout, "%s: %llu frames, %llu bytes, %.2f s of survey\n",
+               out == "-" ? "standard output" : out.c_str(),
+               static_cast<unsigned long long>(generator.framesMade()),
+               static_cast<unsigned long long>(generator.bytesMade()),
+               generator.lastFrameSeconds());
   return kExitOk;
 }
 
