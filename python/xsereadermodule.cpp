@@ -333,7 +333,7 @@ py::array_t<T> CellColumn(const soundings::PartialGrid& grid, Get get) {
 
 py::dict GridCells(const py::object& pathObject, double cell, int zoneNumber, bool south,
                    const std::string& head) {
-  if (!(cell > 0)) throw py::value_error("cell must be above 0");
+  if (!(cell >= 0.01)) throw py::value_error("cell must be 0.01 m or more");
   if (zoneNumber < 1 || zoneNumber > 60) throw py::value_error("zone must be 1 to 60");
   const std::string path = PathArgument(pathObject);
   auto reader = Open(path, HeadsArgument(head));

@@ -78,6 +78,16 @@ def test_xse_grid_equals_the_package_grid_and_reads_back(surveys, tmp_path):
     assert np.allclose(uncertainty.ReadAsArray()[has], layers["deviation"][has], atol=1e-5)
 
 
+def test_a_zone_given_is_the_zone_used(surveys, tmp_path):
+    out = tmp_path / "zone33.tif"
+    subprocess.run([XSE, "grid", "--cell", "10", "--zone", "33N", "-o", out, surveys[0]],
+                   check=True, capture_output=True, timeout=60)
+    layers, left, top = xgrid.grid_files(surveys[:1], 10.0, zone="33N").layers()
+    transform, epsg, bands = read_bands(out)
+    assert (transform[0], transform[3], epsg) == (left * 10.0, (top + 1) * 10.0, "32633")
+    assert np.array_equal(bands[1].ReadAsArray(), layers["count"])
+
+
 def test_non_xse_files_are_errors_not_inputs(surveys, tmp_path):
     junk = tmp_path / "notes.txt"
     junk.write_text("not a survey\n" * 100)

@@ -38,7 +38,7 @@ constexpr const char* kGridHelp =
     "one band per layer. A PNG preview of the mean depth goes beside it\n"
     "(OUT with .png for its extension).\n"
     "\n"
-    "  --cell METRES  cell size, above 0\n"
+    "  --cell METRES  cell size, 0.01 or more\n"
     "  --zone ZONE    UTM zone as 32N or 33S (default: that of the first fix)\n"
     "  --head MODE    bathymetry head selection: all (default), first, second\n"
     "  --threads N    files read at once (default: the processor cores)\n"
@@ -164,7 +164,8 @@ bool WriteOutputs(const std::string& out, const soundings::DenseGrid& dense, con
 
 bool ParseCell(std::string_view text, double& cell) {
   const auto result = std::from_chars(text.data(), text.data() + text.size(), cell);
-  return result.ec == std::errc{} && result.ptr == text.data() + text.size() && cell > 0 &&
+  // From a centimetre: cell indices of any zone then fit 32 bits.
+  return result.ec == std::errc{} && result.ptr == text.data() + text.size() && cell >= 0.01 &&
          cell < 1e6;
 }
 
@@ -199,6 +200,7 @@ int RunGridCommand(std::span<const std::string_view> args) {
   }
   const std::vector<std::string>& paths = line.operands();
   if (zone) {
+    job.zone = *zone;
   } else if (const std::string error = ZoneOfFirstFix(paths.front(), job.mode, job.zone);
              !error.empty()) {
     std::fprintf(stderr, "xse: %s\n", error.c_str());

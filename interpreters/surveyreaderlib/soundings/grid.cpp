@@ -43,8 +43,15 @@ void GridBinner::HandleSounding(const Sounding& sounding) {
     local_.Anchor(projection_, sounding.latitude, sounding.longitude);
   }
   local_.Forward(sounding.latitude, sounding.longitude, easting, northing);
-  grid_.Add(static_cast<int32_t>(std::floor(easting * inverseCell_)),
-            static_cast<int32_t>(std::floor(northing * inverseCell_)), sounding.depth);
+  const double column = std::floor(easting * inverseCell_);
+  const double row = std::floor(northing * inverseCell_);
+  // A zone far from the data projects it beyond any cell index: left out.
+  constexpr double kLimit = 2e9;
+  if (!(std::fabs(column) < kLimit && std::fabs(row) < kLimit)) {
+    ++outside_;
+    return;
+  }
+  grid_.Add(static_cast<int32_t>(column), static_cast<int32_t>(row), sounding.depth);
 }
 
 DenseGrid Densify(const PartialGrid& grid) {

@@ -52,12 +52,15 @@ class GridBinner final : public ISoundingSink {
       : inverseCell_(1.0 / cellMetres), projection_(zone), grid_(grid) {}
 
   void HandleSounding(const Sounding& sounding) override;
+  // Soundings whose cell index the zone puts out of range.
+  uint64_t outside() const { return outside_; }
 
  private:
   double inverseCell_;
   UtmProjection projection_;
   LocalUtm local_;  // around the ping's first sounding
   int32_t pingNumber_ = 0;
+  uint64_t outside_ = 0;
   PartialGrid& grid_;
 };
 
