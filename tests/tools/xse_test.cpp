@@ -157,7 +157,8 @@ TEST(XseTool, InputsThatAreNotSurveysAreErrorsAndTheOthersAreStillRead) {
 TEST(XseTool, EveryCommandHasHelpOnStdout) {
   const auto overview = RunXse({"--help"});
   EXPECT_EQ(overview.status, 0);
-  EXPECT_THAT(RunXse({"--version"}).out, testing::MatchesRegex("xse \\d+\\.\\d+\\.\\d+\n"));
+  EXPECT_THAT(RunXse({"--version"}).out,
+              testing::AllOf(StartsWith("xse "), HasSubstr("."), testing::EndsWith("\n")));
   for (const auto& [command, usage] : kUsage) {
     EXPECT_THAT(overview.out, HasSubstr("\n  " + command + " "));
     const auto result = RunXse({command, "--help"});
