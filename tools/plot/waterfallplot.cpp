@@ -56,11 +56,16 @@ void WaterfallPlot::HandleSidescan(const quor::SidescanRec& record) {
   int firstRow = 0, endRow = 0;
   Span(ping_++, extent_.sidescanPings, area_.height, firstRow, endRow);
   if (seconds_ > 0) {
-    // Down the time axis, each ping as tall as an even share of the rows.
-    const double at = ToPixels(Seconds(record) - extent_.pingTime.min, 0, seconds_, area_.height);
-    const int rows = endRow - firstRow;
-    firstRow = std::clamp(static_cast<int>(std::lround(at)), 0, area_.height - 1);
-    endRow = std::min(firstRow + rows, area_.height);
+    // Down the time axis, each ping reaches to where the next one would
+    // start at the mean ping interval. Rounding both ends (not the start plus
+    // an even share) leaves no empty row between pings.
+    const double since = Seconds(record) - extent_.pingTime.min;
+    const double interval =
+        extent_.sidescanPings > 1 ? seconds_ / static_cast<double>(extent_.sidescanPings - 1) : 0;
+    firstRow = std::clamp(static_cast<int>(std::lround(ToPixels(since, 0, seconds_, area_.height))),
+                          0, area_.height - 1);
+    const double next = ToPixels(since + interval, 0, seconds_, area_.height);
+    endRow = std::clamp(static_cast<int>(std::lround(next)), firstRow + 1, area_.height);
   }
   for (uint32_t i = 0; i < record.sampleCount; ++i) {
     const float amplitude = record.samples[i];
