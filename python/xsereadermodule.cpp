@@ -325,9 +325,10 @@ py::array Soundings(const py::object& pathObject, const std::string& head) {
 // grid_cells(): one file's soundings binned into UTM cells, as arrays.
 template <typename T, typename Get>
 py::array_t<T> CellColumn(const soundings::PartialGrid& grid, Get get) {
-  py::array_t<T> column(static_cast<py::ssize_t>(grid.cells().size()));
+  py::array_t<T> column(static_cast<py::ssize_t>(grid.cellCount()));
   T* out = column.mutable_data();
-  for (const auto& [key, cell] : grid.cells()) *out++ = get(key, cell);
+  grid.ForEachCell(
+      [&](int32_t c, int32_t r, const soundings::GridCell& cell) { *out++ = get(c, r, cell); });
   return column;
 }
 
@@ -346,16 +347,19 @@ py::dict GridCells(const py::object& pathObject, double cell, int zoneNumber, bo
     target.Finish();
   }
   using Cell = soundings::GridCell;
-  using Grid = soundings::PartialGrid;
   py::dict cells;
-  cells["columns"] =
-      CellColumn<int64_t>(grid, [](uint64_t k, const Cell&) { return Grid::ColumnOf(k); });
-  cells["rows"] = CellColumn<int64_t>(grid, [](uint64_t k, const Cell&) { return Grid::RowOf(k); });
-  cells["sums"] = CellColumn<int64_t>(grid, [](uint64_t, const Cell& c) { return c.depthSum; });
-  cells["counts"] = CellColumn<int64_t>(grid, [](uint64_t, const Cell& c) { return c.count; });
-  cells["squares"] = CellColumn<double>(grid, [](uint64_t, const Cell& c) { return c.squareSum; });
-  cells["minimum"] = CellColumn<float>(grid, [](uint64_t, const Cell& c) { return c.minimum; });
-  cells["maximum"] = CellColumn<float>(grid, [](uint64_t, const Cell& c) { return c.maximum; });
+  cells["columns"] = CellColumn<int64_t>(grid, [](int32_t c, int32_t, const Cell&) { return c; });
+  cells["rows"] = CellColumn<int64_t>(grid, [](int32_t, int32_t r, const Cell&) { return r; });
+  cells["sums"] =
+      CellColumn<int64_t>(grid, [](int32_t, int32_t, const Cell& c) { return c.depthSum; });
+  cells["counts"] =
+      CellColumn<int64_t>(grid, [](int32_t, int32_t, const Cell& c) { return c.count; });
+  cells["squares"] =
+      CellColumn<double>(grid, [](int32_t, int32_t, const Cell& c) { return c.squareSum; });
+  cells["minimum"] =
+      CellColumn<float>(grid, [](int32_t, int32_t, const Cell& c) { return c.minimum; });
+  cells["maximum"] =
+      CellColumn<float>(grid, [](int32_t, int32_t, const Cell& c) { return c.maximum; });
   return cells;
 }
 

@@ -6,9 +6,33 @@
 
 namespace soundings {
 
+GridCell& PartialGrid::CellAt(int32_t column, int32_t row) {
+  const uint64_t key = TileKey(column, row);
+  if (key != lastKey_) {
+    const auto [entry, added] = tileIndex_.try_emplace(key, tiles_.size());
+    if (added) {
+      tiles_.push_back(Tile{column & ~(kTileSide - 1), row & ~(kTileSide - 1),
+                            std::make_unique<GridCell[]>(size_t{kTileSide} * kTileSide)});
+    }
+    lastKey_ = key;
+    lastTile_ = tiles_[entry->second].cells.get();
+  }
+  return lastTile_[Offset(column, row)];
+}
+
+const GridCell* PartialGrid::Find(int32_t column, int32_t row) const {
+  const auto entry = tileIndex_.find(TileKey(column, row));
+  if (entry == tileIndex_.end()) return nullptr;
+  const GridCell& cell = tiles_[entry->second].cells[Offset(column, row)];
+  return cell.count != 0 ? &cell : nullptr;
+}
+
 void PartialGrid::Add(int32_t column, int32_t row, float depth) {
-  GridCell& cell = cells_[Key(column, row)];
-  if (cell.count == 0) cell.minimum = cell.maximum = depth;
+  GridCell& cell = CellAt(column, row);
+  if (cell.count == 0) {
+    cell.minimum = cell.maximum = depth;
+    ++cellCount_;
+  }
   cell.depthSum += std::llrint(static_cast<double>(depth) * kDepthUnitsPerMetre);
   cell.squareSum += static_cast<double>(depth) * depth;
   cell.minimum = std::min(cell.minimum, depth);
@@ -17,11 +41,12 @@ void PartialGrid::Add(int32_t column, int32_t row, float depth) {
   ++soundings_;
 }
 
-void PartialGrid::AddCell(uint64_t key, const GridCell& add) {
+void PartialGrid::AddCell(int32_t column, int32_t row, const GridCell& add) {
   if (add.count == 0) return;
-  GridCell& cell = cells_[key];
+  GridCell& cell = CellAt(column, row);
   if (cell.count == 0) {
     cell = add;
+    ++cellCount_;
   } else {
     cell.depthSum += add.depthSum;
     cell.count += add.count;
@@ -33,7 +58,8 @@ void PartialGrid::AddCell(uint64_t key, const GridCell& add) {
 }
 
 void PartialGrid::Merge(const PartialGrid& other) {
-  for (const auto& [key, cell] : other.cells_) AddCell(key, cell);
+  other.ForEachCell(
+      [this](int32_t column, int32_t row, const GridCell& cell) { AddCell(column, row, cell); });
 }
 
 void GridBinner::HandleSounding(const Sounding& sounding) {
@@ -56,16 +82,14 @@ void GridBinner::HandleSounding(const Sounding& sounding) {
 
 DenseGrid Densify(const PartialGrid& grid) {
   DenseGrid dense;
-  if (grid.cells().empty()) return dense;
+  if (grid.cellCount() == 0) return dense;
   int32_t left = INT32_MAX, right = INT32_MIN, bottom = INT32_MAX, top = INT32_MIN;
-  for (const auto& entry : grid.cells()) {
-    const int32_t column = PartialGrid::ColumnOf(entry.first),
-                  row = PartialGrid::RowOf(entry.first);
+  grid.ForEachCell([&](int32_t column, int32_t row, const GridCell&) {
     left = std::min(left, column);
     right = std::max(right, column);
     bottom = std::min(bottom, row);
     top = std::max(top, row);
-  }
+  });
   dense.left = left;
   dense.top = top;
   dense.columns = static_cast<size_t>(int64_t{right} - left + 1);
@@ -75,9 +99,9 @@ DenseGrid Densify(const PartialGrid& grid) {
   for (auto* layer : {&dense.mean, &dense.deviation, &dense.minimum, &dense.maximum})
     layer->assign(size, kEmpty);
   dense.count.assign(size, 0.0f);
-  for (const auto& [key, cell] : grid.cells()) {
-    const size_t at = static_cast<size_t>(int64_t{top} - PartialGrid::RowOf(key)) * dense.columns +
-                      static_cast<size_t>(int64_t{PartialGrid::ColumnOf(key)} - left);
+  grid.ForEachCell([&](int32_t column, int32_t row, const GridCell& cell) {
+    const size_t at = static_cast<size_t>(int64_t{top} - row) * dense.columns +
+                      static_cast<size_t>(int64_t{column} - left);
     const double count = static_cast<double>(cell.count);
     const double mean = static_cast<double>(cell.depthSum) / count / kDepthUnitsPerMetre;
     dense.mean[at] = static_cast<float>(mean);
@@ -86,7 +110,7 @@ DenseGrid Densify(const PartialGrid& grid) {
         static_cast<float>(std::sqrt(std::max(0.0, cell.squareSum / count - mean * mean)));
     dense.minimum[at] = cell.minimum;
     dense.maximum[at] = cell.maximum;
-  }
+  });
   return dense;
 }
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
@@ -25,23 +26,56 @@ struct GridCell {
   float minimum = 0, maximum = 0;
 };
 
+// Cells live in square tiles allocated when first touched, found through
+// a small index with the last tile used remembered: beams of a ping fall
+// mostly in one tile, so binning a sounding is an array access, and memory
+// follows the tiles touched.
 class PartialGrid {
  public:
-  static uint64_t Key(int32_t column, int32_t row) {
-    return (uint64_t{static_cast<uint32_t>(row)} << 32) | static_cast<uint32_t>(column);
-  }
-  static int32_t ColumnOf(uint64_t key) { return static_cast<int32_t>(key & 0xffffffffu); }
-  static int32_t RowOf(uint64_t key) { return static_cast<int32_t>(key >> 32); }
+  static constexpr int kTileShift = 6;
+  static constexpr int32_t kTileSide = 1 << kTileShift;
 
   void Add(int32_t column, int32_t row, float depth);
-  void AddCell(uint64_t key, const GridCell& cell);
+  void AddCell(int32_t column, int32_t row, const GridCell& cell);
   void Merge(const PartialGrid& other);
 
-  const std::unordered_map<uint64_t, GridCell>& cells() const { return cells_; }
+  // Calls visit(column, row, cell) for every touched cell, tile by tile.
+  template <typename Visit>
+  void ForEachCell(Visit&& visit) const {
+    for (const Tile& tile : tiles_) {
+      for (int32_t at = 0; at < kTileSide * kTileSide; ++at) {
+        const GridCell& cell = tile.cells[static_cast<size_t>(at)];
+        if (cell.count != 0)
+          visit(tile.column + (at & (kTileSide - 1)), tile.row + (at >> kTileShift), cell);
+      }
+    }
+  }
+  // The cell at a column and row; nullptr when untouched.
+  const GridCell* Find(int32_t column, int32_t row) const;
+
+  size_t cellCount() const { return cellCount_; }
   uint64_t soundings() const { return soundings_; }
 
  private:
-  std::unordered_map<uint64_t, GridCell> cells_;
+  struct Tile {
+    int32_t column = 0, row = 0;  // of its first cell
+    std::unique_ptr<GridCell[]> cells;
+  };
+  static uint64_t TileKey(int32_t column, int32_t row) {
+    return (uint64_t{static_cast<uint32_t>(row >> kTileShift)} << 32) |
+           static_cast<uint32_t>(column >> kTileShift);
+  }
+  static size_t Offset(int32_t column, int32_t row) {
+    return static_cast<size_t>(((row & (kTileSide - 1)) << kTileShift) |
+                               (column & (kTileSide - 1)));
+  }
+  GridCell& CellAt(int32_t column, int32_t row);
+
+  std::vector<Tile> tiles_;
+  std::unordered_map<uint64_t, size_t> tileIndex_;
+  uint64_t lastKey_ = ~uint64_t{0};
+  GridCell* lastTile_ = nullptr;
+  size_t cellCount_ = 0;
   uint64_t soundings_ = 0;
 };
 

@@ -123,8 +123,11 @@ TEST(PartialGrid, MergesToTheSameCellsInAnyOrder) {
   ba.Merge(b);
   ba.Merge(a);
   ASSERT_EQ(ab.soundings(), 4u);
-  const auto& cell = ab.cells().at(soundings::PartialGrid::Key(-1, 2));
-  EXPECT_EQ(cell.depthSum, ba.cells().at(soundings::PartialGrid::Key(-1, 2)).depthSum);
+  ASSERT_EQ(ab.cellCount(), 2u);
+  ASSERT_NE(ab.Find(-1, 2), nullptr);
+  EXPECT_EQ(ab.Find(0, 2), nullptr);
+  const auto& cell = *ab.Find(-1, 2);
+  EXPECT_EQ(cell.depthSum, ba.Find(-1, 2)->depthSum);
   EXPECT_EQ(cell.depthSum, 305000);
   EXPECT_EQ(cell.minimum, 9.5f);
   EXPECT_EQ(cell.maximum, 10.75f);
