@@ -9,15 +9,38 @@ namespace soundings {
 GridCell& PartialGrid::CellAt(int32_t column, int32_t row) {
   const uint64_t key = TileKey(column, row);
   if (key != lastKey_) {
-    const auto [entry, added] = tileIndex_.try_emplace(key, tiles_.size());
-    if (added) {
-      tiles_.push_back(Tile{column & ~(kTileSide - 1), row & ~(kTileSide - 1),
-                            std::make_unique<GridCell[]>(size_t{kTileSide} * kTileSide)});
-    }
+    const auto entry = tileIndex_.find(key);
+    if (entry == tileIndex_.end()) return NewTile(column, row);
     lastKey_ = key;
     lastTile_ = tiles_[entry->second].cells.get();
   }
   return lastTile_[Offset(column, row)];
+}
+
+GridCell& PartialGrid::NewTile(int32_t column, int32_t row) {
+  // Over 64 MiB of tiles less than a quarter full: smaller tiles.
+  const size_t tileCells = size_t{1} << (2 * shift_);
+  constexpr size_t kMuchMemory = (size_t{64} << 20) / sizeof(GridCell);
+  if (shift_ > 0 && tiles_.size() * tileCells > kMuchMemory &&
+      cellCount_ * 4 < tiles_.size() * tileCells) {
+    ShrinkTiles();
+    return CellAt(column, row);
+  }
+  const int32_t mask = (int32_t{1} << shift_) - 1;
+  tileIndex_.emplace(TileKey(column, row), tiles_.size());
+  tiles_.push_back(Tile{column & ~mask, row & ~mask, std::make_unique<GridCell[]>(tileCells)});
+  lastKey_ = TileKey(column, row);
+  lastTile_ = tiles_.back().cells.get();
+  return lastTile_[Offset(column, row)];
+}
+
+void PartialGrid::ShrinkTiles() {
+  PartialGrid smaller;
+  smaller.shift_ = std::max(0, shift_ - 2);
+  ForEachCell([&smaller](int32_t column, int32_t row, const GridCell& cell) {
+    smaller.AddCell(column, row, cell);
+  });
+  *this = std::move(smaller);
 }
 
 const GridCell* PartialGrid::Find(int32_t column, int32_t row) const {
@@ -62,13 +85,7 @@ void PartialGrid::Merge(const PartialGrid& other) {
       [this](int32_t column, int32_t row, const GridCell& cell) { AddCell(column, row, cell); });
 }
 
-void GridBinner::HandleSounding(const Sounding& sounding) {
-  double easting = 0, northing = 0;
-  if (sounding.pingNumber != pingNumber_ || !local_.Covers(sounding.latitude, sounding.longitude)) {
-    pingNumber_ = sounding.pingNumber;
-    local_.Anchor(projection_, sounding.latitude, sounding.longitude);
-  }
-  local_.Forward(sounding.latitude, sounding.longitude, easting, northing);
+void GridBinner::Bin(double easting, double northing, float depth) {
   const double column = std::floor(easting * inverseCell_);
   const double row = std::floor(northing * inverseCell_);
   // A zone far from the data projects it beyond any cell index: left out.
@@ -77,7 +94,57 @@ void GridBinner::HandleSounding(const Sounding& sounding) {
     ++outside_;
     return;
   }
-  grid_.Add(static_cast<int32_t>(column), static_cast<int32_t>(row), sounding.depth);
+  grid_.Add(static_cast<int32_t>(column), static_cast<int32_t>(row), depth);
+}
+
+void GridBinner::HandleSounding(const Sounding& sounding) {
+  double easting = 0, northing = 0;
+  if (sounding.pingNumber != pingNumber_ || !local_.Covers(sounding.latitude, sounding.longitude)) {
+    pingNumber_ = sounding.pingNumber;
+    local_.Anchor(projection_, sounding.latitude, sounding.longitude);
+  }
+  local_.Forward(sounding.latitude, sounding.longitude, easting, northing);
+  Bin(easting, northing, sounding.depth);
+}
+
+void GridBinner::Project(const LocalFrame& frame, double north, double east, double& easting,
+                         double& northing) const {
+  constexpr double kDegrees = 57.29577951308232;
+  const GeoPoint point = frame.Offset(north, east);
+  projection_.Forward(point.latitude * kDegrees, point.longitude * kDegrees, easting, northing);
+}
+
+void GridBinner::HandlePing(const PingOffsets& ping) {
+  if (ping.count == 0) return;
+  // Central differences over a step of 1 km (x east, y north).
+  constexpr double kStep = 1000.0, kReach = 2000.0;
+  double e[3][3], n[3][3];  // [east step + 1][north step + 1]
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j)
+      Project(*ping.frame, (j - 1) * kStep, (i - 1) * kStep, e[i][j], n[i][j]);
+  }
+  const auto fit = [](const double f[3][3]) {
+    Quadratic q;
+    q.c = f[1][1];
+    q.x = (f[2][1] - f[0][1]) / (2 * kStep);
+    q.y = (f[1][2] - f[1][0]) / (2 * kStep);
+    q.xx = (f[2][1] - 2 * f[1][1] + f[0][1]) / (kStep * kStep);
+    q.yy = (f[1][2] - 2 * f[1][1] + f[1][0]) / (kStep * kStep);
+    q.xy = (f[2][2] - f[2][0] - f[0][2] + f[0][0]) / (4 * kStep * kStep);
+    return q;
+  };
+  const Quadratic east = fit(e), north = fit(n);
+  for (size_t i = 0; i < ping.count; ++i) {
+    const double x = ping.east[i], y = ping.north[i];
+    double easting = 0, northing = 0;
+    if (std::fabs(x) < kReach && std::fabs(y) < kReach) {
+      easting = east.At(x, y);
+      northing = north.At(x, y);
+    } else {
+      Project(*ping.frame, y, x, easting, northing);
+    }
+    Bin(easting, northing, ping.depth[i]);
+  }
 }
 
 DenseGrid Densify(const PartialGrid& grid) {

@@ -160,6 +160,10 @@ void SoundingTarget::Emit(const WaitingPing& ping, GeoPoint position, double hea
   const double heading = headingDegrees / kDegrees;
   const double cosHeading = std::cos(heading), sinHeading = std::sin(heading);
   const LocalFrame frame(position);
+  const bool wholePing = sink_.TakesPings();
+  north_.clear();
+  east_.clear();
+  depth_.clear();
   Sounding sounding;
   sounding.time = ping.time;
   sounding.pingNumber = ping.pingNumber;
@@ -173,14 +177,24 @@ void SoundingTarget::Emit(const WaitingPing& ping, GeoPoint position, double hea
     // Forward and starboard turned by the heading (clockwise from north).
     const double north = along * cosHeading - across * sinHeading;
     const double east = along * sinHeading + across * cosHeading;
+    ++counts_.soundings;
+    if (wholePing) {
+      north_.push_back(north);
+      east_.push_back(east);
+      depth_.push_back(depth);
+      continue;
+    }
     const GeoPoint point = frame.Offset(north, east);
     sounding.beam = beam;
     sounding.latitude = point.latitude * kDegrees;
     sounding.longitude = point.longitude * kDegrees;
     sounding.depth = depth;
     sounding.quality = quality;
-    ++counts_.soundings;
     sink_.HandleSounding(sounding);
+  }
+  if (wholePing) {
+    sink_.HandlePing(
+        {ping.pingNumber, &frame, north_.data(), east_.data(), depth_.data(), depth_.size()});
   }
 }
 

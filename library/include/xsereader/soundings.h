@@ -32,9 +32,25 @@ struct Sounding {
   int16_t quality = 0;   // as recorded; -1 when the ping carries no qualities
 };
 
+// A ping's soundings as offsets in metres north and east of the vessel's
+// position at the ping, on the plane tangent to the ellipsoid there: what
+// `frame` turns into latitude and longitude.
+struct PingOffsets {
+  int32_t pingNumber = 0;
+  const LocalFrame* frame = nullptr;
+  const double* north = nullptr;
+  const double* east = nullptr;
+  const float* depth = nullptr;
+  size_t count = 0;
+};
+
 class ISoundingSink {
  public:
   virtual void HandleSounding(const Sounding& sounding) = 0;
+  // A sink that projects offsets itself takes whole pings (HandlePing)
+  // instead of soundings one by one, saving the latitudes and longitudes.
+  virtual bool TakesPings() const { return false; }
+  virtual void HandlePing(const PingOffsets&) {}
 
  protected:
   ~ISoundingSink() = default;
@@ -101,6 +117,9 @@ class SoundingTarget final : public quor::ISurveyTarget {
   std::deque<size_t> waiting_;
   std::vector<WaitingPing> pool_;
   std::vector<size_t> freeSlots_;
+  // The ping being handed to a sink that takes pings, reused.
+  std::vector<double> north_, east_;
+  std::vector<float> depth_;
 };
 
 }  // namespace soundings

@@ -270,4 +270,50 @@ TEST(SoundingTarget, BoundsThePingsThatWaitForNavigation) {
   EXPECT_TRUE(sink.all.empty());
 }
 
+// Cells far finer than the soundings' spacing: the tiles shrink, every cell stays.
+TEST(PartialGrid, KeepsEveryCellWhenItsTilesShrink) {
+  soundings::PartialGrid grid;
+  for (int32_t i = 0; i < 2000; ++i)
+    grid.Add(i * 100 - 7000, i * 37 - 3000, 1.0f + 0.25f * static_cast<float>(i % 4));
+  grid.Add(-7000, -3000, 3.0f);
+  ASSERT_EQ(grid.cellCount(), 2000u);
+  EXPECT_EQ(grid.soundings(), 2001u);
+  for (int32_t i = 0; i < 2000; ++i) {
+    const soundings::GridCell* cell = grid.Find(i * 100 - 7000, i * 37 - 3000);
+    ASSERT_NE(cell, nullptr) << i;
+    EXPECT_EQ(cell->depthSum, i == 0 ? 40000 : 10000 + 2500 * (i % 4)) << i;
+  }
+}
+
+// Whole pings binned through their fitted quadratic land in the cells the
+// soundings one by one land in, out to 5 km (beyond 2 km projected exactly).
+TEST(GridBinner, BinsWholePingsAsSoundingsOneByOne) {
+  soundings::PartialGrid byPing, bySounding;
+  for (soundings::PartialGrid* grid : {&byPing, &bySounding}) {
+    soundings::GridBinner binner(0.25, soundings::UtmZone{32, false}, *grid);
+    if (grid == &bySounding) binner.TakeSoundingsOnly();
+    soundings::SoundingTarget target(binner);
+    Fix(target, 10.0, 54.4, 10.8);
+    Heading(target, 10.0, 30);
+    for (int ping = 0; ping < 20; ++ping) {
+      std::vector<std::vector<float>> beams;
+      const auto p = static_cast<float>(ping);
+      for (int beam = -50; beam <= 50; ++beam) {
+        const auto b = static_cast<float>(beam);
+        beams.push_back({p - 7.5f, b * b * b * 0.04f + 0.37f * p, 20.0f + 0.01f * b, 1});
+      }
+      Ping(target, 10.0 + 0.04 * ping, beams);
+    }
+    Heading(target, 11.0, 40);
+    Fix(target, 11.0, 54.401, 10.8005);
+  }
+  ASSERT_EQ(byPing.soundings(), 20u * 101u);
+  ASSERT_EQ(byPing.cellCount(), bySounding.cellCount());
+  bySounding.ForEachCell([&](int32_t column, int32_t row, const soundings::GridCell& cell) {
+    const soundings::GridCell* other = byPing.Find(column, row);
+    ASSERT_NE(other, nullptr) << column << ", " << row;
+    EXPECT_EQ(other->depthSum, cell.depthSum);
+  });
+}
+
 }  // namespace
