@@ -146,8 +146,8 @@ std::string PreviewPath(const std::string& out) {
 }
 
 // The grid and its preview written; false after telling the user why not.
-bool WriteOutputs(const std::string& out, const soundings::DenseGrid& dense, const GridJob& job) {
-  if (const std::string error = WriteGrid(out, dense, job.cell, job.zone); !error.empty()) {
+bool WriteOutputs(const std::string& out, const soundings::PartialGrid& grid, const GridJob& job) {
+  if (const std::string error = WriteGrid(out, grid, job.cell, job.zone); !error.empty()) {
     std::fprintf(stderr, "xse: cannot write %s: %s\n", out.c_str(), error.c_str());
     return false;
   }
@@ -155,7 +155,7 @@ bool WriteOutputs(const std::string& out, const soundings::DenseGrid& dense, con
   std::snprintf(title, sizeof title, "mean depth, %g m cells, UTM %s", job.cell,
                 soundings::ZoneName(job.zone).c_str());
   const std::string preview = PreviewPath(out);
-  if (std::string error; !WriteGridPreview(preview, dense, job.cell, title, error)) {
+  if (std::string error; !WriteGridPreview(preview, grid, job.cell, title, error)) {
     std::fprintf(stderr, "xse: cannot write %s: %s\n", preview.c_str(), error.c_str());
     return false;
   }
@@ -214,11 +214,11 @@ int RunGridCommand(std::span<const std::string_view> args) {
     std::fprintf(stderr, "xse: no soundings to grid\n");
     return kExitFailure;
   }
-  const soundings::DenseGrid dense = soundings::Densify(grid);
-  if (!WriteOutputs(out, dense, job)) return kExitFailure;
+  if (!WriteOutputs(out, grid, job)) return kExitFailure;
+  const soundings::GridBounds bounds = soundings::BoundsOf(grid);
   std::fprintf(
       stderr, "%s: %zu x %zu cells of %g m, UTM %s, %llu soundings from %zu files; preview %s\n",
-      out.c_str(), dense.columns, dense.rows, job.cell, soundings::ZoneName(job.zone).c_str(),
+      out.c_str(), bounds.columns, bounds.rows, job.cell, soundings::ZoneName(job.zone).c_str(),
       static_cast<unsigned long long>(grid.soundings()), paths.size() - errors.size(),
       PreviewPath(out).c_str());
   return errors.empty() ? kExitOk : kExitFailure;

@@ -18,14 +18,14 @@ std::string GridWriterProblem();
 
 // Writes `grid` of `cellMetres` cells in `zone` to `path`. Empty on
 // success, otherwise why not, in words.
-std::string WriteGrid(const std::string& path, const soundings::DenseGrid& grid, double cellMetres,
-                      soundings::UtmZone zone);
+std::string WriteGrid(const std::string& path, const soundings::PartialGrid& grid,
+                      double cellMetres, soundings::UtmZone zone);
 
 }  // namespace xsetool
 
 // The grid-writing module's one entry point: WriteGrid's arguments, the
 // message copied into `error` (empty on success).
-using XseWriteGridFunction = void (*)(const char* path, const soundings::DenseGrid* grid,
+using XseWriteGridFunction = void (*)(const char* path, const soundings::PartialGrid* grid,
                                       double cellMetres, int zoneNumber, bool south, char* error,
                                       size_t errorSize);
 inline constexpr const char* kXseWriteGridName = "XseWriteGrid";

@@ -2,11 +2,14 @@
 #include <gdal_priv.h>
 #include <ogr_spatialref.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <limits>
 #include <memory>
 #include <string_view>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "tools/xse/gridoutput.h"
@@ -31,7 +34,7 @@ std::string LastError(std::string_view fallback) {
   return message != nullptr && *message != '\0' ? std::string(message) : std::string(fallback);
 }
 
-bool Georeference(GDALDataset& dataset, const soundings::DenseGrid& grid, double cell,
+bool Georeference(GDALDataset& dataset, const soundings::GridBounds& grid, double cell,
                   soundings::UtmZone zone) {
   // Top-left corner of the top-left cell; north up.
   double transform[6] = {grid.left * cell, cell, 0.0, (grid.top + 1.0) * cell, 0.0, -cell};
@@ -50,28 +53,85 @@ bool WriteBand(GDALDataset& dataset, int index, const char* name, const std::vec
                         static_cast<int>(rows), GDT_Float32, 0, 0) == CE_None;
 }
 
-std::string WriteGeoTiff(const std::string& path, const soundings::DenseGrid& grid, double cell,
+// The touched cells grouped by the square block of the file they fall in
+// (key: block row and column), each with its place in the block.
+constexpr int kBlock = 256;
+using Blocks = std::unordered_map<uint64_t, std::vector<std::pair<uint32_t, soundings::GridCell>>>;
+
+Blocks GroupByBlock(const soundings::PartialGrid& grid, const soundings::GridBounds& bounds) {
+  Blocks blocks;
+  grid.ForEachCell([&](int32_t column, int32_t row, const soundings::GridCell& cell) {
+    const auto x = static_cast<uint32_t>(int64_t{column} - bounds.left);
+    const auto y = static_cast<uint32_t>(int64_t{bounds.top} - row);
+    const uint64_t key = (uint64_t{y / kBlock} << 32) | (x / kBlock);
+    blocks[key].emplace_back((y % kBlock) * kBlock + x % kBlock, cell);
+  });
+  return blocks;
+}
+
+// One block of every band; cells without soundings are NaN in all, as in
+// the blocks never written (a GeoTIFF has one nodata value for all bands).
+bool WriteBlock(GDALDataset& dataset, const soundings::GridBounds& bounds, uint64_t key,
+                const std::vector<std::pair<uint32_t, soundings::GridCell>>& cells,
+                std::vector<float>& buffer) {
+  constexpr size_t kArea = size_t{kBlock} * kBlock;
+  buffer.assign(kArea * soundings::kGridLayers, std::numeric_limits<float>::quiet_NaN());
+  for (const auto& [at, cell] : cells) {
+    float values[soundings::kGridLayers];
+    soundings::CellLayers(cell, values);
+    for (size_t layer = 0; layer < soundings::kGridLayers; ++layer)
+      buffer[layer * kArea + at] = values[layer];
+  }
+  const int x = static_cast<int>(key & 0xffffffffu) * kBlock,
+            y = static_cast<int>(key >> 32) * kBlock;
+  const int width = std::min(kBlock, static_cast<int>(bounds.columns) - x);
+  const int height = std::min(kBlock, static_cast<int>(bounds.rows) - y);
+  for (int layer = 0; layer < soundings::kGridLayers; ++layer) {
+    float* values = buffer.data() + static_cast<size_t>(layer) * kArea;
+    if (dataset.GetRasterBand(layer + 1)->RasterIO(GF_Write, x, y, width, height, values, width,
+                                                   height, GDT_Float32, 0,
+                                                   kBlock * sizeof(float)) != CE_None)
+      return false;
+  }
+  return true;
+}
+
+// Tiled, and only the blocks with cells written: memory and file follow
+// the area the soundings cover, not their bounding box.
+std::string WriteGeoTiff(const std::string& path, const soundings::PartialGrid& grid, double cell,
                          soundings::UtmZone zone) {
   GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
   if (driver == nullptr) return "GDAL has no GeoTIFF driver";
-  // Band after band: each band's tiles are written once, not reloaded per
-  // band. Compression is most of the time of a large grid: the fastest
-  // level (mostly-empty tiles shrink almost as well), on every core.
-  char* options[] = {const_cast<char*>("COMPRESS=DEFLATE"),     const_cast<char*>("ZLEVEL=1"),
-                     const_cast<char*>("NUM_THREADS=ALL_CPUS"), const_cast<char*>("TILED=YES"),
-                     const_cast<char*>("INTERLEAVE=BAND"),      nullptr};
-  Dataset dataset(driver->Create(path.c_str(), static_cast<int>(grid.columns),
-                                 static_cast<int>(grid.rows), 5, GDT_Float32, options));
+  // Compression is most of the time of a large grid: the fastest level, on
+  // every core.
+  char* options[] = {const_cast<char*>("COMPRESS=DEFLATE"),
+                     const_cast<char*>("ZLEVEL=1"),
+                     const_cast<char*>("NUM_THREADS=ALL_CPUS"),
+                     const_cast<char*>("TILED=YES"),
+                     const_cast<char*>("BLOCKXSIZE=256"),
+                     const_cast<char*>("BLOCKYSIZE=256"),
+                     const_cast<char*>("SPARSE_OK=TRUE"),
+                     const_cast<char*>("BIGTIFF=IF_SAFER"),
+                     nullptr};
+  const soundings::GridBounds bounds = soundings::BoundsOf(grid);
+  Dataset dataset(driver->Create(path.c_str(), static_cast<int>(bounds.columns),
+                                 static_cast<int>(bounds.rows), soundings::kGridLayers, GDT_Float32,
+                                 options));
   if (!dataset) return LastError("cannot create the file");
-  bool ok = Georeference(*dataset, grid, cell, zone);
-  ok = ok && WriteBand(*dataset, 1, "mean depth (m)", grid.mean, grid.columns, grid.rows, true);
-  ok = ok && WriteBand(*dataset, 2, "soundings", grid.count, grid.columns, grid.rows, true);
-  ok = ok &&
-       WriteBand(*dataset, 3, "depth std-dev (m)", grid.deviation, grid.columns, grid.rows, true);
-  ok = ok &&
-       WriteBand(*dataset, 4, "minimum depth (m)", grid.minimum, grid.columns, grid.rows, true);
-  ok = ok &&
-       WriteBand(*dataset, 5, "maximum depth (m)", grid.maximum, grid.columns, grid.rows, true);
+  bool ok = Georeference(*dataset, bounds, cell, zone);
+  const char* names[] = {"mean depth (m)", "soundings", "depth std-dev (m)", "minimum depth (m)",
+                         "maximum depth (m)"};
+  for (int layer = 0; layer < soundings::kGridLayers && ok; ++layer) {
+    GDALRasterBand* band = dataset->GetRasterBand(layer + 1);
+    band->SetDescription(names[layer]);
+    ok = band->SetNoDataValue(static_cast<double>(std::numeric_limits<float>::quiet_NaN())) ==
+         CE_None;
+  }
+  std::vector<float> buffer;
+  for (const auto& [key, cells] : GroupByBlock(grid, bounds)) {
+    if (!ok) break;
+    ok = WriteBlock(*dataset, bounds, key, cells, buffer);
+  }
   dataset->FlushCache();
   if (!ok) return LastError("writing failed");
   dataset.reset();
@@ -79,8 +139,9 @@ std::string WriteGeoTiff(const std::string& path, const soundings::DenseGrid& gr
 }
 
 // Elevation is up, depth down; the uncertainty is the cell's spread.
-std::string WriteBag(const std::string& path, const soundings::DenseGrid& grid, double cell,
+std::string WriteBag(const std::string& path, const soundings::PartialGrid& partial, double cell,
                      soundings::UtmZone zone) {
+  const soundings::DenseGrid grid = soundings::Densify(partial);
   GDALDriver* mem = GetGDALDriverManager()->GetDriverByName("MEM");
   GDALDriver* bag = GetGDALDriverManager()->GetDriverByName("BAG");
   if (mem == nullptr || bag == nullptr) return "GDAL has no BAG driver";
@@ -94,7 +155,7 @@ std::string WriteBag(const std::string& path, const soundings::DenseGrid& grid, 
   for (size_t i = 0; i < elevation.size(); ++i) {
     if (!std::isfinite(elevation[i])) elevation[i] = uncertainty[i] = kBagNoData;
   }
-  bool ok = Georeference(*source, grid, cell, zone);
+  bool ok = Georeference(*source, {grid.left, grid.top, grid.columns, grid.rows}, cell, zone);
   ok = ok && WriteBand(*source, 1, "elevation", elevation, grid.columns, grid.rows, false);
   ok = ok && WriteBand(*source, 2, "uncertainty", uncertainty, grid.columns, grid.rows, false);
   for (int band = 1; band <= 2 && ok; ++band)
@@ -107,7 +168,7 @@ std::string WriteBag(const std::string& path, const soundings::DenseGrid& grid, 
   return CPLGetLastErrorType() >= CE_Failure ? LastError("writing failed") : std::string();
 }
 
-std::string WriteWithGdal(const std::string& path, const soundings::DenseGrid& grid,
+std::string WriteWithGdal(const std::string& path, const soundings::PartialGrid& grid,
                           double cellMetres, soundings::UtmZone zone) {
   GDALAllRegister();
   // The grid is in memory already; GDAL's block cache (5 % of the memory
@@ -125,7 +186,7 @@ std::string WriteWithGdal(const std::string& path, const soundings::DenseGrid& g
 }  // namespace xsetool
 
 extern "C" __attribute__((visibility("default"))) void XseWriteGrid(
-    const char* path, const soundings::DenseGrid* grid, double cellMetres, int zoneNumber,
+    const char* path, const soundings::PartialGrid* grid, double cellMetres, int zoneNumber,
     bool south, char* error, size_t errorSize) {
   const std::string message =
       xsetool::WriteWithGdal(path, *grid, cellMetres, soundings::UtmZone{zoneNumber, south});

@@ -33,8 +33,8 @@ std::string GridWriterProblem() {
   return error;
 }
 
-std::string WriteGrid(const std::string& path, const soundings::DenseGrid& grid, double cellMetres,
-                      soundings::UtmZone zone) {
+std::string WriteGrid(const std::string& path, const soundings::PartialGrid& grid,
+                      double cellMetres, soundings::UtmZone zone) {
   std::string error;
   const XseWriteGridFunction write = Writer(error);
   if (write == nullptr) return error;

@@ -4,7 +4,8 @@ namespace xsetool {
 
 std::string GridWriterProblem() { return "this xse was built without GDAL, which writes grids"; }
 
-std::string WriteGrid(const std::string&, const soundings::DenseGrid&, double, soundings::UtmZone) {
+std::string WriteGrid(const std::string&, const soundings::PartialGrid&, double,
+                      soundings::UtmZone) {
   return GridWriterProblem();
 }
 

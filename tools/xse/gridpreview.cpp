@@ -14,35 +14,36 @@ namespace {
 
 constexpr size_t kMaxSide = 800;
 
-// The mean of the finite cells of each `block` x `block` block; NaN where
-// a block has none.
-std::vector<double> Shrink(const soundings::DenseGrid& grid, size_t block, size_t& columns,
-                           size_t& rows) {
-  columns = (grid.columns + block - 1) / block;
-  rows = (grid.rows + block - 1) / block;
+// The mean of the cells' means in each `block` x `block` block of the
+// grid's bounds; NaN where a block has none.
+std::vector<double> Shrink(const soundings::PartialGrid& grid, const soundings::GridBounds& bounds,
+                           size_t block, size_t& columns, size_t& rows) {
+  columns = (bounds.columns + block - 1) / block;
+  rows = (bounds.rows + block - 1) / block;
   std::vector<double> sum(columns * rows, 0.0), count(columns * rows, 0.0);
-  for (size_t row = 0; row < grid.rows; ++row) {
-    for (size_t column = 0; column < grid.columns; ++column) {
-      const float value = grid.mean[row * grid.columns + column];
-      if (!std::isfinite(value)) continue;
-      const size_t at = (row / block) * columns + column / block;
-      sum[at] += value;
-      count[at] += 1;
-    }
-  }
+  grid.ForEachCell([&](int32_t column, int32_t row, const soundings::GridCell& cell) {
+    float layers[soundings::kGridLayers];
+    soundings::CellLayers(cell, layers);
+    const auto x = static_cast<size_t>(int64_t{column} - bounds.left);
+    const auto y = static_cast<size_t>(int64_t{bounds.top} - row);
+    const size_t at = (y / block) * columns + x / block;
+    sum[at] += layers[soundings::kMeanLayer];
+    count[at] += 1;
+  });
   for (size_t i = 0; i < sum.size(); ++i) sum[i] = count[i] > 0 ? sum[i] / count[i] : NAN;
   return sum;
 }
 
 }  // namespace
 
-bool WriteGridPreview(const std::string& path, const soundings::DenseGrid& grid, double cellMetres,
-                      const std::string& title, std::string& error) {
+bool WriteGridPreview(const std::string& path, const soundings::PartialGrid& grid,
+                      double cellMetres, const std::string& title, std::string& error) {
   using namespace xseplot;
+  const soundings::GridBounds bounds = soundings::BoundsOf(grid);
   const size_t block =
-      std::max<size_t>(1, (std::max(grid.columns, grid.rows) + kMaxSide - 1) / kMaxSide);
+      std::max<size_t>(1, (std::max(bounds.columns, bounds.rows) + kMaxSide - 1) / kMaxSide);
   size_t columns = 0, rows = 0;
-  const std::vector<double> depth = Shrink(grid, block, columns, rows);
+  const std::vector<double> depth = Shrink(grid, bounds, block, columns, rows);
   const int grow = static_cast<int>(std::clamp<size_t>(kMaxSide / std::max(columns, rows), 1, 8));
   double shallow = INFINITY, deep = -INFINITY;
   for (const double value : depth) {

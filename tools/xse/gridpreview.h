@@ -12,7 +12,7 @@ namespace xsetool {
 // wider or taller than the picture have their cells averaged in blocks;
 // small ones are drawn with each cell several pixels square. False, with
 // `error` set, when the file cannot be written.
-bool WriteGridPreview(const std::string& path, const soundings::DenseGrid& grid, double cellMetres,
-                      const std::string& title, std::string& error);
+bool WriteGridPreview(const std::string& path, const soundings::PartialGrid& grid,
+                      double cellMetres, const std::string& title, std::string& error);
 
 }  // namespace xsetool

@@ -147,9 +147,9 @@ void GridBinner::HandlePing(const PingOffsets& ping) {
   }
 }
 
-DenseGrid Densify(const PartialGrid& grid) {
-  DenseGrid dense;
-  if (grid.cellCount() == 0) return dense;
+GridBounds BoundsOf(const PartialGrid& grid) {
+  GridBounds bounds;
+  if (grid.cellCount() == 0) return bounds;
   int32_t left = INT32_MAX, right = INT32_MIN, bottom = INT32_MAX, top = INT32_MIN;
   grid.ForEachCell([&](int32_t column, int32_t row, const GridCell&) {
     left = std::min(left, column);
@@ -157,26 +157,45 @@ DenseGrid Densify(const PartialGrid& grid) {
     bottom = std::min(bottom, row);
     top = std::max(top, row);
   });
-  dense.left = left;
-  dense.top = top;
-  dense.columns = static_cast<size_t>(int64_t{right} - left + 1);
-  dense.rows = static_cast<size_t>(int64_t{top} - bottom + 1);
+  bounds.left = left;
+  bounds.top = top;
+  bounds.columns = static_cast<size_t>(int64_t{right} - left + 1);
+  bounds.rows = static_cast<size_t>(int64_t{top} - bottom + 1);
+  return bounds;
+}
+
+void CellLayers(const GridCell& cell, float (&layers)[kGridLayers]) {
+  const double count = static_cast<double>(cell.count);
+  const double mean = static_cast<double>(cell.depthSum) / count / kDepthUnitsPerMetre;
+  layers[kMeanLayer] = static_cast<float>(mean);
+  layers[kCountLayer] = static_cast<float>(count);
+  layers[kDeviationLayer] =
+      static_cast<float>(std::sqrt(std::max(0.0, cell.squareSum / count - mean * mean)));
+  layers[kMinimumLayer] = cell.minimum;
+  layers[kMaximumLayer] = cell.maximum;
+}
+
+DenseGrid Densify(const PartialGrid& grid) {
+  DenseGrid dense;
+  if (grid.cellCount() == 0) return dense;
+  const GridBounds bounds = BoundsOf(grid);
+  dense.left = bounds.left;
+  dense.top = bounds.top;
+  dense.columns = bounds.columns;
+  dense.rows = bounds.rows;
   const size_t size = dense.columns * dense.rows;
   constexpr float kEmpty = std::numeric_limits<float>::quiet_NaN();
   for (auto* layer : {&dense.mean, &dense.deviation, &dense.minimum, &dense.maximum})
     layer->assign(size, kEmpty);
   dense.count.assign(size, 0.0f);
+  std::vector<float>* layers[kGridLayers] = {&dense.mean, &dense.count, &dense.deviation,
+                                             &dense.minimum, &dense.maximum};
   grid.ForEachCell([&](int32_t column, int32_t row, const GridCell& cell) {
-    const size_t at = static_cast<size_t>(int64_t{top} - row) * dense.columns +
-                      static_cast<size_t>(int64_t{column} - left);
-    const double count = static_cast<double>(cell.count);
-    const double mean = static_cast<double>(cell.depthSum) / count / kDepthUnitsPerMetre;
-    dense.mean[at] = static_cast<float>(mean);
-    dense.count[at] = static_cast<float>(count);
-    dense.deviation[at] =
-        static_cast<float>(std::sqrt(std::max(0.0, cell.squareSum / count - mean * mean)));
-    dense.minimum[at] = cell.minimum;
-    dense.maximum[at] = cell.maximum;
+    const size_t at = static_cast<size_t>(int64_t{dense.top} - row) * dense.columns +
+                      static_cast<size_t>(int64_t{column} - dense.left);
+    float values[kGridLayers];
+    CellLayers(cell, values);
+    for (int layer = 0; layer < kGridLayers; ++layer) (*layers[layer])[at] = values[layer];
   });
   return dense;
 }

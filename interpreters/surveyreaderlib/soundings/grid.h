@@ -121,6 +121,19 @@ class GridBinner final : public ISoundingSink {
   PartialGrid& grid_;
 };
 
+// The cells a grid's touched cells span, north up: the top-left cell's
+// column and row (the northernmost row), and the size.
+struct GridBounds {
+  int32_t left = 0, top = 0;
+  size_t columns = 0, rows = 0;
+};
+GridBounds BoundsOf(const PartialGrid& grid);
+
+// A cell's layers: mean depth, count, standard deviation, minimum, maximum.
+enum GridLayer { kMeanLayer, kCountLayer, kDeviationLayer, kMinimumLayer, kMaximumLayer };
+constexpr int kGridLayers = 5;
+void CellLayers(const GridCell& cell, float (&layers)[kGridLayers]);
+
 // A grid as north-up rasters of its bounding cells, row 0 the northernmost;
 // empty cells are NaN in every layer but the count.
 struct DenseGrid {
