@@ -1,6 +1,7 @@
 // xse soundings: every beam of every ping as a point on the earth, as CSV
 // or as "lon lat depth" lines for GIS tools.
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -107,9 +108,23 @@ class SoundingWriter final : public soundings::ISoundingSink {
     text.copy(text_.data() + used_, text.size());
     used_ += text.size();
   }
-  // Degrees to nine places, a tenth of a millimetre on the ground.
+  // Degrees to nine places, a tenth of a millimetre on the ground, in
+  // integers: the library's fixed-precision path is most of a row's time.
   void Fixed(double degrees) {
-    used_ = Written(std::to_chars(Free(), End(), degrees, std::chars_format::fixed, 9));
+    const double units = std::round(std::fabs(degrees) * 1e9);
+    if (!(units < 1e18)) {
+      used_ = Written(std::to_chars(Free(), End(), degrees, std::chars_format::fixed, 9));
+      return;
+    }
+    const auto whole = static_cast<uint64_t>(units);
+    char* at = Free();
+    if (std::signbit(degrees)) *at++ = '-';
+    at = std::to_chars(at, End(), whole / 1000000000).ptr;
+    *at++ = '.';
+    uint64_t fraction = whole % 1000000000;
+    for (int digit = 8; digit >= 0; --digit, fraction /= 10)
+      at[digit] = static_cast<char>('0' + fraction % 10);
+    used_ = static_cast<size_t>(at + 9 - text_.data());
   }
   // The shortest text that reads back as the same value.
   template <typename Value>
