@@ -17,6 +17,7 @@
 
 #include "bench/summarytable.h"
 #include "platform/file.h"
+#include "tools/xse/livehost.h"
 #include "tools/xse/sessionrecorder.h"
 #include "tools/xse/xseclient.h"
 #include "tools/xseserver/xseserver.h"
@@ -59,7 +60,7 @@ struct LoopedServer {
 template <typename Take>
 uint64_t ReadSession(uint16_t port, Take take) {
   std::atomic<int32_t> running{1};
-  xsetool::XseClient client(running);
+  xsetool::XseClient client(running, xsetool::kDefaultDeadAfterS);
   std::string error;
   if (!client.Open({127, 0, 0, 1}, port, error)) {
     std::fprintf(stderr, "recordbench: %s\n", error.c_str());

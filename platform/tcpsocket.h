@@ -83,6 +83,12 @@ using KeepGoing = bool (*)(const void* context);
 bool ConnectIpv4Within(SocketHandle socket, uint32_t address, uint16_t port, uint32_t milliseconds,
                        KeepGoing keepGoing = nullptr, const void* context = nullptr);
 bool SetNonBlocking(SocketHandle socket);
+// Ends a connection whose peer has answered nothing for `seconds` (at
+// least 1), not even the system's probes of an idle connection, so that a
+// vanished host (no end, no reset) cannot hold a reader for ever: the next
+// read or send fails with kSocketTimedOut. A peer that is silent but alive
+// answers the probes and is left alone. False when the system refuses.
+bool EndConnectionWhenPeerDead(SocketHandle socket, uint32_t seconds);
 
 // Sends `length` bytes in one call: the count sent, or -1 on failure. A
 // closed peer gives a failure, never a signal.

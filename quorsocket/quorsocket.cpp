@@ -61,6 +61,14 @@ uint32_t TraceLastSocketError() {
   return code;
 }
 
+void EndWhenPeerDead(platform::SocketHandle socket, uint32_t deadAfterS) {
+  // Without it the connection still works; only a vanished server is
+  // noticed late.
+  if (deadAfterS > 0 && !platform::EndConnectionWhenPeerDead(socket, deadAfterS)) {
+    TraceLastSocketError();
+  }
+}
+
 bool StillRunning(const void* running) {
   return static_cast<const std::atomic<int32_t>*>(running)->load() != 0;
 }
@@ -151,6 +159,7 @@ int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32
     }
   }
   if (!connected) return 0;  // the caller owns the socket and closes it
+  if (control != nullptr) EndWhenPeerDead(current, control->deadAfterS);
   if (keepBlocking != 0) return 1;
   if (!platform::SetNonBlocking(current)) {
     ERRORLOG(kErrorLogError, kErrorLogMessages[kErrUnixSocketFunction], "fcntl - F_GETFL");

@@ -22,10 +22,13 @@ inline constexpr uint32_t kConnectRetryPauseMs = 1000;
 // to connect stays open in `*socketOut` for the caller to close. With
 // `control`, each attempt is limited in time and the attempts and pauses end
 // as soon as its running flag reads 0. `lastError` (when given) receives the
-// error of the failing call, taken before anything else runs.
+// error of the failing call, taken before anything else runs. A connected
+// socket ends once its peer has answered nothing for `deadAfterS` seconds
+// (see platform::EndConnectionWhenPeerDead).
 struct ConnectControl {
   uint32_t attemptMs = 2000;                      // the longest one attempt lasts
   const std::atomic<int32_t>* running = nullptr;  // null: never stopped
+  uint32_t deadAfterS = 0;                        // 0: the system's own limits
 };
 int32_t CreateSocketAndConnectToServer(int32_t socketType, uint16_t port, uint32_t address,
                                        platform::SocketHandle* socketOut, int32_t keepBlocking,

@@ -56,6 +56,11 @@ XSE_SHARED_API void XSEReaderSetRecordTap(CReader* reader, quor::ISurveyTarget* 
 XSE_SHARED_API void XSEReaderSetPassCallback(CReader* reader, void (*onPass)(void* context),
                                              void* context);
 
+// ZXSEReader::SetDeadAfter: a live run whose server has answered nothing,
+// not even the system's probes, for `seconds` ends as failed (0: only the
+// system's own limits). Does nothing for a reader from elsewhere.
+XSE_SHARED_API void XSEReaderSetDeadAfter(CReader* reader, uint32_t seconds);
+
 // What the last live run of `reader` came to, counted in 64 bits: the bytes
 // its source consumed and the frames it decoded. Read after the reader
 // thread has ended; both 0 for a reader from elsewhere.

@@ -51,6 +51,11 @@ void XSEReaderSetPassCallback(CReader* reader, void (*onPass)(void* context), vo
   if (xseReader != nullptr) xseReader->SetPassCallback(onPass, context);
 }
 
+void XSEReaderSetDeadAfter(CReader* reader, uint32_t seconds) {
+  auto* xseReader = dynamic_cast<ZXSEReader*>(reader);
+  if (xseReader != nullptr) xseReader->SetDeadAfter(seconds);
+}
+
 void XSEReaderLiveCounts(const CReader* reader, uint64_t* bytes, uint64_t* frames) {
   const auto* xseReader = dynamic_cast<const ZXSEReader*>(reader);
   if (bytes != nullptr) *bytes = xseReader != nullptr ? xseReader->liveBytes() : 0;

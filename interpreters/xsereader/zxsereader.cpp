@@ -179,6 +179,9 @@ int32_t ZXSEReader::ConnectTo(uint8_t a, uint8_t b, uint8_t c, uint8_t d, int16_
   auto connection = std::make_unique<ElacConnection>(this);
   connection->SetMode(liveHeadMode_);
   connection->SetTraceSink(&TraceLogSink::Shared());
+  ElacConnection::Limits limits;
+  limits.deadAfterS = deadAfterS_;
+  connection->SetLimits(limits);
   const uint8_t address[4] = {a, b, c, d};
   // The flag is up before the first connect, so that a StopReader from any
   // thread from here on ends the connect attempts and the pauses between

@@ -20,6 +20,8 @@ class ElacConnection;
 
 class ZXSEReader : public CReader, public quor::ISurveyTarget {
  public:
+  // How long a live server may answer nothing before the run ends.
+  static constexpr uint32_t kDefaultDeadAfterS = 30;
   // The reader's properties: the host's common ones under the section "XSE".
   class XSEProperties : public CReader::Properties {
    public:
@@ -105,6 +107,10 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
     onPass_ = onPass;
     passContext_ = context;
   }
+  // A live run whose server has answered nothing, not even the system's
+  // probes, for `seconds` fails with a reason saying so; 0: only the
+  // system's own limits. A vanished host sends no end and no reset.
+  void SetDeadAfter(uint32_t seconds) { deadAfterS_ = seconds; }
   // The last run's bytes consumed and, for a live run, frames decoded:
   // 64-bit, where the progress report's count stops at 2^31 - 1.
   uint64_t liveBytes() const { return liveBytes_; }
@@ -142,6 +148,7 @@ class ZXSEReader : public CReader, public quor::ISurveyTarget {
   ElacConnection* connection_ = nullptr;
   quor::ISurveyTarget* tap_ = nullptr;
   int32_t liveHeadMode_ = 0;
+  uint32_t deadAfterS_ = kDefaultDeadAfterS;
   uint64_t liveBytes_ = 0;
   uint64_t liveFrames_ = 0;
   void (*onPass_)(void* context) = nullptr;

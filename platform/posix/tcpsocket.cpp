@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -192,6 +193,24 @@ bool ConnectIpv4Within(SocketHandle socket, uint32_t address, uint16_t port, uin
 bool SetNonBlocking(SocketHandle socket) {
   const int flags = ::fcntl(Fd(socket), F_GETFL);
   return flags >= 0 && ::fcntl(Fd(socket), F_SETFL, flags | O_NONBLOCK) == 0;
+}
+
+bool EndConnectionWhenPeerDead(SocketHandle socket, uint32_t seconds) {
+  // Probes start halfway through the allowance and go once a second; the
+  // user timeout ends the connection once the allowance has passed without
+  // an answer, whether probes or data were unanswered.
+  const int on = 1;
+  const int allowance = static_cast<int>(std::clamp<uint32_t>(seconds, 1, 2000000));
+  const int idle = std::max(1, allowance / 2);
+  const int interval = 1;
+  const int probes = std::max(1, allowance - idle);
+  const unsigned userTimeoutMs = static_cast<unsigned>(allowance) * 1000u;
+  const int fd = Fd(socket);
+  return ::setsockopt(fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) == 0 &&
+         ::setsockopt(fd, IPPROTO_TCP, TCP_KEEPIDLE, &idle, sizeof idle) == 0 &&
+         ::setsockopt(fd, IPPROTO_TCP, TCP_KEEPINTVL, &interval, sizeof interval) == 0 &&
+         ::setsockopt(fd, IPPROTO_TCP, TCP_KEEPCNT, &probes, sizeof probes) == 0 &&
+         ::setsockopt(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, &userTimeoutMs, sizeof userTimeoutMs) == 0;
 }
 
 int32_t SendToSocket(SocketHandle socket, const void* data, int32_t length) {

@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "win32.h"
+// After win32.h: needs Winsock's types.
+#include <mstcpip.h>
 
 namespace platform {
 
@@ -181,6 +183,29 @@ bool ConnectIpv4Within(SocketHandle socket, uint32_t address, uint16_t port, uin
 }
 
 bool SetNonBlocking(SocketHandle socket) { return SetBlocking(socket, false); }
+
+bool EndConnectionWhenPeerDead(SocketHandle socket, uint32_t seconds) {
+  // The system sends ten probes after the idle time before it gives up:
+  // the idle time is half the allowance, the probes share the rest. Sends
+  // left unanswered give up after the whole allowance (TCP_MAXRT, which the
+  // headers do not name).
+  constexpr int kMaxRetransmitTime = 5;
+  constexpr ULONG kProbes = 10;
+  const ULONG allowanceMs = std::clamp<uint32_t>(seconds, 1, 2000000) * 1000u;
+  tcp_keepalive values{};
+  values.onoff = 1;
+  values.keepalivetime = allowanceMs / 2;
+  values.keepaliveinterval = std::max<ULONG>(1, (allowanceMs - values.keepalivetime) / kProbes);
+  DWORD returned = 0;
+  if (::WSAIoctl(Native(socket), SIO_KEEPALIVE_VALS, &values, sizeof values, nullptr, 0, &returned,
+                 nullptr, nullptr) != 0) {
+    return false;
+  }
+  const DWORD maxRetransmitSeconds = allowanceMs / 1000u;
+  return ::setsockopt(Native(socket), IPPROTO_TCP, kMaxRetransmitTime,
+                      reinterpret_cast<const char*>(&maxRetransmitSeconds),
+                      sizeof maxRetransmitSeconds) == 0;
+}
 
 int32_t SendToSocket(SocketHandle socket, const void* data, int32_t length) {
   if (length < 0) {

@@ -26,7 +26,8 @@ namespace {
 constexpr const char* kDumpUsage =
     "usage: xse dump [--format jsonl|csv] [--kind KINDS] [--limit N]\n"
     "                [--head all|first|second] [--with-file] FILE...\n"
-    "       xse dump [options] --connect ADDRESS:PORT [--idle-exit SECONDS]\n";
+    "       xse dump [options] --connect ADDRESS:PORT [--idle-exit SECONDS]\n"
+    "                [--dead-after SECONDS]\n";
 
 constexpr const char* kDumpHelp =
     "Decodes XSE files and writes the records the decoder delivers, in call\n"
@@ -82,6 +83,7 @@ int DumpLive(const ServerAddress& server, const std::string& connect, const Live
       &filter, [&filter] { return filter.done(); }, [&flush] { flush(); });
   entry.setRecordTap(reader.get(), &tap, mode);
   entry.setPassCallback(reader.get(), &LiveTap::OnPass, &tap);
+  entry.setDeadAfter(reader.get(), limits.deadAfterS);
   int32_t result = 0;
   const int status =
       RunLiveSession(*reader, server, connect, limits, tap, observer.reports(), result);
@@ -132,7 +134,8 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   std::string connect;
   LiveLimits liveLimits;
   bool withFile = false;
-  CommandLine line("dump", kDumpUsage, kDumpHelp);
+  const std::string help = std::string(kDumpHelp) + kDeadAfterHelp;
+  CommandLine line("dump", kDumpUsage, help);
   line.Flag("--with-file", withFile);
   line.Value("--format", [&csv](std::string_view value) {
     csv = value == "csv";
@@ -157,6 +160,11 @@ int RunDumpCommand(std::span<const std::string_view> args) {
     liveLimits.idleExitMs = ParseSecondsAsMilliseconds(value).value_or(0);
     return liveLimits.idleExitMs > 0;
   });
+  bool deadAfterGiven = false;
+  line.Value("--dead-after", [&liveLimits, &deadAfterGiven](std::string_view value) {
+    deadAfterGiven = true;
+    return ParseDeadAfter(value, liveLimits.deadAfterS);
+  });
   if (const auto exit = line.Parse(args)) return *exit;
   const std::vector<std::string>& files = line.operands();
   if (csv && !kinds) return line.UsageError("--format csv needs --kind");
@@ -164,6 +172,7 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   if (server && !files.empty())
     return line.UsageError("--connect reads from the server, not from files");
   if (!server && liveLimits.idleExitMs > 0) return line.UsageError("--idle-exit needs --connect");
+  if (!server && deadAfterGiven) return line.UsageError("--dead-after needs --connect");
   if (files.empty() && !server) return line.UsageError("no input file");
 
   std::optional<RecordJsonWriter> jsonWriter;

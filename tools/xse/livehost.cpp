@@ -73,6 +73,15 @@ bool ResolveServerAddress(ServerAddress& address, std::string& error) {
   return true;
 }
 
+bool ParseDeadAfter(std::string_view text, uint32_t& seconds) {
+  // A day at most: the system takes the time in milliseconds in 32 bits.
+  constexpr uint64_t kMostSeconds = 86400;
+  const auto number = ParseUnsigned(text);
+  if (!number || *number == 0 || *number > kMostSeconds) return false;
+  seconds = static_cast<uint32_t>(*number);
+  return true;
+}
+
 void LiveTap::Noted() {
   lastRecordNs_.store(NowNs(), std::memory_order_relaxed);
   if (enough_ && enough_()) enough_reached_.store(true, std::memory_order_relaxed);

@@ -19,6 +19,8 @@
 
 namespace xsetool {
 
+inline constexpr uint32_t kDefaultDeadAfterS = 30;
+
 struct ServerAddress {
   std::string host;        // a name, an IPv4 or an IPv6 literal
   uint8_t octets[4] = {};  // once resolved
@@ -95,7 +97,21 @@ class LiveReportObserver final : public IReaderObserver {
 struct LiveLimits {
   uint64_t durationMs = 0;  // 0: no limit
   uint64_t idleExitMs = 0;  // 0: no limit; counted from the start as well
+  // A server that answers nothing, not even the system's probes, for this
+  // long is gone: the run ends with exit 1.
+  uint32_t deadAfterS = kDefaultDeadAfterS;
 };
+
+// --dead-after's value: whole seconds, at least 1. False when it is none.
+bool ParseDeadAfter(std::string_view text, uint32_t& seconds);
+// The help lines of --dead-after, the same for every live command; they
+// end its help.
+inline constexpr const char* kDeadAfterHelp =
+    "\n"
+    "  --dead-after SECONDS  end with exit 1 when the server has answered\n"
+    "                  nothing, not even the system's probes, for SECONDS\n"
+    "                  (default 30): a vanished host sends no end. A silent\n"
+    "                  server that is still there is left alone (--idle-exit)\n";
 
 // Runs the live session to its end. Returns the exit status, and writes
 // `xse: REASON` on stderr when it is not 0: 0 when data arrived and the

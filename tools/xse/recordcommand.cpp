@@ -26,7 +26,8 @@ namespace {
 
 constexpr const char* kRecordUsage =
     "usage: xse record --connect ADDRESS:PORT [--connect ADDRESS:PORT...] -o DIR\n"
-    "                  [--rotate-size SIZE] [--rotate-time SECONDS] [--idle-exit SECONDS]\n";
+    "                  [--rotate-size SIZE] [--rotate-time SECONDS] [--idle-exit SECONDS]\n"
+    "                  [--dead-after SECONDS]\n";
 
 constexpr const char* kRecordHelp =
     "Records live XSE data: every byte the server at ADDRESS:PORT (a host\n"
@@ -69,11 +70,14 @@ struct RecordSettings {
   std::string folder;
   SessionRecorder::Rules rules;
   uint64_t idleExitMs = 0;
+  uint32_t deadAfterS = kDefaultDeadAfterS;
 };
 
 // Reads one server until it ends, fails, falls idle or `running` clears.
-void RecordOne(Source& source, uint64_t idleExitMs, const std::atomic<int32_t>& running) {
-  XseClient client(running);
+void RecordOne(Source& source, const RecordSettings& settings,
+               const std::atomic<int32_t>& running) {
+  const uint64_t idleExitMs = settings.idleExitMs;
+  XseClient client(running, settings.deadAfterS);
   std::string error;
   const auto& o = source.address.octets;
   if (!ResolveServerAddress(source.address, error) ||
@@ -170,7 +174,7 @@ int RecordAll(const RecordSettings& settings) {
   std::atomic<int32_t> running{1};
   std::vector<std::thread> threads;
   for (auto& source : sources)
-    threads.emplace_back(RecordOne, std::ref(*source), settings.idleExitMs, std::cref(running));
+    threads.emplace_back(RecordOne, std::ref(*source), std::cref(settings), std::cref(running));
   const bool status = platform::IsTerminal(platform::StandardStream::kError);
   std::vector<uint64_t> lastBytes(sources.size(), 0);
   auto lastStatus = std::chrono::steady_clock::now();
@@ -205,7 +209,8 @@ int RecordAll(const RecordSettings& settings) {
 
 int RunRecordCommand(std::span<const std::string_view> args) {
   RecordSettings settings;
-  CommandLine line("record", kRecordUsage, kRecordHelp);
+  const std::string help = std::string(kRecordHelp) + kDeadAfterHelp;
+  CommandLine line("record", kRecordUsage, help);
   line.Value("--connect", [&settings](std::string_view value) {
     settings.connects.emplace_back(value);
     return ParseServerAddress(value).has_value();
@@ -226,6 +231,9 @@ int RunRecordCommand(std::span<const std::string_view> args) {
   };
   line.Value("--rotate-time", millisecondsIn(settings.rules.rotateMs));
   line.Value("--idle-exit", millisecondsIn(settings.idleExitMs));
+  line.Value("--dead-after", [&settings](std::string_view value) {
+    return ParseDeadAfter(value, settings.deadAfterS);
+  });
   if (const auto exit = line.Parse(args)) return *exit;
   if (!line.operands().empty()) return line.UsageError("record takes no files");
   if (settings.connects.empty()) return line.UsageError("no --connect");

@@ -28,7 +28,7 @@ namespace {
 constexpr const char* kRunUsage =
     "usage: xse run [--events] [--no-ext-check] FILE...\n"
     "       xse run [--events] [--duration SECONDS] [--idle-exit SECONDS]\n"
-    "               --connect ADDRESS:PORT\n";
+    "               [--dead-after SECONDS] --connect ADDRESS:PORT\n";
 
 constexpr const char* kRunHelp =
     "Loads the reader plug-in and reads the files with it as the host does:\n"
@@ -153,6 +153,7 @@ int RunLive(CReader& reader, const XseReaderEntryPoints& entry, RunObserver& obs
             const std::string& name) {
   LiveTap tap(nullptr, nullptr);
   entry.setRecordTap(&reader, &tap, 0);
+  entry.setDeadAfter(&reader, limits.deadAfterS);
   int32_t result = 0;
   observer.SetLiveName(name);
   const int status = RunLiveSession(reader, server, name, limits, tap, observer.reports(), result);
@@ -197,7 +198,8 @@ struct RunOptions {
 // The options, or the exit status when there is nothing to run.
 std::optional<int> ParseRunOptions(std::span<const std::string_view> args, RunOptions& options) {
   bool noExtensionCheck = false;
-  CommandLine line("run", kRunUsage, kRunHelp);
+  const std::string help = std::string(kRunHelp) + kDeadAfterHelp;
+  CommandLine line("run", kRunUsage, help);
   line.Flag("--events", options.events);
   line.Flag("--no-ext-check", noExtensionCheck);
   line.Value("--connect", [&options](std::string_view value) {
@@ -213,6 +215,9 @@ std::optional<int> ParseRunOptions(std::span<const std::string_view> args, RunOp
   };
   line.Value("--duration", millisecondsIn(options.limits.durationMs));
   line.Value("--idle-exit", millisecondsIn(options.limits.idleExitMs));
+  line.Value("--dead-after", [&options](std::string_view value) {
+    return ParseDeadAfter(value, options.limits.deadAfterS);
+  });
   if (const auto exit = line.Parse(args)) return exit;
   options.extensionCheck = !noExtensionCheck;
   options.files = line.operands();

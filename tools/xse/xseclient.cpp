@@ -67,6 +67,8 @@ bool XseClient::ConnectWithin(platform::SocketHandle& socket, const elac::Ipv4Ad
     if (socket != platform::kInvalidSocket &&
         platform::ConnectIpv4Within(socket, AsAddress(address), port, kConnectMs, StillRunning,
                                     &running_)) {
+      // Without it the session still works; only a vanished server goes unnoticed.
+      platform::EndConnectionWhenPeerDead(socket, deadAfterS_);
       return true;
     }
     const uint32_t failure = platform::LastSocketError();
@@ -166,7 +168,10 @@ int64_t XseClient::Receive(std::span<uint8_t> into, uint32_t waitMs, std::string
       platform::ReceiveSome(socket_, into.data(), static_cast<int32_t>(into.size()));
   if (got > 0) return got;
   if (got == 0) return -1;
-  error = SocketErrorWords(platform::LastSocketError());
+  const uint32_t failure = platform::LastSocketError();
+  error = failure == platform::kSocketTimedOut
+              ? "no answer from the server for " + std::to_string(deadAfterS_) + " s"
+              : SocketErrorWords(failure);
   return -2;
 }
 

@@ -16,8 +16,11 @@ namespace xsetool {
 
 class XseClient {
  public:
-  // `running` (not owned) is looked at in every wait; 0 stops.
-  explicit XseClient(const std::atomic<int32_t>& running) : running_(running) {}
+  // `running` (not owned) is looked at in every wait; 0 stops. A server
+  // that answers nothing, not even the system's probes, for `deadAfterS`
+  // seconds is taken for gone.
+  XseClient(const std::atomic<int32_t>& running, uint32_t deadAfterS)
+      : running_(running), deadAfterS_(deadAfterS) {}
   XseClient(const XseClient&) = delete;
   XseClient& operator=(const XseClient&) = delete;
   ~XseClient();
@@ -28,7 +31,8 @@ class XseClient {
   bool Open(const elac::Ipv4Address& address, uint16_t port, std::string& error);
   // Waits up to `waitMs` for data and reads what is there into `into`: the
   // count read, 0 when none came in time, -1 at the server's orderly end,
-  // -2 on a failure (`error` set).
+  // -2 on a failure (`error` set: "no answer from the server for S s" when
+  // it was gone).
   int64_t Receive(std::span<uint8_t> into, uint32_t waitMs, std::string& error);
   // Tells the server the session is over and closes the connection.
   void Release();
@@ -41,6 +45,7 @@ class XseClient {
   bool SendAll(std::span<const uint8_t> bytes);
 
   const std::atomic<int32_t>& running_;
+  uint32_t deadAfterS_;
   platform::SocketHandle socket_ = platform::kInvalidSocket;
   elac::RequestFrame request_ = elac::RequestFrame::Build();
   elac::AcknowledgeFrame acknowledge_ = elac::AcknowledgeFrame::Build();

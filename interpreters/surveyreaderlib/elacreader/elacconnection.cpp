@@ -67,6 +67,7 @@ enum ExchangeFailure : uint32_t {
   kNoAcknowledgeInTime,
   kNoFrame,
   kNoMemory,
+  kNoAnswer,
 };
 
 // What a person reads at the end of a failed live run.
@@ -99,12 +100,22 @@ void ElacConnection::NoteFailure(uint32_t code) {
   if (failureCode_ == 0) failureCode_ = code;
 }
 
+void ElacConnection::NoteConnectionFailure(uint32_t code) {
+  NoteFailure(code == platform::kSocketTimedOut && limits_.deadAfterS > 0 ? kNoAnswer : code);
+}
+
+void ElacConnection::SetLimits(const Limits& limits) {
+  limits_ = limits;
+  noAnswerText_ = "no answer from the server for " + std::to_string(limits.deadAfterS) + " s";
+}
+
 const char* ElacConnection::FailureText() const {
   uint32_t code = failureCode_;
   // Phase 1's failure is the reader thread's to read only once published.
   if (code == 0 && phaseOne_.load(std::memory_order_acquire) == kRefused) code = phaseOneError_;
   if (code == 0 && ended_ && framesDecoded() == 0) code = kNoFrame;
   if (code == 0) return nullptr;
+  if (code == kNoAnswer) return noAnswerText_.c_str();
   if (const char* text = FindSocketErrorText(kFailureTexts, code)) return text;
   return "the connection failed";
 }
@@ -172,7 +183,7 @@ bool ElacConnection::Connect(int32_t type, int16_t port, const uint8_t* address,
   request.SetClientIdentification();
   if (name != nullptr) request.SetName(name);
 
-  SetConnectControl({limits_.attemptMs, running_}, limits_.pauseMs);
+  SetConnectControl({limits_.attemptMs, running_, limits_.deadAfterS}, limits_.pauseMs);
   const int connected = EstablishConnection(address, port, kReceiveBufferSize, kConnectAttempts);
   QUORLOG(1, "Socket to XSE Port %d -> soc %d ret %d", port_, static_cast<int32_t>(socket_),
           connected);
@@ -208,7 +219,7 @@ int32_t ElacConnection::OnReceive(uintptr_t wParam, intptr_t lParam) {
       ended_ = true;
       if (error != 0) {
         failed_ = true;
-        NoteFailure(error);
+        NoteConnectionFailure(error);
         ReportReceiveError(error);
       }
     }
@@ -315,7 +326,7 @@ bool ElacConnection::Open(const char* /*name*/) {
   }
   CreateCommunicationWindow();
   const uint16_t dataPort = acknowledgeFrame_->DataPort();
-  SetConnectControl({limits_.attemptMs, running_}, limits_.pauseMs);
+  SetConnectControl({limits_.attemptMs, running_, limits_.deadAfterS}, limits_.pauseMs);
   const int connected = EstablishConnection(serverAddress_.data(), static_cast<int16_t>(dataPort),
                                             kReceiveBufferSize, kConnectAttempts);
   QUORLOG(1, "Socket to XSE Port %d -> soc %d ret %d", port_, static_cast<int32_t>(socket_),
@@ -393,7 +404,7 @@ size_t ElacConnection::ReadWaiting() {
     }
     const uint32_t error = platform::LastSocketError();
     if (error == platform::kSocketWouldBlock) break;
-    NoteFailure(error);
+    NoteConnectionFailure(error);
     ReportReceiveError(error);
     QUORLOG(1, "receiveData(): the data connection failed - giving up");
     ended_ = true;

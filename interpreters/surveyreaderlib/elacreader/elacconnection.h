@@ -17,6 +17,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "interpreters/surveyreaderlib/elacreader/elacmessages.h"
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
@@ -41,6 +42,9 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
     uint32_t acknowledgeMs = 3000;  // from the request to the acknowledge
     uint32_t attemptMs = 1000;      // one connect attempt to the data port
     uint32_t pauseMs = 250;         // between connect attempts
+    // A connection whose server has answered nothing, not even the
+    // system's probes, for this long ends the run; 0: the system's limits.
+    uint32_t deadAfterS = 0;
   };
 
   // What one receiveData call may take before it returns, so that progress
@@ -61,7 +65,7 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   // Connect attempts, the pauses between them and the draining in
   // receiveData end as soon as `running` (not owned; null: never) reads 0.
   void SetRunningFlag(const std::atomic<int32_t>* running);
-  void SetLimits(const Limits& limits) { limits_ = limits; }
+  void SetLimits(const Limits& limits);
   // Where the buffer's growth takes its memory; for tests.
   void SetDecoderAllocator(elac::LiveDecoder::Allocate allocate) {
     decoder_.SetAllocator(allocate);
@@ -123,6 +127,9 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   bool GiveUp(const char* reason);
   // Notes `code` (a socket error) as the failure, unless one is noted.
   void NoteFailure(uint32_t code);
+  // Notes the failure of an established connection: a time-out there is
+  // the server's silence.
+  void NoteConnectionFailure(uint32_t code);
   bool Running() const { return running_ == nullptr || running_->load() != 0; }
   // Sends a message record in network order and turns it back; traces the
   // send as "Open ... Send ...". Returns the send's result.
@@ -150,5 +157,6 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   bool ended_ = false;
   uint64_t bytesReceived_ = 0;
   uint32_t failureCode_ = 0;  // a socket error, or one of the connection's own
+  std::string noAnswerText_;  // names the time allowed
   elac::ReadStatistics liveStatistics_;
 };

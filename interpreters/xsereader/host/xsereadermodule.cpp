@@ -43,6 +43,7 @@ bool XseReaderModule::Load(const std::string& path) {
   lookUp(found.setRecordTap, "XSEReaderSetRecordTap");
   lookUp(found.liveCounts, "XSEReaderLiveCounts");
   lookUp(found.setPassCallback, "XSEReaderSetPassCallback");
+  lookUp(found.setDeadAfter, "XSEReaderSetDeadAfter");
   lookUp(found.createSettingsPage, "CreateElacSettingsDlg");
   lookUp(found.destroySettingsPage, "DestroyElacSettingsDlg");
   if (!complete) {

@@ -20,6 +20,7 @@ struct XseReaderEntryPoints {
   decltype(&XSEReaderSetRecordTap) setRecordTap = nullptr;
   decltype(&XSEReaderLiveCounts) liveCounts = nullptr;
   decltype(&XSEReaderSetPassCallback) setPassCallback = nullptr;
+  decltype(&XSEReaderSetDeadAfter) setDeadAfter = nullptr;
   decltype(&CreateElacSettingsDlg) createSettingsPage = nullptr;
   decltype(&DestroyElacSettingsDlg) destroySettingsPage = nullptr;
 };
