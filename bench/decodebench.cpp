@@ -28,7 +28,7 @@
 #include <string_view>
 #include <vector>
 
-#include "bench/allocationcounter.h"
+#include "allocationcount/allocationcount.h"
 #include "bench/summarytable.h"
 #include "bench/touchingtarget.h"
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
@@ -138,10 +138,10 @@ DecodeResult DecodeFile(const std::string& path) {
   int32_t processed = 0;
   uint64_t allocationsBefore = 0;
   while (source.receiveData(processed, 0)) {
-    if (++result.frames == kWarmUpFrames) allocationsBefore = xsebench::AllocationCount();
+    if (++result.frames == kWarmUpFrames) allocationsBefore = xsealloc::AllocationCount();
   }
   if (result.frames > kWarmUpFrames) {
-    result.allocations = xsebench::AllocationCount() - allocationsBefore;
+    result.allocations = xsealloc::AllocationCount() - allocationsBefore;
     result.steadyFrames = result.frames - kWarmUpFrames;
   }
   result.records = target.records();

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "support/allocationcount.h"
+#include "allocationcount/allocationcount.h"
 #include "support/recordfingerprint.h"
 #include "support/tempdir.h"
 #include "tools/generator/surveygenerator.h"
@@ -83,7 +83,7 @@ TEST(SurveyReader, EverySourceAndEveryWayOfReadingGivesTheSameRecords) {
 // Next copies each frame's records into pools kept from frame to frame: once
 // a survey has gone by, a second pass of it allocates nothing.
 TEST(SurveyReader, PullingAllocatesNothingOnceThePoolsHaveGrown) {
-  if (!xsetest::kCountsAllocations) GTEST_SKIP() << "the sanitizer owns operator new here";
+  if (!xsealloc::kCountsAllocations) GTEST_SKIP() << "the sanitizer owns operator new here";
   xsetool::SurveyOptions options;
   options.durationSeconds = 2;
   xsetool::SurveyGenerator generator(options);
@@ -95,7 +95,7 @@ TEST(SurveyReader, PullingAllocatesNothingOnceThePoolsHaveGrown) {
   auto reader = SurveyReader::OpenBytes(survey, Heads::kAll);
   while (reader->consumed() < once) ASSERT_NE(reader->Next(), nullptr);
   size_t pings = 0;
-  EXPECT_EQ(xsetest::AllocationsOf([&] {
+  EXPECT_EQ(xsealloc::AllocationsOf([&] {
               while (const xsereader::Record* record = reader->Next())
                 pings += record->multibeam != nullptr ? 1 : 0;
             }),

@@ -6,12 +6,12 @@
 #include <memory>
 #include <new>
 
+#include "allocationcount/allocationcount.h"
 #include "grouptestsupport.h"
-#include "support/allocationcount.h"
 
 namespace {
 
-using xsetest::AllocationsOf;
+using xsealloc::AllocationsOf;
 using xsetest::PingFrame;
 using xsetest::SidescanFrame;
 using xsewriter::FrameWriter;
@@ -50,7 +50,7 @@ xsetest::Bytes Parameters(std::endian order, bool withTransducers) {
 }
 
 TEST(SteadyAllocation, DecodingAllocatesNothingAfterTheFirstFrameOfEachKind) {
-  if (!xsetest::kCountsAllocations) GTEST_SKIP() << "the sanitizer owns operator new here";
+  if (!xsealloc::kCountsAllocations) GTEST_SKIP() << "the sanitizer owns operator new here";
   std::unique_ptr<int[]> block;
   ASSERT_EQ(AllocationsOf([&] { block.reset(new (std::nothrow) int[64]); }), 1u)
       << "the counting itself works";

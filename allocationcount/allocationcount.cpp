@@ -1,5 +1,6 @@
-#include "support/allocationcount.h"
+#include "allocationcount/allocationcount.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -12,30 +13,34 @@
 #endif
 
 namespace {
+std::atomic<uint64_t> gAllocations{0};
 thread_local bool tCounting = false;
 thread_local size_t tAllocations = 0;
-}  // namespace
+thread_local size_t tFailFrom = 0;
 
-#ifndef XSE_SANITIZED_NEW
-void* operator new(std::size_t size) {
+[[maybe_unused]] void* Allocate(std::size_t size) noexcept {
+  gAllocations.fetch_add(1, std::memory_order_relaxed);
   if (tCounting) ++tAllocations;
-  void* memory = std::malloc(size == 0 ? 1 : size);
+  if (tFailFrom != 0 && size >= tFailFrom) return nullptr;
+  return std::malloc(size == 0 ? 1 : size);
+}
+
+[[maybe_unused]] void* AllocateOrThrow(std::size_t size) {
+  void* memory = Allocate(size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
+}  // namespace
+
+#ifndef XSE_SANITIZED_NEW
 // The array and nothrow forms too: where the C++ runtime is a DLL (on
 // Windows), its own definitions of them would call its own operator new.
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  try {
-    return operator new(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
+// Aligned forms are left to the library: nothing counted uses over-aligned
+// types.
+void* operator new(std::size_t size) { return AllocateOrThrow(size); }
+void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
 // GCC takes the replacement pair for a mismatch once it inlines them into
 // each other at -O2; they are a matching malloc/free pair.
 #if defined(__GNUC__) && !defined(__clang__)
@@ -53,13 +58,15 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free
 #endif
 #endif
 
-namespace xsetest {
+namespace xsealloc {
 
 #ifdef XSE_SANITIZED_NEW
 const bool kCountsAllocations = false;
 #else
 const bool kCountsAllocations = true;
 #endif
+
+uint64_t AllocationCount() { return gAllocations.load(std::memory_order_relaxed); }
 
 void StartCountingAllocations() {
   tAllocations = 0;
@@ -71,4 +78,6 @@ size_t StopCountingAllocations() {
   return tAllocations;
 }
 
-}  // namespace xsetest
+void FailAllocationsFrom(size_t size) { tFailFrom = size; }
+
+}  // namespace xsealloc
