@@ -336,6 +336,71 @@ bool TakeFlag(std::string_view arg, std::string_view name, std::string& value) {
   return true;
 }
 
+void RegisterBenchmarks(bool smoke) {
+  if (!gConfig.zeros.empty()) {
+    for (auto* zerosBenchmark : {benchmark::RegisterBenchmark("RawReadZeros", RawReadZeros),
+                                 benchmark::RegisterBenchmark("SearchZeros", SearchZeros)})
+      zerosBenchmark->Unit(benchmark::kMillisecond)
+          ->Iterations(1)
+          ->Repetitions(gConfig.repetitions)
+          ->MeasureProcessCPUTime();
+  }
+  const int repetitions = gConfig.repetitions;
+  benchmark::RegisterBenchmark("RawRead", RawRead)
+      ->Unit(benchmark::kMillisecond)
+      ->Iterations(1)
+      ->Repetitions(repetitions)
+      ->MeasureProcessCPUTime();
+  benchmark::RegisterBenchmark("ReadAndTouch", ReadAndTouch)
+      ->Unit(benchmark::kMillisecond)
+      ->Iterations(1)
+      ->Repetitions(repetitions)
+      ->MeasureProcessCPUTime();
+  benchmark::RegisterBenchmark("DecodeFile", DecodeFileBenchmark)
+      ->Unit(benchmark::kMillisecond)
+      ->Iterations(1)
+      ->Repetitions(repetitions)
+      ->MeasureProcessCPUTime();
+  for (auto* memoryBenchmark : {benchmark::RegisterBenchmark("CopyInMemory", CopyInMemory),
+                                benchmark::RegisterBenchmark("DecodeInMemory", DecodeInMemory)}) {
+    memoryBenchmark->Unit(benchmark::kMillisecond)->Repetitions(repetitions);
+    if (smoke) memoryBenchmark->Iterations(1);
+  }
+}
+
+void PrintSummary(const CollectingReporter& reporter, const DecodeResult& steady) {
+  const std::string fileSize = Mebibytes(static_cast<double>(gConfig.fileSize));
+  const auto decode = reporter.Fastest("DecodeFile");
+  const auto raw = reporter.Fastest("RawRead");
+  PrintSummaryRow("decode / raw read, " + fileSize + " file (wall time)", Ratio(decode, raw, false),
+                  "at most 1.2x");
+  PrintSummaryRow("decode / raw read, " + fileSize + " file (CPU time)", Ratio(decode, raw, true),
+                  "");
+  if (!gConfig.zeros.empty()) {
+    PrintSummaryRow("search " + Mebibytes(static_cast<double>(gConfig.zerosSize)) +
+                        " of zeros to one frame / raw read (wall)",
+                    Ratio(reporter.Fastest("SearchZeros"), reporter.Fastest("RawReadZeros"), false),
+                    "at most 3x");
+  }
+  PrintSummaryRow("read and touch every byte / raw read (CPU time)",
+                  Ratio(reporter.Fastest("ReadAndTouch"), raw, true), "the floor of any decoder");
+  PrintSummaryRow("decode / read and touch every byte (CPU time)",
+                  Ratio(decode, reporter.Fastest("ReadAndTouch"), true), "");
+  PrintSummaryRow("in-memory decode / copy, " +
+                      Mebibytes(static_cast<double>(gMemory.bytes.size())) + " (CPU time)",
+                  Ratio(reporter.Fastest("DecodeInMemory"), reporter.Fastest("CopyInMemory"), true),
+                  "");
+  char perFrame[32];
+  const double allocationsPerFrame =
+      steady.steadyFrames != 0
+          ? static_cast<double>(steady.allocations) / static_cast<double>(steady.steadyFrames)
+          : std::numeric_limits<double>::quiet_NaN();
+  std::snprintf(perFrame, sizeof perFrame, "%g", allocationsPerFrame);
+  PrintSummaryRow(
+      "allocations per frame, steady state (" + std::to_string(steady.steadyFrames) + " frames)",
+      perFrame, "0");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -392,35 +457,9 @@ int main(int argc, char** argv) {
       return 1;
     }
     gConfig.zerosSize = ReadWholeFile(gConfig.zeros, block);
-    for (auto* zerosBenchmark : {benchmark::RegisterBenchmark("RawReadZeros", RawReadZeros),
-                                 benchmark::RegisterBenchmark("SearchZeros", SearchZeros)})
-      zerosBenchmark->Unit(benchmark::kMillisecond)
-          ->Iterations(1)
-          ->Repetitions(gConfig.repetitions)
-          ->MeasureProcessCPUTime();
   }
 
-  const int repetitions = gConfig.repetitions;
-  benchmark::RegisterBenchmark("RawRead", RawRead)
-      ->Unit(benchmark::kMillisecond)
-      ->Iterations(1)
-      ->Repetitions(repetitions)
-      ->MeasureProcessCPUTime();
-  benchmark::RegisterBenchmark("ReadAndTouch", ReadAndTouch)
-      ->Unit(benchmark::kMillisecond)
-      ->Iterations(1)
-      ->Repetitions(repetitions)
-      ->MeasureProcessCPUTime();
-  benchmark::RegisterBenchmark("DecodeFile", DecodeFileBenchmark)
-      ->Unit(benchmark::kMillisecond)
-      ->Iterations(1)
-      ->Repetitions(repetitions)
-      ->MeasureProcessCPUTime();
-  for (auto* memoryBenchmark : {benchmark::RegisterBenchmark("CopyInMemory", CopyInMemory),
-                                benchmark::RegisterBenchmark("DecodeInMemory", DecodeInMemory)}) {
-    memoryBenchmark->Unit(benchmark::kMillisecond)->Repetitions(repetitions);
-    if (smoke) memoryBenchmark->Iterations(1);
-  }
+  RegisterBenchmarks(smoke);
   int benchmarkArgc = static_cast<int>(rest.size());
   benchmark::Initialize(&benchmarkArgc, rest.data());
   CollectingReporter reporter;
@@ -429,36 +468,7 @@ int main(int argc, char** argv) {
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
 
-  const std::string fileSize = Mebibytes(static_cast<double>(gConfig.fileSize));
-  const auto decode = reporter.Fastest("DecodeFile");
-  const auto raw = reporter.Fastest("RawRead");
-  PrintSummaryRow("decode / raw read, " + fileSize + " file (wall time)", Ratio(decode, raw, false),
-                  "at most 1.2x");
-  PrintSummaryRow("decode / raw read, " + fileSize + " file (CPU time)", Ratio(decode, raw, true),
-                  "");
-  if (!gConfig.zeros.empty()) {
-    PrintSummaryRow("search " + Mebibytes(static_cast<double>(gConfig.zerosSize)) +
-                        " of zeros to one frame / raw read (wall)",
-                    Ratio(reporter.Fastest("SearchZeros"), reporter.Fastest("RawReadZeros"), false),
-                    "at most 3x");
-  }
-  PrintSummaryRow("read and touch every byte / raw read (CPU time)",
-                  Ratio(reporter.Fastest("ReadAndTouch"), raw, true), "the floor of any decoder");
-  PrintSummaryRow("decode / read and touch every byte (CPU time)",
-                  Ratio(decode, reporter.Fastest("ReadAndTouch"), true), "");
-  PrintSummaryRow("in-memory decode / copy, " +
-                      Mebibytes(static_cast<double>(gMemory.bytes.size())) + " (CPU time)",
-                  Ratio(reporter.Fastest("DecodeInMemory"), reporter.Fastest("CopyInMemory"), true),
-                  "");
-  char perFrame[32];
-  const double allocationsPerFrame =
-      steady.steadyFrames != 0
-          ? static_cast<double>(steady.allocations) / static_cast<double>(steady.steadyFrames)
-          : std::numeric_limits<double>::quiet_NaN();
-  std::snprintf(perFrame, sizeof perFrame, "%g", allocationsPerFrame);
-  PrintSummaryRow(
-      "allocations per frame, steady state (" + std::to_string(steady.steadyFrames) + " frames)",
-      perFrame, "0");
+  PrintSummary(reporter, steady);
 
   if (smokeFile) {
     std::filesystem::remove(platform::PathFromUtf8(*smokeFile));

@@ -140,45 +140,15 @@ std::vector<std::vector<uint8_t>> Pings(size_t count, size_t bytes) {
   return pings;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  std::string file;
-  size_t totalMiB = 512;
-  for (int i = 1; i < argc; ++i) {
-    const std::string_view arg = argv[i];
-    if (arg.starts_with("--file=")) file = arg.substr(7);
-    if (arg.starts_with("--total-mib=")) totalMiB = std::stoul(std::string(arg.substr(12)));
-  }
-  if (file.empty()) {
-    std::fprintf(stderr, "usage: xse_livebench --file=SURVEY.xse [--total-mib=N]\n");
-    return 2;
-  }
-  platform::ReadOnlyFile input;
-  if (!input.Open(file)) {
-    std::fprintf(stderr, "xse_livebench: %s: %s\n", file.c_str(), input.error().c_str());
-    return 1;
-  }
-  std::vector<uint8_t> survey(input.Size().value_or(0));
-  if (!input.ReadAt(0, survey)) return 1;
-  const size_t times = std::max<size_t>(1, (totalMiB << 20) / std::max<size_t>(survey.size(), 1));
-
-  // What a whole decode of the bytes gives, to check that nothing is lost.
-  xsebench::TouchingTarget fileTarget;
-  {
-    ElacReader reader(&fileTarget, ElacReader::kAllBeams);
-    elac::MemoryStream stream(survey);
-    while (stream.good()) reader.ReadFrame(stream);
-  }
-
-  // Unpaced throughput against the plain read.
+// Unpaced throughput against the plain read.
+bool RunUnpaced(const std::vector<uint8_t>& survey, size_t times, uint64_t fileRecords) {
   xseserver::Options options;
   options.chunkBytes = kSendBlock;
   xseserver::XseServer server(options);
   std::string error;
   if (!server.Start(error)) {
     std::fprintf(stderr, "xse_livebench: %s\n", error.c_str());
-    return 1;
+    return false;
   }
   size_t sentTimes = 0;
   size_t at = 0;
@@ -202,7 +172,7 @@ int main(int argc, char** argv) {
   serving.join();
   const Clock::duration plain = PlainRead(survey, times);
   const double bytes = static_cast<double>(survey.size() * times);
-  const bool lossless = result == 1 && liveTarget.records() == fileTarget.records() * times;
+  const bool lossless = result == 1 && liveTarget.records() == fileRecords * times;
   PrintSummaryRow("live decode over loopback, " + xsebench::Mebibytes(bytes),
                   Format("%.0f MB/s", bytes / Seconds(live) / 1e6), "at least 200 MB/s");
   PrintSummaryRow("plain TCP read of the same bytes",
@@ -213,14 +183,20 @@ int main(int argc, char** argv) {
                   Format("%.2f s", liveCpu / bytes * 1e9), "");
   PrintSummaryRow("records lost", lossless ? "0" : "SOME", "0");
 
-  // Paced: 200 pings of 16 KiB a second; each ping's send time against the
-  // moment its record reaches the consumer.
+  return true;
+}
+
+// Paced: 200 pings of 16 KiB a second; each ping's send time against the
+// moment its record reaches the consumer.
+bool RunPaced() {
+  std::string error;
+  int32_t result = 0;
   constexpr size_t kPings = 400;
   const auto pings = Pings(kPings, 16 * 1024);
   std::vector<Clock::time_point> sentAt(kPings);
   {
     xseserver::XseServer paced(xseserver::Options{});
-    if (!paced.Start(error)) return 1;
+    if (!paced.Start(error)) return false;
     size_t next = 0;
     Clock::time_point first;
     std::thread pacing([&] {
@@ -254,14 +230,19 @@ int main(int argc, char** argv) {
                     "at most 5 ms");
   }
 
-  // Idle: connected, set up, no data; the host thread dispatching as a
-  // host does.
+  return true;
+}
+
+// Idle: connected, set up, no data; the host thread dispatching as a
+// host does.
+bool RunIdle() {
+  std::string error;
   {
     xseserver::Options quiet;
     quiet.closeAfterSurvey = false;
     quiet.waitMs = 4000;
     xseserver::XseServer idle(quiet);
-    if (!idle.Start(error)) return 1;
+    if (!idle.Start(error)) return false;
     std::thread idling([&] { idle.ServeOne(std::span<const uint8_t>()); });
     ZXSEReader reader;
     reader.ConnectTo(127, 0, 0, 1, static_cast<int16_t>(idle.port()), 0);
@@ -284,5 +265,40 @@ int main(int argc, char** argv) {
     PrintSummaryRow("idle connection CPU (reader and host threads)",
                     Format("%.2f %%", cpu / wall * 100), "under 1 %");
   }
-  return 0;
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string file;
+  size_t totalMiB = 512;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view arg = argv[i];
+    if (arg.starts_with("--file=")) file = arg.substr(7);
+    if (arg.starts_with("--total-mib=")) totalMiB = std::stoul(std::string(arg.substr(12)));
+  }
+  if (file.empty()) {
+    std::fprintf(stderr, "usage: xse_livebench --file=SURVEY.xse [--total-mib=N]\n");
+    return 2;
+  }
+  platform::ReadOnlyFile input;
+  if (!input.Open(file)) {
+    std::fprintf(stderr, "xse_livebench: %s: %s\n", file.c_str(), input.error().c_str());
+    return 1;
+  }
+  std::vector<uint8_t> survey(input.Size().value_or(0));
+  if (!input.ReadAt(0, survey)) return 1;
+  const size_t times = std::max<size_t>(1, (totalMiB << 20) / std::max<size_t>(survey.size(), 1));
+
+  // What a whole decode of the bytes gives, to check that nothing is lost.
+  xsebench::TouchingTarget fileTarget;
+  {
+    ElacReader reader(&fileTarget, ElacReader::kAllBeams);
+    elac::MemoryStream stream(survey);
+    while (stream.good()) reader.ReadFrame(stream);
+  }
+
+  if (!RunUnpaced(survey, times, fileTarget.records())) return 1;
+  return RunPaced() && RunIdle() ? 0 : 1;
 }
