@@ -98,7 +98,7 @@ TEST(XseRun, ModuleThatDoesNotLoadIsReported) {
   const auto result = RunToolWith(XSE_XSE_TOOL, {"run", "a.xse"}, dir.Folder(),
                                   {{"XSE_READER_MODULE", dir.File("none.module")}});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.err, HasSubstr("xse run: cannot load the reader plug-in: "));
+  EXPECT_THAT(result.err, HasSubstr("xse: cannot load the reader plug-in: "));
 }
 
 TEST(XseRun, CtrlCStopsTheRunWithoutReportingTheCurrentFile) {

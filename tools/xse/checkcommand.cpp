@@ -8,6 +8,7 @@
 #include "platform/file.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
+#include "tools/xse/pluginreader.h"
 
 namespace xsetool {
 namespace {
@@ -35,10 +36,7 @@ int RunCheckCommand(std::span<const std::string_view> args) {
   if (files.empty()) return line.UsageError("no input file");
 
   XseReaderModule module;
-  if (!module.Load(XseReaderModule::DefaultPath())) {
-    std::fprintf(stderr, "xse check: cannot load the reader plug-in: %s\n", module.error().c_str());
-    return kExitFailure;
-  }
+  if (!LoadPluginModule(module)) return kExitFailure;
   bool allYes = true;
   for (const std::string& file : files) {
     const bool yes = module.entry().canReadFile(file.c_str(), extensionCheck ? 1 : 0) != 0;

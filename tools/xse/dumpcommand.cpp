@@ -74,7 +74,7 @@ constexpr const char* kDumpHelp =
 int DumpLive(const ServerAddress& server, const std::string& connect, const LiveLimits& limits,
              int32_t mode, quor::RecordFilter& filter, const std::function<bool()>& flush) {
   XseReaderModule module;
-  PluginReader reader = LoadPluginReader(module, "xse");
+  PluginReader reader = LoadPluginReader(module);
   if (reader == nullptr) return kExitFailure;
   const XseReaderEntryPoints& entry = module.entry();
   LiveReportObserver observer;

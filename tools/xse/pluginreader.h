@@ -12,15 +12,20 @@ namespace xsetool {
 
 using PluginReader = std::unique_ptr<CReader, decltype(XseReaderEntryPoints::destroyReader)>;
 
-// Loads the plug-in into `module` and makes a reader with it; null, with
-// "WHO: REASON" on stderr, when either step fails.
-inline PluginReader LoadPluginReader(XseReaderModule& module, const char* who) {
-  if (!module.Load(XseReaderModule::DefaultPath())) {
-    std::fprintf(stderr, "%s: cannot load the reader plug-in: %s\n", who, module.error().c_str());
-    return {nullptr, nullptr};
-  }
+// Loads the plug-in into `module`; false, with "xse: cannot load the reader
+// plug-in: REASON" on stderr, when it does not load.
+inline bool LoadPluginModule(XseReaderModule& module) {
+  if (module.Load(XseReaderModule::DefaultPath())) return true;
+  std::fprintf(stderr, "xse: cannot load the reader plug-in: %s\n", module.error().c_str());
+  return false;
+}
+
+// Loads the plug-in into `module` and makes a reader with it; null, with the
+// reason on stderr, when either step fails.
+inline PluginReader LoadPluginReader(XseReaderModule& module) {
+  if (!LoadPluginModule(module)) return {nullptr, nullptr};
   PluginReader reader(module.entry().createReader(0), module.entry().destroyReader);
-  if (reader == nullptr) std::fprintf(stderr, "%s: the reader plug-in did not start\n", who);
+  if (reader == nullptr) std::fprintf(stderr, "xse: the reader plug-in did not start\n");
   return reader;
 }
 

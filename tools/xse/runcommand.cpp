@@ -325,7 +325,7 @@ int RunRunCommand(std::span<const std::string_view> args) {
   if (const auto exit = ParseRunOptions(args, options)) return *exit;
 
   XseReaderModule module;
-  PluginReader reader = LoadPluginReader(module, "xse run");
+  PluginReader reader = LoadPluginReader(module);
   if (reader == nullptr) return kExitFailure;
   reader->extensionCheck = options.extensionCheck ? 1 : 0;
   std::vector<Outcome> outcomes = OfferFiles(*reader, options);
