@@ -14,6 +14,8 @@
 #include <chrono>
 #include <cstring>
 
+#include "platform/hostaddresslist.h"
+
 namespace platform {
 
 namespace {
@@ -252,26 +254,6 @@ bool AbortConnection(SocketHandle socket) {
   return CloseSocket(socket);
 }
 
-namespace {
-
-void CollectAddresses(const addrinfo* list, HostAddresses& found) {
-  for (const addrinfo* entry = list; entry != nullptr; entry = entry->ai_next) {
-    if (entry->ai_family == AF_INET) {
-      std::array<uint8_t, 4> octets{};
-      const auto* address = reinterpret_cast<const sockaddr_in*>(entry->ai_addr);
-      std::memcpy(octets.data(), &address->sin_addr, octets.size());
-      found.ipv4.push_back(octets);
-    } else if (entry->ai_family == AF_INET6) {
-      std::array<uint8_t, 16> bytes{};
-      const auto* address = reinterpret_cast<const sockaddr_in6*>(entry->ai_addr);
-      std::memcpy(bytes.data(), &address->sin6_addr, bytes.size());
-      found.ipv6.push_back(bytes);
-    }
-  }
-}
-
-}  // namespace
-
 bool ResolveHost(const std::string& host, HostAddresses& found, std::string& error) {
   found = {};
   error.clear();
@@ -284,10 +266,10 @@ bool ResolveHost(const std::string& host, HostAddresses& found, std::string& err
     error = ::gai_strerror(failed);
     return false;
   }
-  CollectAddresses(list, found);
+  const bool any =
+      CollectHostAddresses<sockaddr_in, sockaddr_in6>(list, AF_INET, AF_INET6, found, error);
   ::freeaddrinfo(list);
-  if (found.ipv4.empty() && found.ipv6.empty()) error = "no address";
-  return error.empty();
+  return any;
 }
 
 std::array<uint8_t, 4> LocalHostAddress() {

@@ -96,6 +96,20 @@ TEST(XseStop, EveryMomentOfALiveRunEndsAtOnceWithTheSignalsStatus) {
     std::function<std::pair<uint16_t, Ready>(std::shared_ptr<void>&)> setUp;
   };
   const auto now = [] { return Ready([] { return true; }); };
+  // A server that stops answering at one step of the set-up; the client is
+  // there a moment after the connect.
+  const auto stalling = [](std::shared_ptr<void>& keep,
+                           const std::function<void(xseserver::Options&)>& set) {
+    xseserver::Options options;
+    options.waitMs = 1000;
+    set(options);
+    auto server = std::make_shared<Server>(options);
+    keep = server;
+    return std::pair(server->server.port(), Ready([] {
+                       std::this_thread::sleep_for(300ms);
+                       return true;
+                     }));
+  };
   const Moment moments[] = {
       {"refused port",
        [&](auto&) {
@@ -110,29 +124,9 @@ TEST(XseStop, EveryMomentOfALiveRunEndsAtOnceWithTheSignalsStatus) {
          return std::pair(queue->port, now());
        }},
       {"waiting for the acknowledge",
-       [&](auto& keep) {
-         xseserver::Options options;
-         options.acknowledgeLength = 0;
-         options.waitMs = 1000;
-         auto server = std::make_shared<Server>(options);
-         keep = server;
-         return std::pair(server->server.port(), Ready([] {
-                            std::this_thread::sleep_for(300ms);
-                            return true;
-                          }));
-       }},
+       [&](auto& keep) { return stalling(keep, [](auto& o) { o.acknowledgeLength = 0; }); }},
       {"data port connecting",
-       [&](auto& keep) {
-         xseserver::Options options;
-         options.dataNeverAccepts = true;
-         options.waitMs = 1000;
-         auto server = std::make_shared<Server>(options);
-         keep = server;
-         return std::pair(server->server.port(), Ready([] {
-                            std::this_thread::sleep_for(300ms);
-                            return true;
-                          }));
-       }},
+       [&](auto& keep) { return stalling(keep, [](auto& o) { o.dataNeverAccepts = true; }); }},
       {"mid-stream",
        [&](auto& keep) {
          auto server = std::make_shared<Server>(xseserver::Options{}, true);
