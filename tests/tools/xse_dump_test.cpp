@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/xseformat.h"
@@ -22,13 +24,17 @@ using namespace xsetest;
 using ::testing::StartsWith;
 using xsewriter::FrameWriter;
 
-// Runs `xse dump` with `options` on a file of the frame `writer` holds.
-ToolResult Dump(FrameWriter& writer, std::vector<std::string> options) {
+// Runs `xse dump` with `options` on a file of `frame`.
+ToolResult Dump(std::span<const uint8_t> frame, std::vector<std::string> options) {
   TempDir dir;
-  const auto frame = writer.EndFrame();
   options.insert(options.begin(), "dump");
   options.push_back(dir.Write("f.xse", {frame.begin(), frame.end()}));
   return RunXse(options);
+}
+
+// Runs `xse dump` with `options` on a file of the frame `writer` holds.
+ToolResult Dump(FrameWriter& writer, std::vector<std::string> options) {
+  return Dump(writer.EndFrame(), std::move(options));
 }
 
 TEST(XseDump, NavigationFrameGivesExactLines) {
@@ -36,7 +42,9 @@ TEST(XseDump, NavigationFrameGivesExactLines) {
   writer.BeginFrame(elac::kNavigationFrame, 3838320000u, 5);
   xsewriter::PutPositionGroup(writer, "WGS84", 0.1, -1e-300, 42.0);
   xsewriter::PutAttitudeGroup(writer, 0.25, std::numeric_limits<double>::quiet_NaN(), 0.0);
-  const auto result = Dump(writer, {});
+  const auto ended = writer.EndFrame();
+  const std::vector<uint8_t> frame(ended.begin(), ended.end());
+  const auto result = Dump(frame, {});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.out,
@@ -46,6 +54,14 @@ TEST(XseDump, NavigationFrameGivesExactLines) {
             "\"geographicFirst\":0.1,\"geographicSecond\":-1e-300,\"thirdCoordinate\":42}\n"
             "{\"kind\":\"motion\",\"valid\":1,\"fieldMask\":7,\"sec\":1660867200,\"usec\":5,"
             "\"relTime\":0,\"sensorIndex\":0,\"roll\":null,\"pitch\":0,\"heave\":0.25}\n");
+  // --degrees adds degrees after the record's own radians, in JSON and CSV.
+  const std::string degrees =
+      "\"latitude\":5.729577951308233,\"longitude\":-5.729577951308232e-299}";
+  EXPECT_NE(Dump(frame, {"--degrees", "--kind", "position"}).out.find(degrees), std::string::npos);
+  EXPECT_EQ(Dump(frame, {"--degrees", "--format", "csv", "--kind", "position"}).out,
+            xsetool::CsvHeader(quor::RecordKind::kPosition) +
+                ",latitude,longitude\n1,3,2022-08-19T00:00:00.000005Z,0,0,0,0,0.1,-1e-300,42,"
+                "5.729577951308233,-5.729577951308232e-299\n");
 }
 
 // Columns follow the JSON members in order, the time pair as one cell.

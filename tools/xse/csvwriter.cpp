@@ -6,6 +6,7 @@
 #include <variant>
 #include <vector>
 
+#include "tools/xse/positiondegrees.h"
 #include "tools/xse/utctime.h"
 #include "xsereader/recordfields.h"
 
@@ -108,25 +109,34 @@ class RowCells {
   bool first_ = true;
 };
 
+// A record's fields, then with `degrees` a position's latitude and
+// longitude in degrees.
+template <typename Record, typename Visitor>
+void VisitColumns(const Record& record, Visitor& visitor, bool degrees) {
+  quor::VisitFields(record, visitor);
+  if constexpr (std::is_same_v<Record, quor::NavigationRec>)
+    if (degrees) VisitDegrees(record, visitor);
+}
+
 template <typename Record>
-std::string HeaderOf(const Record& record) {
+std::string HeaderOf(const Record& record, bool degrees) {
   std::string header;
   HeaderColumns columns(header);
-  quor::VisitFields(record, columns);
+  VisitColumns(record, columns, degrees);
   return header;
 }
 
 }  // namespace
 
-std::string CsvHeader(quor::RecordKind kind) {
-  return quor::WithRecordType(kind,
-                              [](auto type) { return HeaderOf(typename decltype(type)::type{}); });
+std::string CsvHeader(quor::RecordKind kind, bool degrees) {
+  return quor::WithRecordType(
+      kind, [degrees](auto type) { return HeaderOf(typename decltype(type)::type{}, degrees); });
 }
 
-CsvRecordWriter::CsvRecordWriter(std::FILE* out, quor::RecordKind kind, bool withFile)
-    : out_(out), kind_(kind), withFile_(withFile) {
+CsvRecordWriter::CsvRecordWriter(std::FILE* out, quor::RecordKind kind, bool withFile, bool degrees)
+    : out_(out), kind_(kind), withFile_(withFile), degrees_(degrees) {
   if (withFile_) buffer_ += "file,";
-  buffer_ += CsvHeader(kind);
+  buffer_ += CsvHeader(kind, degrees);
   buffer_ += '\n';
 }
 
@@ -153,7 +163,7 @@ template <typename Record>
 void CsvRecordWriter::OnRecord(quor::RecordKind kind, const Record& record) {
   if (kind != kind_) return;
   RowCells cells;
-  quor::VisitFields(record, cells);
+  VisitColumns(record, cells, degrees_);
   if (!cells.hasItems) {
     buffer_ += fileCell_;
     buffer_ += cells.prefix;

@@ -16,14 +16,17 @@
 
 namespace xsetool {
 
-// The header row of the table of `kind`, without the line end.
-std::string CsvHeader(quor::RecordKind kind);
+// The header row of the table of `kind`, without the line end; with
+// `degrees`, a position table ends with "latitude" and "longitude".
+std::string CsvHeader(quor::RecordKind kind, bool degrees = false);
 
 class CsvRecordWriter final : public quor::RecordVisitor<CsvRecordWriter> {
  public:
   // The header row is written first; records of other kinds are ignored.
-  // With `withFile` every row starts with a "file" column, set by SetFile.
-  CsvRecordWriter(std::FILE* out, quor::RecordKind kind, bool withFile = false);
+  // With `withFile` every row starts with a "file" column, set by SetFile;
+  // with `degrees` position rows end with latitude and longitude in degrees.
+  CsvRecordWriter(std::FILE* out, quor::RecordKind kind, bool withFile = false,
+                  bool degrees = false);
   void SetFile(std::string_view name);
 
   // Writes out what is buffered; false when any write so far failed.
@@ -39,6 +42,7 @@ class CsvRecordWriter final : public quor::RecordVisitor<CsvRecordWriter> {
   std::string buffer_;
   std::string fileCell_;  // the file column with its comma, or nothing
   bool withFile_;
+  bool degrees_;
   bool writeFailed_ = false;
 };
 

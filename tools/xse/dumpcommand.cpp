@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* kDumpUsage =
     "usage: xse dump [--format jsonl|csv] [--kind KINDS] [--limit N]\n"
-    "                [--head all|first|second] [--with-file] FILE...\n"
+    "                [--head all|first|second] [--with-file] [--degrees] FILE...\n"
     "       xse dump [options] --connect ADDRESS:PORT [--idle-exit SECONDS]\n"
     "                [--dead-after SECONDS]\n";
 
@@ -41,6 +41,8 @@ constexpr const char* kDumpHelp =
     "  --limit N        stop after N records\n"
     "  --head MODE      bathymetry head selection: all (default), first, second\n"
     "  --with-file      the file's name first in every object (\"file\") or row\n"
+    "  --degrees        position records end with latitude and longitude in\n"
+    "                   degrees (N, E +; null or nan for a fix without WGS84)\n"
     "  --help           show this help\n"
     "\n"
     "Units (fields keep the records' units; CSV headers are the field names):\n"
@@ -134,9 +136,11 @@ int RunDumpCommand(std::span<const std::string_view> args) {
   std::string connect;
   LiveLimits liveLimits;
   bool withFile = false;
+  bool degrees = false;
   const std::string help = std::string(kDumpHelp) + kDeadAfterHelp;
   CommandLine line("dump", kDumpUsage, help);
   line.Flag("--with-file", withFile);
+  line.Flag("--degrees", degrees);
   line.Value("--format", [&csv](std::string_view value) {
     csv = value == "csv";
     return value == "csv" || value == "jsonl";
@@ -182,9 +186,10 @@ int RunDumpCommand(std::span<const std::string_view> args) {
     auto only = quor::RecordKind::kStartTime;  // the one kind of the set
     for (const auto kind : quor::kAllRecordKinds)
       if (kinds->test(static_cast<size_t>(kind))) only = kind;
-    writer = &csvWriter.emplace(stdout, only, withFile);
+    writer = &csvWriter.emplace(stdout, only, withFile, degrees);
   } else {
     writer = &jsonWriter.emplace(stdout);
+    if (degrees) jsonWriter->AddDegrees();
   }
   const std::function<bool()> flush = [&] {
     return csv ? csvWriter->Flush() : jsonWriter->Flush();

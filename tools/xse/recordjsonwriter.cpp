@@ -1,8 +1,10 @@
 #include "tools/xse/recordjsonwriter.h"
 
 #include <cstdint>
+#include <type_traits>
 
 #include "tools/xse/jsontext.h"
+#include "tools/xse/positiondegrees.h"
 #include "xsereader/recordfields.h"
 
 namespace xsetool {
@@ -48,6 +50,8 @@ void RecordJsonWriter::OnRecord(quor::RecordKind kind, const Record& record) {
   json.String("kind", quor::RecordKindName(kind));
   JsonFields fields(json);
   quor::VisitFields(record, fields);
+  if constexpr (std::is_same_v<Record, quor::NavigationRec>)
+    if (degrees_) VisitDegrees(record, fields);
   json.EndObject();
   line_ += '\n';
   if (line_.size() >= kFlushThreshold) Flush();

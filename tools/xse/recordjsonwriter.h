@@ -24,6 +24,8 @@ class RecordJsonWriter final : public quor::RecordVisitor<RecordJsonWriter> {
     file_ = name;
     withFile_ = true;
   }
+  // Position objects end with "latitude" and "longitude" in degrees.
+  void AddDegrees() { degrees_ = true; }
 
  private:
   friend RecordVisitor;
@@ -34,6 +36,7 @@ class RecordJsonWriter final : public quor::RecordVisitor<RecordJsonWriter> {
   std::string line_;
   std::string file_;
   bool withFile_ = false;
+  bool degrees_ = false;
   bool writeFailed_ = false;
 };
 
