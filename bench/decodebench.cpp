@@ -230,7 +230,7 @@ void DecodeInMemory(benchmark::State& state) {
   ElacReader reader(&target, ElacReader::kAllBeams);
   for (auto _ : state) {
     for (const auto& frame : gMemory.frames)
-      reader.DecodeBuffer(frame.data(), static_cast<uint32_t>(frame.size()));
+      (void)reader.DecodeBuffer(frame.data(), static_cast<uint32_t>(frame.size()));
   }
   benchmark::DoNotOptimize(target.sum());
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(gMemory.bytes.size()));

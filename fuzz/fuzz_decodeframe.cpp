@@ -12,6 +12,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static ElacReader reader(&target, 0);
   const std::span<const uint8_t> bytes(data, size);
   reader.SetMode(size > 0 ? data[size - 1] % 3 : 0);
-  reader.DecodeFrameBytes(bytes);
+  (void)reader.DecodeFrameBytes(bytes);
   return 0;
 }

@@ -39,6 +39,15 @@ TEST(XseCheck, AnswersPerFileAndSucceedsOnlyWhenAllAreYes) {
             (ToolResult{1, good + ": yes\n" + other + ": no\n", ""}));
   EXPECT_EQ(RunXse({"check", good, tail}),
             (ToolResult{0, good + ": yes\n" + tail + ": yes\n", ""}));
+  // A frame cut short after a sound one, and a second cut at offset 24.
+  std::vector<uint8_t> damaged = frame;
+  damaged.insert(damaged.end(), bare.begin(), bare.end());
+  const std::string damagedFile = dir.Write("damaged.xse", damaged);
+  EXPECT_EQ(RunXse({"check", "--why", good, damagedFile}),
+            (ToolResult{0,
+                        good + ": yes\n" + damagedFile + ": yes\n  rejected at " +
+                            std::to_string(frame.size()) + ": truncated\n",
+                        ""}));
 }
 
 // A folder gets an answer at once, and the tools say why it is not read; a

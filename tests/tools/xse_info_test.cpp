@@ -111,8 +111,10 @@ TEST(XseInfo, CountsRejectedFramesAndReportsUnreadableFilesBetweenTheOthers) {
       "  byte order   big-endian 1, little-endian 1\n"
       "  frames       2 decoded: 1 navigation, 1 type 7\n"
       "  rejected     2 frames, " +
-      std::to_string(skipped) +
-      " bytes skipped\n"
+      std::to_string(skipped) + " bytes skipped; truncated: 1 frame at " +
+      std::to_string(data.size() - cut.size()) + "; bad end marker: 1 frame at " +
+      std::to_string(8 + navigation.size()) +
+      "\n"
       "  records      2 startTime, 0 parameter, 1 position, 0 gyro, 0 motion, "
       "0 multibeam, 0 sidescan\n"
       "  multibeam    none\n"
@@ -130,6 +132,9 @@ TEST(XseInfo, CountsRejectedFramesAndReportsUnreadableFilesBetweenTheOthers) {
               ::testing::Each(::testing::AllOf(::testing::StartsWith("{\"file\":\""),
                                                ::testing::EndsWith("}"))));
   EXPECT_EQ(SplitLines(json.out).size(), 2u);
+  EXPECT_NE(json.out.find("\"rejected\":{\"truncated\":{\"frames\":1,\"firstAt\":" +
+                          std::to_string(data.size() - cut.size()) + "},\"badEndMarker\""),
+            std::string::npos);
   EXPECT_TRUE(json.out.ends_with("\n"));
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "platform/file.h"
 #include "tools/xse/commandline.h"
@@ -13,7 +14,7 @@
 namespace xsetool {
 namespace {
 
-constexpr const char* kCheckUsage = "usage: xse check [--ext] FILE...\n";
+constexpr const char* kCheckUsage = "usage: xse check [--ext] [--why] FILE...\n";
 
 constexpr const char* kCheckHelp =
     "Prints \"FILE: yes\" or \"FILE: no\" for each file: whether the reader\n"
@@ -23,14 +24,36 @@ constexpr const char* kCheckHelp =
     "when every answer is yes.\n"
     "\n"
     "  --ext   also require the extension .xse (any letter case)\n"
+    "  --why   after each answer, the first frames the reader rejected, one\n"
+    "          line each: \"  rejected at OFFSET: REASON\"\n"
     "  --help  show this help\n";
+
+// Reads the whole file and prints the first rejections with their offsets.
+void PrintRejections(const std::string& file) {
+  elac::ReadStatistics frames;
+  ElacFile source(nullptr);
+  source.SetStatistics(&frames);
+  if (!source.Open(file.c_str())) return;
+  int32_t processed = 0;
+  while (source.receiveData(processed, 0)) {
+  }
+  for (size_t i = 0; i < frames.RejectionsKept(); ++i) {
+    const elac::DecodeResult& rejection = frames.firstRejections[i];
+    std::printf("  rejected at %llu: %s\n", static_cast<unsigned long long>(rejection.offset),
+                elac::DecodeStatusName(rejection.status));
+  }
+  if (frames.framesRejected > frames.RejectionsKept())
+    std::printf("  ... %llu more\n",
+                static_cast<unsigned long long>(frames.framesRejected - frames.RejectionsKept()));
+}
 
 }  // namespace
 
 int RunCheckCommand(std::span<const std::string_view> args) {
-  bool extensionCheck = false;
+  bool extensionCheck = false, why = false;
   CommandLine line("check", kCheckUsage, kCheckHelp);
   line.Flag("--ext", extensionCheck);
+  line.Flag("--why", why);
   if (const auto exit = line.Parse(args)) return *exit;
   const std::vector<std::string>& files = line.operands();
   if (files.empty()) return line.UsageError("no input file");
@@ -48,6 +71,7 @@ int RunCheckCommand(std::span<const std::string_view> args) {
       std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), probe.error().c_str());
     }
     std::printf("%s: %s\n", file.c_str(), yes ? "yes" : "no");
+    if (why) PrintRejections(file);
     allYes = allYes && yes;
   }
   return allYes ? kExitOk : kExitFailure;

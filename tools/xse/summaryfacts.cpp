@@ -39,6 +39,21 @@ std::vector<NamedCount> FrameTypes(const elac::ReadStatistics& frames) {
   return types;
 }
 
+// JSON keys of the rejection reasons, in the order of elac::DecodeStatus.
+constexpr const char* kRejectionKeys[elac::kDecodeStatusCount] = {
+    "decoded", "sizeOverLimit", "truncated", "badEndMarker", "shortFrame"};
+
+std::vector<RejectionFacts> Rejections(const elac::ReadStatistics& frames) {
+  std::vector<RejectionFacts> rejections;
+  for (size_t slot = 1; slot < elac::kDecodeStatusCount; ++slot) {
+    if (frames.rejectedByReason[slot] == 0) continue;
+    rejections.push_back({elac::DecodeStatusName(static_cast<elac::DecodeStatus>(slot)),
+                          kRejectionKeys[slot], frames.rejectedByReason[slot],
+                          frames.firstRejectedAt[slot]});
+  }
+  return rejections;
+}
+
 }  // namespace
 
 SummaryFacts MakeSummaryFacts(const FileSummary& summary) {
@@ -53,6 +68,7 @@ SummaryFacts MakeSummaryFacts(const FileSummary& summary) {
   facts.frameTypes = FrameTypes(frames);
   facts.framesRejected = frames.framesRejected;
   facts.bytesSkipped = summary.bytesSkipped();
+  facts.rejections = Rejections(frames);
   for (const quor::RecordKind kind : quor::kAllRecordKinds) {
     const std::string name(quor::RecordKindName(kind));
     facts.records.push_back({name, name, records.records(kind), true});

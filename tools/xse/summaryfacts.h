@@ -30,6 +30,13 @@ struct TimeFacts {
   double seconds = 0;
 };
 
+// Frames rejected for one reason: how many, and where the first lay.
+struct RejectionFacts {
+  const char* text;  // "bad end marker"
+  const char* key;   // "badEndMarker"
+  uint64_t frames = 0, firstAt = 0;
+};
+
 struct SummaryFacts {
   std::string path;
   uint64_t size = 0;
@@ -37,7 +44,8 @@ struct SummaryFacts {
   uint64_t framesDecoded = 0;
   std::vector<NamedCount> frameTypes;  // set-up and data types first, then others by number
   uint64_t framesRejected = 0, bytesSkipped = 0;
-  std::vector<NamedCount> records;  // by record kind
+  std::vector<RejectionFacts> rejections;  // reasons with frames only
+  std::vector<NamedCount> records;         // by record kind
   PingFacts multibeam, sidescan;
   std::optional<TimeFacts> time;
   PositionBounds geographic, projected;

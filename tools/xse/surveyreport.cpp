@@ -142,9 +142,15 @@ void AppendFrameLines(std::string& out, const SummaryFacts& facts) {
   AppendLine(
       out, "frames",
       Printf("%llu decoded", Ull(facts.framesDecoded)) + (types.empty() ? "" : ": " + types));
-  AppendLine(out, "rejected",
-             Printf("%llu frames, %llu bytes skipped", Ull(facts.framesRejected),
-                    Ull(facts.bytesSkipped)));
+  std::string rejected =
+      Printf("%llu frames, %llu bytes skipped", Ull(facts.framesRejected), Ull(facts.bytesSkipped));
+  for (const RejectionFacts& reason : facts.rejections) {
+    rejected += reason.frames == 1
+                    ? Printf("; %s: 1 frame at %llu", reason.text, Ull(reason.firstAt))
+                    : Printf("; %s: %llu frames, first at %llu", reason.text, Ull(reason.frames),
+                             Ull(reason.firstAt));
+  }
+  AppendLine(out, "rejected", rejected);
 }
 
 std::string PingLine(const PingFacts& pings, const char* unit) {
@@ -205,7 +211,13 @@ void FrameMembers(JsonBuilder& json, const SummaryFacts& facts) {
   json.BeginObject("frames").Number("decoded", facts.framesDecoded);
   CountMembers(json, facts.frameTypes);
   json.Number("rejected", facts.framesRejected).EndObject();
-  json.Number("bytesSkipped", facts.bytesSkipped);
+  json.Number("bytesSkipped", facts.bytesSkipped).BeginObject("rejected");
+  for (const RejectionFacts& reason : facts.rejections)
+    json.BeginObject(reason.key)
+        .Number("frames", reason.frames)
+        .Number("firstAt", reason.firstAt)
+        .EndObject();
+  json.EndObject();
 }
 
 void RecordMembers(JsonBuilder& json, const SummaryFacts& facts) {

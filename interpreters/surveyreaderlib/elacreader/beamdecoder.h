@@ -44,7 +44,7 @@ inline constexpr uint32_t kMaxBeams = 65536;
 // short for its fixed fields, a negative beam count or one above kMaxBeams,
 // and a count of values (or sound-velocity entries) that runs past the
 // group: such a group is dropped whole rather than clipped.
-bool DecodeBeamGroup(ByteCursor body, quor::MultibeamRec& multibeam);
+[[nodiscard]] bool DecodeBeamGroup(ByteCursor body, quor::MultibeamRec& multibeam);
 
 // Head selection by `mode`: 0 all beams, 1 the first half, 2 the second half
 // (moved to the front of quality and the six value arrays; extraFloats and

@@ -91,7 +91,7 @@ class ByteCursor {
   // Reads one scalar; on too few bytes returns false and leaves both the
   // cursor and `value` untouched.
   template <WireScalar T>
-  bool Read(T& value) {
+  [[nodiscard]] bool Read(T& value) {
     if (remaining() < sizeof(T)) return false;
     value = LoadScalar<T>(bytes_.data() + offset_, order_);
     offset_ += sizeof(T);

@@ -38,6 +38,7 @@ bool ElacFile::receiveData(int32_t& processed, int32_t /*reserved*/) {
   }
   const std::streamoff before = Position();
   stepStart_ = before;
+  if (before >= 0) SetReadOrigin(static_cast<uint64_t>(before));
   ReadFrame(stream_);
   // A failed stream reports position -1, which makes the count negative.
   const std::streamoff after = Position();

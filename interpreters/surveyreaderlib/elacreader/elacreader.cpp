@@ -67,6 +67,7 @@ bool ElacReader::EnsureFrameBuffer(uint32_t size) {
 
 bool ElacReader::ReadFrame(std::istream& stream) {
   lastFrameStart_.reset();
+  lastStatus_ = elac::DecodeStatus::kDecoded;
   // Any stream error ends the search, not only the end of the data.
   if (!stream.good()) return false;
   const auto found = elac::SeekFrameStart(stream);
@@ -76,42 +77,49 @@ bool ElacReader::ReadFrame(std::istream& stream) {
   // Most frames lie whole in the stream's buffer and are decoded where they
   // lie. The rest, and everything unusual, take the copying path.
   if (!found->markerConsumed) {
-    if (const auto read = ReadFrameInPlace(*stream.rdbuf())) return *read;
+    const InPlace read = ReadFrameInPlace(*stream.rdbuf());
+    if (read == InPlace::kDecoded) return true;
+    if (read == InPlace::kShortFrame) return false;
     elac::StreamGetArea::Consume(*stream.rdbuf(), 4);
   }
-  return ReadFrameCopying(stream);
+  return CountFrame(ReadFrameCopying(stream), static_cast<uint32_t>(lastFrameSize_));
 }
 
-std::optional<bool> ElacReader::ReadFrameInPlace(std::streambuf& buffer) {
+ElacReader::InPlace ElacReader::ReadFrameInPlace(std::streambuf& buffer) {
   // The buffer holds at least the start marker, which the search found.
   const std::span<const uint8_t> bytes = elac::StreamGetArea::Of(buffer);
   const elac::FrameEnvelope envelope = elac::ParseEnvelope(bytes);
-  if (envelope.status == elac::EnvelopeStatus::kNoSize) return std::nullopt;
+  if (envelope.status == elac::EnvelopeStatus::kNoSize) return InPlace::kNotHere;
   lastFrameStart_->declaredSize = envelope.SizeWithEnd();
   // A frame that is damaged, too large or not wholly in the buffer is left
   // to the copying path, which knows what each failure consumes.
-  if (envelope.status != elac::EnvelopeStatus::kWhole) return std::nullopt;
+  if (envelope.status != elac::EnvelopeStatus::kWhole) return InPlace::kNotHere;
   const auto frameSize = static_cast<uint32_t>(envelope.FrameSize());
   // The frame buffer still grows to the largest frame seen, so that a frame
   // which straddles the end of the stream's buffer later is copied without
   // allocating.
-  if (!EnsureFrameBuffer(frameSize)) return std::nullopt;
+  if (!EnsureFrameBuffer(frameSize)) return InPlace::kNotHere;
 
   const bool decoded = DecodeFrameBytes(bytes.first(frameSize));
   elac::StreamGetArea::Consume(buffer, frameSize);  // stands on the end marker
-  return CountFrame(decoded, frameSize);
+  return CountFrame(decoded ? elac::DecodeStatus::kDecoded : elac::DecodeStatus::kShortFrame,
+                    frameSize)
+             ? InPlace::kDecoded
+             : InPlace::kShortFrame;
 }
 
-bool ElacReader::ReadFrameCopying(std::istream& stream) {
+elac::DecodeStatus ElacReader::ReadFrameCopying(std::istream& stream) {
+  using elac::DecodeStatus;
   // The start marker has been consumed; from here on a failure is a frame
   // start that led to no frame.
+  lastFrameSize_ = 0;
   uint8_t header[elac::kFrameEnvelopeSize];
   const auto marker = elac::FrameStartBytes(order_);
   std::copy(marker.begin(), marker.end(), header);
-  if (!ReadExactly(stream, header + 4, 4)) return CountFrame(false, 0);
+  if (!ReadExactly(stream, header + 4, 4)) return DecodeStatus::kTruncated;
   const elac::FrameEnvelope envelope = elac::ParseEnvelope(header);
   lastFrameStart_->declaredSize = envelope.SizeWithEnd();
-  if (envelope.status == elac::EnvelopeStatus::kTooLarge) return CountFrame(false, 0);
+  if (envelope.status == elac::EnvelopeStatus::kTooLarge) return DecodeStatus::kSizeOverLimit;
   const uint32_t size = envelope.bodySize;
   const auto frameSize = static_cast<uint32_t>(envelope.FrameSize());
 
@@ -123,28 +131,34 @@ bool ElacReader::ReadFrameCopying(std::istream& stream) {
     // the reader allocate.)
     std::copy(header, header + sizeof header, frameBuffer_.get());
     if (!ReadExactly(stream, frameBuffer_.get() + elac::kFrameEnvelopeSize, size) ||
-        !ReadExactly(stream, word, 4) || !elac::IsFrameEnd(word, order_) ||
-        !stream.seekg(-4, std::ios_base::cur))
-      return CountFrame(false, 0);
+        !ReadExactly(stream, word, 4))
+      return DecodeStatus::kTruncated;
+    if (!elac::IsFrameEnd(word, order_)) return DecodeStatus::kBadEndMarker;
+    if (!stream.seekg(-4, std::ios_base::cur)) return DecodeStatus::kTruncated;
   } else {
-    if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4) ||
-        !elac::IsFrameEnd(word, order_))
-      return CountFrame(false, 0);
+    if (!stream.seekg(size, std::ios_base::cur) || !ReadExactly(stream, word, 4))
+      return DecodeStatus::kTruncated;
+    if (!elac::IsFrameEnd(word, order_)) return DecodeStatus::kBadEndMarker;
     // Back to the start marker, then the whole frame.
     const auto back = -static_cast<std::streamoff>(frameSize) - 4;
     if (!stream.seekg(back, std::ios_base::cur) || !EnsureFrameBuffer(frameSize) ||
         !ReadExactly(stream, frameBuffer_.get(), frameSize))
-      return CountFrame(false, 0);
+      return DecodeStatus::kTruncated;
   }
-  return CountFrame(DecodeFrameBytes({frameBuffer_.get(), frameSize}), frameSize);
+  lastFrameSize_ = frameSize;
+  return DecodeFrameBytes({frameBuffer_.get(), frameSize}) ? DecodeStatus::kDecoded
+                                                           : DecodeStatus::kShortFrame;
 }
 
-bool ElacReader::CountFrame(bool decoded, uint32_t frameSize) {
+bool ElacReader::CountFrame(elac::DecodeStatus status, uint32_t frameSize) {
+  lastStatus_ = status;
+  const bool decoded = status == elac::DecodeStatus::kDecoded;
   if (statistics_ != nullptr) {
     if (decoded) {
       statistics_->frameBytes += uint64_t{frameSize} + 4;  // with the end marker
     } else {
-      ++statistics_->framesRejected;
+      const uint64_t skipped = lastFrameStart_ ? lastFrameStart_->skipped : 0;
+      statistics_->Reject(status, readOrigin_ + skipped);
     }
   }
   return decoded;
@@ -197,10 +211,10 @@ bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
       // A group that claims to run past the frame is handled as an empty
       // group (which no decoder accepts) and ends the frame; what earlier
       // groups completed is still delivered.
-      DispatchGroup(frameType, ByteCursor({}, order_), true, decoded);
+      (void)DispatchGroup(frameType, ByteCursor({}, order_), true, decoded);
       return true;
     }
-    DispatchGroup(frameType, *body, lastGroup, decoded);
+    decoded = DispatchGroup(frameType, *body, lastGroup, decoded) || decoded;
     if (!frame.Skip(4)) return true;  // group end marker, not checked
   }
 }
@@ -224,41 +238,42 @@ void ElacReader::StartFrame(const quor::timeval& frameTime) {
   multibeam_.fieldMask |= quor::MultibeamRec::kFrameStarted;
 }
 
-void ElacReader::DispatchGroup(uint32_t frameType, ByteCursor body, bool lastGroup, bool& decoded) {
+bool ElacReader::DispatchGroup(uint32_t frameType, ByteCursor body, bool lastGroup,
+                               bool decodedBefore) {
   switch (frameType) {
     case elac::kNavigationFrame:
-      DispatchNavigationGroup(body, decoded);
-      break;
+      return DispatchNavigationGroup(body);
     case elac::kParameterFrame:
-      DispatchParameterGroup(body, lastGroup, decoded);
-      break;
+      return DispatchParameterGroup(body, lastGroup);
     case elac::kSidescanFrame:
-      DispatchSidescanGroup(body, lastGroup, decoded);
-      break;
+      return DispatchSidescanGroup(body, lastGroup);
     case elac::kBathymetryFrame:
-      DispatchBathymetryGroup(body, lastGroup, decoded);
-      break;
+      return DispatchBathymetryGroup(body, lastGroup, decodedBefore);
     default:
-      break;  // groups of other frame types are not decoded
+      return false;  // groups of other frame types are not decoded
   }
 }
 
-void ElacReader::DispatchNavigationGroup(ByteCursor body, bool& decoded) {
+bool ElacReader::DispatchNavigationGroup(ByteCursor body) {
   if (elac::DecodePosition(body, navigation_)) {
-    decoded = true;
     target().HandlePosition(navigation_);
     TraceRelTime("NAVT", navigation_.relTime);
-  } else if (elac::DecodeNavigationHeading(body, gyro_)) {
-    decoded = true;
+    return true;
+  }
+  if (elac::DecodeNavigationHeading(body, gyro_)) {
     target().HandleGyro(gyro_);
     TraceRelTime("GYRT", gyro_.relTime);
-  } else if (elac::DecodeAttitude(body, motion_)) {
-    decoded = true;
-    target().HandleMotion(motion_);
+    return true;
   }
+  if (elac::DecodeAttitude(body, motion_)) {
+    target().HandleMotion(motion_);
+    return true;
+  }
+  return false;
 }
 
-void ElacReader::DispatchParameterGroup(ByteCursor body, bool lastGroup, bool& decoded) {
+bool ElacReader::DispatchParameterGroup(ByteCursor body, bool lastGroup) {
+  bool decoded = false;
   if (elac::DecodeInstallationGroup(body, immediateParams_)) {
     decoded = true;
     for (const auto& record : immediateParams_) target().HandleParameter(record);
@@ -268,22 +283,25 @@ void ElacReader::DispatchParameterGroup(ByteCursor body, bool lastGroup, bool& d
   if (lastGroup) {
     for (const auto& record : frameParams_) target().HandleParameter(record);
   }
+  return decoded;
 }
 
-void ElacReader::DispatchSidescanGroup(ByteCursor body, bool lastGroup, bool& decoded) {
-  if (!elac::DecodeSidescanGroup(body, sidescan_)) return;
-  decoded = true;
+bool ElacReader::DispatchSidescanGroup(ByteCursor body, bool lastGroup) {
+  if (!elac::DecodeSidescanGroup(body, sidescan_)) return false;
   TraceRelTime("Sidescan reltime", sidescan_.relTime);
   if (lastGroup && sidescan_.valid == 1) {
     target().HandleSidescan(sidescan_);
     sidescan_.valid = 0;
     sidescan_.fieldMask = 0;
   }
+  return true;
 }
 
-void ElacReader::DispatchBathymetryGroup(ByteCursor body, bool lastGroup, bool& decoded) {
-  if (elac::DecodeBeamGroup(body, multibeam_)) {
-    decoded = true;
+bool ElacReader::DispatchBathymetryGroup(ByteCursor body, bool lastGroup, bool decodedBefore) {
+  // The heading inside a ping is not a decoded group: a ping whose groups
+  // are headings only is not delivered.
+  const bool decoded = elac::DecodeBeamGroup(body, multibeam_);
+  if (decoded) {
     TraceRelTime("MBET", multibeam_.relTime);
   } else if (elac::DecodeBathymetryHeading(body, gyro_)) {
     // The heading inside a ping is told apart from the navigation heading
@@ -293,8 +311,9 @@ void ElacReader::DispatchBathymetryGroup(ByteCursor body, bool lastGroup, bool& 
     gyro_.sensorIndex = 0;
     TraceRelTime("GYRT", gyro_.relTime);
   }
-  if (lastGroup && decoded && multibeam_.valid == 1) {
+  if (lastGroup && (decoded || decodedBefore) && multibeam_.valid == 1) {
     elac::ApplyHeadSelection(multibeam_, mode_);
     target().HandleMultibeam(multibeam_);
   }
+  return decoded;
 }

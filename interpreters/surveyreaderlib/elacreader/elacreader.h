@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "interpreters/surveyreaderlib/elacreader/bytecursor.h"
+#include "interpreters/surveyreaderlib/elacreader/decodestatus.h"
 #include "interpreters/surveyreaderlib/elacreader/readstatistics.h"
 #include "interpreters/surveyreaderlib/elacreader/tracesink.h"
 #include "interpreters/surveyreaderlib/isurveyreader.h"
@@ -33,9 +34,9 @@ class ElacReader : public quor::ISurveyReader {
 
   // Decodes the frame at `bytes`, looking at no more than `length` bytes of
   // it even when its size field claims more.
-  bool DecodeBuffer(const uint8_t* bytes, uint32_t length) override;
+  [[nodiscard]] bool DecodeBuffer(const uint8_t* bytes, uint32_t length) override;
   // Decodes one complete frame; the caller vouches for 8 + S bytes.
-  bool DecodeFrame(const uint8_t* frame) override;
+  [[nodiscard]] bool DecodeFrame(const uint8_t* frame) override;
   // Searches the stream in 4-byte steps for the next frame start, checks
   // the end marker, reads the frame and decodes it. On success the stream
   // stands on the frame's end marker. Returns false at the end of the data,
@@ -49,7 +50,7 @@ class ElacReader : public quor::ISurveyReader {
   // Decodes the frame at the start of `bytes` (start marker, size, body)
   // without reading outside `bytes`. False when it is no frame: no start
   // marker, or too short for the frame header.
-  bool DecodeFrameBytes(std::span<const uint8_t> bytes);
+  [[nodiscard]] bool DecodeFrameBytes(std::span<const uint8_t> bytes);
 
   // Where the last ReadFrame found a frame start: `skipped` bytes after
   // where the stream stood, declaring `declaredSize` bytes from the start
@@ -60,6 +61,9 @@ class ElacReader : public quor::ISurveyReader {
     uint64_t declaredSize = 0;
   };
   const std::optional<FrameStart>& lastFrameStart() const { return lastFrameStart_; }
+  // Why the last ReadFrame that found a frame start decoded no frame
+  // (kDecoded when it did, or found none).
+  elac::DecodeStatus lastStatus() const { return lastStatus_; }
 
   int32_t mode() const { return mode_; }
   void SetMode(int32_t mode) { mode_ = mode; }
@@ -75,24 +79,30 @@ class ElacReader : public quor::ISurveyReader {
 
  protected:
   quor::ISurveyTarget& target() { return target_ != nullptr ? *target_ : nullTarget_; }
+  // Where in the data the stream stands at the next ReadFrame, so that
+  // rejections are counted with their offsets (0 unless a source says).
+  void SetReadOrigin(uint64_t origin) { readOrigin_ = origin; }
 
  private:
   void StartFrame(const quor::timeval& frameTime);
-  void DispatchGroup(uint32_t frameType, elac::ByteCursor body, bool lastGroup, bool& decoded);
-  void DispatchNavigationGroup(elac::ByteCursor body, bool& decoded);
-  void DispatchParameterGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
-  void DispatchSidescanGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
-  void DispatchBathymetryGroup(elac::ByteCursor body, bool lastGroup, bool& decoded);
-  bool EnsureFrameBuffer(uint32_t size);
+  // Each returns whether a decoder took the group; `decodedBefore` says
+  // whether an earlier group of the frame was taken.
+  bool DispatchGroup(uint32_t frameType, elac::ByteCursor body, bool lastGroup, bool decodedBefore);
+  bool DispatchNavigationGroup(elac::ByteCursor body);
+  bool DispatchParameterGroup(elac::ByteCursor body, bool lastGroup);
+  bool DispatchSidescanGroup(elac::ByteCursor body, bool lastGroup);
+  bool DispatchBathymetryGroup(elac::ByteCursor body, bool lastGroup, bool decodedBefore);
+  [[nodiscard]] bool EnsureFrameBuffer(uint32_t size);
   // The frame whose start marker the buffer holds at its read position,
-  // decoded where it lies. Nothing, with nothing consumed, when the frame is
-  // not wholly there or not sound.
-  std::optional<bool> ReadFrameInPlace(std::streambuf& buffer);
+  // decoded where it lies; kNotHere, with nothing consumed, when the frame
+  // is not wholly there or not sound.
+  enum class InPlace : uint8_t { kDecoded, kShortFrame, kNotHere };
+  [[nodiscard]] InPlace ReadFrameInPlace(std::streambuf& buffer);
   // The frame whose start marker was just consumed, through the stream's
   // read and seek operations.
-  bool ReadFrameCopying(std::istream& stream);
-  // Counts a frame read (`decoded`) or rejected; returns `decoded`.
-  bool CountFrame(bool decoded, uint32_t frameSize);
+  [[nodiscard]] elac::DecodeStatus ReadFrameCopying(std::istream& stream);
+  // Counts a frame read or rejected; returns whether it was decoded.
+  bool CountFrame(elac::DecodeStatus status, uint32_t frameSize);
   // One detail line "<what> <relTime>", when the sink wants it.
   void TraceRelTime(const char* what, int32_t relTime);
 
@@ -112,4 +122,7 @@ class ElacReader : public quor::ISurveyReader {
   elac::ReadStatistics* statistics_ = nullptr;
   elac::ITraceSink* traceSink_ = nullptr;
   std::optional<FrameStart> lastFrameStart_;
+  elac::DecodeStatus lastStatus_ = elac::DecodeStatus::kDecoded;
+  uint64_t readOrigin_ = 0;
+  size_t lastFrameSize_ = 0;  // of the frame ReadFrameCopying read
 };

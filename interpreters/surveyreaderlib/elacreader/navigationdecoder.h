@@ -19,15 +19,15 @@ enum NavigationGroupType : uint32_t {
 
 // Group type 2: datum name and three coordinates. A WGS84 datum name sets
 // fieldMask 0x1|0x2 even when the group is then too short for coordinates.
-bool DecodePosition(ByteCursor body, quor::NavigationRec& navigation);
+[[nodiscard]] bool DecodePosition(ByteCursor body, quor::NavigationRec& navigation);
 
 // Group type 11: heading in radians at offset 4.
-bool DecodeNavigationHeading(ByteCursor body, quor::GyroRec& gyro);
+[[nodiscard]] bool DecodeNavigationHeading(ByteCursor body, quor::GyroRec& gyro);
 
 // Group type 7: heave, roll and pitch (radians) at offsets 4, 12 and 20.
-bool DecodeAttitude(ByteCursor body, quor::MotionRec& motion);
+[[nodiscard]] bool DecodeAttitude(ByteCursor body, quor::MotionRec& motion);
 
 // Group type 19 of a bathymetry frame: heading in radians at offset 8.
-bool DecodeBathymetryHeading(ByteCursor body, quor::GyroRec& gyro);
+[[nodiscard]] bool DecodeBathymetryHeading(ByteCursor body, quor::GyroRec& gyro);
 
 }  // namespace elac

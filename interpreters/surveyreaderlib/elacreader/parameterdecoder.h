@@ -37,7 +37,8 @@ inline constexpr size_t kMaxDeviceRecords = 1024;
 // rewrites the first element (created when there is none); an installation
 // group replaces the whole sequence. False, with nothing changed, for any
 // other group.
-bool DecodeInstallationGroup(ByteCursor body, std::vector<quor::ParameterRec>& immediateParams);
+[[nodiscard]] bool DecodeInstallationGroup(ByteCursor body,
+                                           std::vector<quor::ParameterRec>& immediateParams);
 
 // Fills `frameParams`; the caller hands every element to the target after
 // the frame's last group. Counts are checked against the group before
@@ -47,6 +48,6 @@ bool DecodeInstallationGroup(ByteCursor body, std::vector<quor::ParameterRec>& i
 // A mounting entry that repeats an identifier appends a copy of the element
 // it finds; at kMaxDeviceRecords elements such an entry is ignored instead,
 // and elements beyond that count take no part in the match.
-bool DecodeDeviceGroup(ByteCursor body, std::vector<quor::ParameterRec>& frameParams);
+[[nodiscard]] bool DecodeDeviceGroup(ByteCursor body, std::vector<quor::ParameterRec>& frameParams);
 
 }  // namespace elac

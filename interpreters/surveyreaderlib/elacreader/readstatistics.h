@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdint>
 
+#include "interpreters/surveyreaderlib/elacreader/decodestatus.h"
+
 namespace elac {
 
 struct ReadStatistics {
@@ -19,9 +21,26 @@ struct ReadStatistics {
   // end marker, a size too large to be real, data ending inside the frame, a
   // frame too short for its own header.
   uint64_t framesRejected = 0;
+  // The same by reason (slot kDecoded stays 0), with the offset of each
+  // reason's first frame and the first few rejections in file order.
+  std::array<uint64_t, kDecodeStatusCount> rejectedByReason{};
+  std::array<uint64_t, kDecodeStatusCount> firstRejectedAt{};
+  static constexpr size_t kRejectionsKept = 10;
+  std::array<DecodeResult, kRejectionsKept> firstRejections{};
   // Bytes of the frames ReadFrame read and decoded, end markers included.
   // Everything else a reader consumed was junk or rejected frames.
   uint64_t frameBytes = 0;
+
+  void Reject(DecodeStatus reason, uint64_t offset) {
+    const auto slot = static_cast<size_t>(reason);
+    if (rejectedByReason[slot]++ == 0) firstRejectedAt[slot] = offset;
+    if (framesRejected < kRejectionsKept) firstRejections[framesRejected] = {reason, offset};
+    ++framesRejected;
+  }
+  // How many of firstRejections are filled.
+  size_t RejectionsKept() const {
+    return framesRejected < kRejectionsKept ? static_cast<size_t>(framesRejected) : kRejectionsKept;
+  }
 
   uint64_t FramesDecoded() const {
     uint64_t total = 0;

@@ -37,6 +37,6 @@ inline constexpr uint32_t kMaxSidescanSamples = 1u << 20;
 // N + 2b, one more than the even formula 2 * (N / 2 + b) gives, the extra
 // sample sitting with the group's first half (the end of the array), and
 // the slant range still counts N / 2 + b samples.
-bool DecodeSidescanGroup(ByteCursor body, quor::SidescanRec& sidescan);
+[[nodiscard]] bool DecodeSidescanGroup(ByteCursor body, quor::SidescanRec& sidescan);
 
 }  // namespace elac

@@ -187,7 +187,7 @@ TEST(ElacReader, OddSizesNeverReadPastTheFrame) {
     for (const uint8_t sizeLow : std::vector<uint8_t>{0x00, 0x01, 0x02, 0x03, 0x7F, 0xFF}) {
       if (bytes.size() >= 8) bytes[7] = sizeLow;
       target.calls.clear();
-      reader.DecodeFrameBytes(bytes);
+      (void)reader.DecodeFrameBytes(bytes);
       const auto* position = target.Nth<quor::NavigationRec>();
       if (position == nullptr) continue;
       EXPECT_GE(cut, groupEnd) << "size byte " << int{sizeLow};
@@ -196,7 +196,7 @@ TEST(ElacReader, OddSizesNeverReadPastTheFrame) {
     }
   }
   target.calls.clear();
-  reader.DecodeFrameBytes(frame);
+  (void)reader.DecodeFrameBytes(frame);
   EXPECT_EQ(target.Count<quor::NavigationRec>(), 1u) << "the whole frame gives its position";
 }
 
