@@ -26,10 +26,10 @@ const std::map<std::string, std::string> kUsage = {
      "               [--byte-order big|little|mixed] OUT.xse\n"},
     {"dump",
      "usage: xse dump [--format jsonl|csv] [--kind KINDS] [--limit N]\n"
-     "                [--head all|first|second] [--with-file] FILE...\n"},
+     "                [--head all|first|second] [--with-file] [--degrees] FILE...\n"},
     {"info", "usage: xse info [--json] FILE...\n"},
     {"run", "usage: xse run [--events] [--no-ext-check] FILE...\n"},
-    {"check", "usage: xse check [--ext] FILE...\n"},
+    {"check", "usage: xse check [--ext] [--why] FILE...\n"},
     {"plot",
      "usage: xse plot --kind track|swath|waterfall [--head all|first|second]\n"
      "                [--width N] [--height N] FILE -o OUT.png\n"},
