@@ -34,7 +34,8 @@ struct ReadStatistics {
   void Reject(DecodeStatus reason, uint64_t offset) {
     const auto slot = static_cast<size_t>(reason);
     if (rejectedByReason[slot]++ == 0) firstRejectedAt[slot] = offset;
-    if (framesRejected < kRejectionsKept) firstRejections[framesRejected] = {reason, offset};
+    if (framesRejected < kRejectionsKept)
+      firstRejections[static_cast<size_t>(framesRejected)] = {reason, offset};
     ++framesRejected;
   }
   // How many of firstRejections are filled.
