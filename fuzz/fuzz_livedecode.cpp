@@ -1,6 +1,8 @@
 // The live decoding pass against the file's: the input is a stream of
 // frames cut into reads at sizes the fuzzer picks, and the records must be
-// those of the whole stream read at once, in the same order. The last byte
+// those of the whole stream read at once, in the same order. Decoding the
+// rest at the end gives the file's statistics too: the same frames
+// rejected, for the same reasons, at the same offsets. The last byte
 // says how many read sizes (0 to 7) stand before it, two bytes each.
 #include <algorithm>
 #include <cstddef>
@@ -12,6 +14,7 @@
 #include "interpreters/surveyreaderlib/elacreader/elacreader.h"
 #include "interpreters/surveyreaderlib/elacreader/livedecoder.h"
 #include "interpreters/surveyreaderlib/elacreader/memorystream.h"
+#include "interpreters/surveyreaderlib/elacreader/readstatistics.h"
 #include "tests/support/recordfingerprint.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -27,13 +30,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   xsetest::FingerprintTarget whole;
   ElacReader fileReader(&whole, ElacReader::kAllBeams);
+  elac::ReadStatistics fileStatistics;
+  fileReader.SetStatistics(&fileStatistics);
   elac::MemoryStream bytes(stream);
   // Every call consumes at least four bytes or ends the stream.
-  for (size_t calls = 0; calls <= stream.size() / 4 + 1 && bytes.good(); ++calls)
+  for (size_t calls = 0; calls <= stream.size() / 4 + 1 && bytes.good(); ++calls) {
+    fileReader.SetReadOrigin(static_cast<uint64_t>(bytes.tellg()));
     fileReader.ReadFrame(bytes);
+  }
 
   xsetest::FingerprintTarget live;
   ElacReader reader(&live, ElacReader::kAllBeams);
+  elac::ReadStatistics liveStatistics;
+  reader.SetStatistics(&liveStatistics);
   elac::LiveDecoder decoder;
   size_t consumed = 0;
   for (size_t at = 0, cut = 0; at < stream.size(); ++cut) {
@@ -47,5 +56,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   if (live.prints != whole.prints) std::abort();
   if (consumed + decoder.held() != stream.size()) std::abort();
+  if (consumed + decoder.DecodeRest(reader) != stream.size()) std::abort();
+  if (live.prints != whole.prints) std::abort();  // the rest never holds a whole frame
+  const auto same = [](const elac::ReadStatistics& a, const elac::ReadStatistics& b) {
+    return a.framesByType == b.framesByType && a.framesRejected == b.framesRejected &&
+           a.rejectedByReason == b.rejectedByReason && a.firstRejectedAt == b.firstRejectedAt &&
+           a.frameBytes == b.frameBytes && a.bigEndianFrames == b.bigEndianFrames &&
+           a.littleEndianFrames == b.littleEndianFrames;
+  };
+  if (!same(liveStatistics, fileStatistics)) std::abort();
   return 0;
 }

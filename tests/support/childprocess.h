@@ -1,5 +1,5 @@
 // Runs a program as a child process, as a user or a script would: standard
-// input empty, standard output and error captured, the exit status kept. The
+// input empty or from a file, standard output and error captured, the exit status kept. The
 // child's process-wide state (loaded modules, trace files, signal handling)
 // stays apart from the test's. One implementation per system, in posix/ and
 // windows/ beside this file.
@@ -41,6 +41,8 @@ struct ChildOptions {
   // ReadOutput; the child waits while the pipe is full. Otherwise into a
   // file, so the child never waits for the test.
   bool outputToPipe = false;
+  // Standard input read from this file (UTF-8); empty: an empty input.
+  std::string inputFrom{};
 };
 
 class ChildProcess {

@@ -47,6 +47,14 @@ inline ToolResult RunXse(const std::vector<std::string>& args) {
   return RunChild(XSE_XSE_TOOL, args);
 }
 
+// Runs the xse tool with `args`, its standard input read from `inputFile`.
+inline ToolResult RunXseReading(const std::string& inputFile,
+                                const std::vector<std::string>& args) {
+  ChildOptions options;
+  options.inputFrom = inputFile;
+  return RunChild(XSE_XSE_TOOL, args, options);
+}
+
 // Runs `program` with `args` in `workDir`, with `environment` applied to
 // the test's own; stdin is empty.
 inline ToolResult RunToolWith(const std::string& program, const std::vector<std::string>& args,

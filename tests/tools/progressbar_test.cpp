@@ -17,7 +17,7 @@ TEST(ProgressLine, ShowsBarPercentAndMebibytes) {
             "a.xse [#####.....]  50%  512.0 of 1024.0 MiB");
   EXPECT_EQ(RenderProgressLine("a", 0, 1 << 20, 4), "a [....]   0%  0.0 of 1.0 MiB");
   EXPECT_EQ(RenderProgressLine("a", 3 << 20, 1 << 20, 4), "a [####] 100%  3.0 of 1.0 MiB");
-  EXPECT_EQ(RenderProgressLine("a", 0, 0, 4), "a [####] 100%  0.0 of 0.0 MiB");
+  EXPECT_EQ(RenderProgressLine("-", 3 << 20, 0, 4), "- 3.0 MiB read") << "a stream, size unknown";
 }
 
 TEST(ProgressBar, DrawsOnlyWhenEnabledAfterTheDelayAndAtMostTenTimesASecond) {

@@ -137,7 +137,25 @@ TEST(XseTool, InputsThatAreNotSurveysAreErrorsAndTheOthersAreStillRead) {
     const ToolResult plot =
         RunXse({"plot", "--kind", "track", input.path, "-o", dir.File("o.png")});
     EXPECT_EQ(plot, (ToolResult{1, "", err}));
-  }  // gen - writes the survey to stdout, byte for byte the file's.
+    // "-" reads standard input as a stream, with the same answers.
+    if (!opened && input.err != ": file is empty\n") continue;
+    for (const char* command : {"info", "dump", "soundings"}) {
+      const ToolResult result = RunXseReading(input.path, {command, "-", good});
+      EXPECT_EQ(result.status, 1) << command << " - < " << input.path;
+      EXPECT_THAT(result.err,
+                  StartsWith(opened ? "xse: -" + input.err : "xse: cannot open -" + input.err));
+    }
+  }
+  EXPECT_EQ(RunXseReading(good, {"dump", "-"}), RunXse({"dump", good}));
+  EXPECT_EQ(RunXseReading(good, {"plot", "--kind", "track", "-", "-o", dir.File("o.png")}),
+            (ToolResult{1, "",
+                        "xse: -: plot reads its input twice and cannot take a stream: save it "
+                        "to a file first\n"}));
+  const std::string unwritable = dir.File("no/such/o.png");
+  EXPECT_EQ(
+      RunXse({"plot", "--kind", "track", good, "-o", unwritable}),
+      (ToolResult{1, "", "xse: cannot write " + unwritable + ": No such file or directory\n"}));
+  // gen - writes the survey to stdout, byte for byte the file's.
   const ToolResult piped = RunXse({"gen", "--duration", "1", "-"});
   EXPECT_EQ(piped.status, 0);
   EXPECT_EQ(piped.out, ReadWholeFile(good));

@@ -3,12 +3,13 @@
 #include <zlib.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <limits>
 
-#include "platform/paths.h"
+#include "platform/errortext.h"
+#include "platform/stdiofile.h"
 
 namespace xseplot {
 namespace {
@@ -139,14 +140,17 @@ std::vector<uint8_t> EncodePng(const Raster& raster, std::string& error) {
 bool WritePngFile(const std::string& path, const Raster& raster, std::string& error) {
   const std::vector<uint8_t> bytes = EncodePng(raster, error);
   if (bytes.empty()) return false;
-  std::ofstream out(platform::PathFromUtf8(path), std::ios::binary | std::ios::trunc);
-  if (out) {
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
-    out.close();
+  std::FILE* out = platform::OpenStdioFile(path, "wb");
+  if (out == nullptr) {
+    error = platform::ErrorText(errno);
+    return false;
   }
-  if (!out) {
-    error = "write failed";
+  const bool written = std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
+  int failure = written ? 0 : errno;
+  if (std::fclose(out) != 0 && failure == 0) failure = errno;
+  if (!written || failure != 0) {
+    // A full disk may leave errno unset on some systems: say so rather than nothing.
+    error = failure != 0 ? platform::ErrorText(failure) : "write failed";
     std::remove(path.c_str());
     return false;
   }

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "interpreters/surveyreaderlib/recordfilter.h"
 #include "interpreters/xsereader/host/xsereadermodule.h"
 #include "tools/xse/argparse.h"
@@ -15,6 +14,7 @@
 #include "tools/xse/commands.h"
 #include "tools/xse/csvwriter.h"
 #include "tools/xse/headoption.h"
+#include "tools/xse/inputsource.h"
 #include "tools/xse/livehost.h"
 #include "tools/xse/nodata.h"
 #include "tools/xse/pluginreader.h"
@@ -34,6 +34,8 @@ constexpr const char* kDumpHelp =
     "order, on stdout: one JSON object per line, or with --format csv one\n"
     "table for one record kind (a header row, then a row per record; multibeam\n"
     "and sidescan give a row per beam or sample, keyed by ping and index).\n"
+    "A FILE of - is standard input, read as a stream, as are a FIFO and a\n"
+    "device: the same records as from a file of the same bytes.\n"
     "\n"
     "  --format FORMAT  jsonl (default) or csv (needs --kind of one kind)\n"
     "  --kind KINDS     only records of these kinds, comma-separated: startTime,\n"
@@ -103,11 +105,9 @@ bool DumpFiles(const std::vector<std::string>& files, int32_t mode, quor::Record
   for (const auto& file : files) {
     if (filter.done()) break;
     nameFile(file);
-    ElacFile source(&filter);
-    source.SetMode(mode);
     elac::ReadStatistics frames;
-    source.SetStatistics(&frames);
-    if (!source.Open(file.c_str())) {
+    InputSource source(&filter, mode, &frames);
+    if (!source.Open(file)) {
       const std::string reason = source.OpenFailure();
       flush();
       std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), reason.c_str());
@@ -115,11 +115,11 @@ bool DumpFiles(const std::vector<std::string>& files, int32_t mode, quor::Record
       continue;
     }
     int32_t processed = 0;
-    while (!filter.done() && source.receiveData(processed, 0)) {
+    while (!filter.done() && source.Next(processed)) {
     }
-    if (NoXseDataFound(frames)) {
+    if (const std::string problem = InputProblem(source, frames); !problem.empty()) {
       flush();
-      ReportNoXseData(file);
+      ReportInputProblem(file, problem);
       allRead = false;
     }
   }

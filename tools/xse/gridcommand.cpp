@@ -20,6 +20,7 @@
 #include "tools/xse/gridoutput.h"
 #include "tools/xse/gridpreview.h"
 #include "tools/xse/headoption.h"
+#include "tools/xse/inputsource.h"
 #include "tools/xse/nodata.h"
 #include "tools/xse/progressbar.h"
 
@@ -69,6 +70,7 @@ class FirstFix final : public quor::ISurveyTarget {
 // Reads one file into `grid`; empty, or the message for the user.
 std::string GridFile(const std::string& path, const GridJob& job, soundings::PartialGrid& grid,
                      std::atomic<uint64_t>& bytesDone) {
+  if (std::string refused = StreamRefusal("grid", path); !refused.empty()) return refused;
   soundings::GridBinner binner(job.cell, job.zone, grid);
   soundings::SoundingTarget target(binner);
   elac::ReadStatistics statistics;
@@ -87,6 +89,7 @@ std::string GridFile(const std::string& path, const GridJob& job, soundings::Par
 
 // The zone of a file's first WGS84 fix; empty, or the message for the user.
 std::string ZoneOfFirstFix(const std::string& path, int32_t mode, soundings::UtmZone& zone) {
+  if (std::string refused = StreamRefusal("grid", path); !refused.empty()) return refused;
   FirstFix first;
   elac::ReadStatistics statistics;
   ElacFile source(&first);

@@ -1,15 +1,15 @@
 // xse info: a summary of each file (frames, records, pings, time span,
 // positions, parameters, decode rate) as text or JSON.
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <string>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "platform/terminal.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
-#include "tools/xse/nodata.h"
+#include "tools/xse/inputsource.h"
 #include "tools/xse/progressbar.h"
 #include "tools/xse/surveyreport.h"
 
@@ -23,34 +23,34 @@ constexpr const char* kInfoHelp =
     "frames rejected and bytes skipped, records by kind, pings and beams per\n"
     "ping, time span (UTC), position bounds (as recorded), parameter records by\n"
     "name, and the decode rate. While a large file decodes, a progress bar is\n"
-    "shown on stderr when that is a terminal.\n"
+    "shown on stderr when that is a terminal. A FILE of - is standard input,\n"
+    "read as a stream, as are a FIFO and a device.\n"
     "\n"
     "  --json   one JSON object per file, one per line\n"
     "  --help   show this help\n";
 
-// Decodes `path` into `summary`; false (with the reason) when it cannot be
-// opened.
-bool Summarise(const std::string& path, FileSummary& summary, std::string& error) {
-  ElacFile source(&summary.records);
-  source.SetStatistics(&summary.frames);
-  if (!source.Open(path.c_str())) {
-    error = source.OpenFailure();
-    return false;
-  }
+// Decodes `path` into `summary`. What went wrong, as users are told after
+// "xse: ", or empty when the summary can be shown.
+std::string Summarise(const std::string& path, FileSummary& summary) {
+  InputSource source(&summary.records, ElacReader::kAllBeams, &summary.frames);
+  if (!source.Open(path)) return "cannot open " + path + ": " + source.OpenFailure();
   summary.path = path;
-  summary.size = source.size64();
+  summary.size = source.size();
   ProgressBar progress(stderr, platform::IsTerminal(platform::StandardStream::kError), path,
                        summary.size);
   const auto start = std::chrono::steady_clock::now();
   uint64_t done = 0;
   int32_t processed = 0;
-  while (source.receiveData(processed, 0)) {
+  while (source.Next(processed)) {
     done += static_cast<uint64_t>(processed);
     progress.Update(done);
   }
+  // A stream's size is what it brought.
+  if (summary.size == 0) summary.size = done + static_cast<uint64_t>(std::max(processed, 0));
   summary.decodeSeconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  return true;
+  const std::string problem = InputProblem(source, summary.frames);
+  return problem.empty() ? problem : path + ": " + problem;
 }
 
 }  // namespace
@@ -67,16 +67,9 @@ int RunInfoCommand(std::span<const std::string_view> args) {
   bool first = true;
   for (const auto& file : files) {
     FileSummary summary;
-    std::string error;
-    if (!Summarise(file, summary, error)) {
+    if (const std::string error = Summarise(file, summary); !error.empty()) {
       std::fflush(stdout);
-      std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), error.c_str());
-      status = kExitFailure;
-      continue;
-    }
-    if (NoXseDataFound(summary.frames)) {
-      std::fflush(stdout);
-      ReportNoXseData(file);
+      std::fprintf(stderr, "xse: %s\n", error.c_str());
       status = kExitFailure;
       continue;
     }

@@ -15,8 +15,13 @@ inline bool NoXseDataFound(const elac::ReadStatistics& frames) {
   return frames.FramesDecoded() == 0 && frames.framesRejected == 0;
 }
 
+// Reports what went wrong with `path` after it was opened.
+inline void ReportInputProblem(const std::string& path, const std::string& problem) {
+  std::fprintf(stderr, "xse: %s: %s\n", path.c_str(), problem.c_str());
+}
+
 inline void ReportNoXseData(const std::string& path) {
-  std::fprintf(stderr, "xse: %s: no XSE data found\n", path.c_str());
+  ReportInputProblem(path, "no XSE data found");
 }
 
 }  // namespace xsetool

@@ -1,11 +1,11 @@
 // xse plot: a picture of a survey (track, swath depths or sidescan) as PNG.
 // The file is decoded twice, streaming: first to learn the extent of what
-// is drawn, then to draw each record into an image-sized accumulator.
+// is drawn, then to draw each record into an image-sized accumulator. So a
+// stream (standard input, a FIFO) is refused: it could be read only once.
 #include <cstdio>
 #include <optional>
 #include <string>
 
-#include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "platform/terminal.h"
 #include "tools/plot/pngfile.h"
 #include "tools/plot/surveyextent.h"
@@ -14,7 +14,7 @@
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/headoption.h"
-#include "tools/xse/nodata.h"
+#include "tools/xse/inputsource.h"
 #include "tools/xse/progressbar.h"
 
 namespace xsetool {
@@ -28,11 +28,12 @@ constexpr const char* kPlotHelp =
     "Draws a survey into a PNG:\n"
     "  track      the vessel's positions seen from above, north up, in metres\n"
     "             from the first fix, each bathymetry ping marked, with a scale\n"
-    "  swath      depth along the track: a column per ping, a row per beam\n"
-    "             (port at the top), coloured shallow red to deep blue\n"
+    "  swath      depth along the track: a column per ping, rows by across-track\n"
+    "             distance in metres (port at the top), deeper darker\n"
     "  waterfall  sidescan: a row per ping (first at the top), port to\n"
     "             starboard, grey by amplitude as recorded (gains applied)\n"
-    "A large survey is averaged down to the picture's size as it streams.\n"
+    "A large survey is averaged down to the picture's size as it streams. The\n"
+    "FILE is read twice (the extent, then the picture): a stream is refused.\n"
     "\n"
     "  --kind KIND     track, swath or waterfall\n"
     "  --head MODE     bathymetry head selection: all (default), first, second\n"
@@ -48,24 +49,23 @@ enum class PlotKind { kTrack, kSwath, kWaterfall };
 // opened, is empty or holds no XSE data.
 bool Decode(const std::string& path, int32_t mode, quor::ISurveyTarget& target, const char* pass,
             std::string& error) {
-  ElacFile source(&target);
-  source.SetMode(mode);
   elac::ReadStatistics frames;
-  source.SetStatistics(&frames);
-  if (!source.Open(path.c_str())) {
+  InputSource source(&target, mode, &frames);
+  if (!source.Open(path)) {
     error = "cannot open " + path + ": " + source.OpenFailure();
     return false;
   }
   ProgressBar progress(stderr, platform::IsTerminal(platform::StandardStream::kError),
-                       std::string(pass) + " " + path, source.size64());
+                       std::string(pass) + " " + path, source.size());
   uint64_t done = 0;
   int32_t processed = 0;
-  while (source.receiveData(processed, 0)) {
+  while (source.Next(processed)) {
     if (processed > 0) done += static_cast<uint64_t>(processed);
     progress.Update(done);
   }
-  if (!NoXseDataFound(frames)) return true;
-  error = path + ": no XSE data found";
+  const std::string problem = InputProblem(source, frames);
+  if (problem.empty()) return true;
+  error = path + ": " + problem;
   return false;
 }
 
@@ -115,6 +115,11 @@ int RunPlotCommand(std::span<const std::string_view> args) {
     return line.UsageError(line.operands().empty() ? "no input file" : "one input file only");
   if (!output) return line.UsageError("-o OUT.png is needed");
   const std::string* input = &line.operands().front();
+  // The extent is measured before anything is drawn.
+  if (const std::string refused = StreamRefusal("plot", *input); !refused.empty()) {
+    std::fprintf(stderr, "xse: %s\n", refused.c_str());
+    return kExitFailure;
+  }
 
   std::string error;
   xseplot::SurveyExtent extent;

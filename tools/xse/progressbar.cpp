@@ -6,8 +6,13 @@ namespace xsetool {
 
 std::string RenderProgressLine(std::string_view label, uint64_t done, uint64_t total,
                                size_t width) {
-  const double fraction =
-      total == 0 ? 1.0 : std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
+  if (total == 0) {
+    // A stream: its size is not known, only what came so far.
+    char numbers[48];
+    std::snprintf(numbers, sizeof numbers, " %.1f MiB read", static_cast<double>(done) / (1 << 20));
+    return std::string(label) + numbers;
+  }
+  const double fraction = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
   const auto filled = static_cast<size_t>(fraction * static_cast<double>(width));
   std::string line(label);
   line += " [";

@@ -12,7 +12,8 @@
 namespace xsetool {
 
 // "label [##########..........]  50%  512.0 of 1024.0 MiB": `width` cells of
-// bar; `done` beyond `total` shows as full.
+// bar; `done` beyond `total` shows as full. A `total` of 0 (a stream, size
+// unknown) gives "label 12.0 MiB read".
 std::string RenderProgressLine(std::string_view label, uint64_t done, uint64_t total, size_t width);
 
 class ProgressBar {

@@ -7,11 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "interpreters/surveyreaderlib/elacreader/elacfile.h"
 #include "tools/xse/commandline.h"
 #include "tools/xse/commands.h"
 #include "tools/xse/headoption.h"
-#include "tools/xse/nodata.h"
+#include "tools/xse/inputsource.h"
 #include "tools/xse/utctime.h"
 #include "xsereader/soundings.h"
 
@@ -28,7 +27,8 @@ constexpr const char* kSoundingsHelp =
     "Writes one row per sounding on stdout; on stderr, per file, how many\n"
     "soundings were written and what was left out (pings outside the\n"
     "navigation, beams of quality 0 or without depth or distances, positions\n"
-    "not in WGS84).\n"
+    "not in WGS84). A FILE of - is standard input, read as a stream, as are\n"
+    "a FIFO and a device.\n"
     "\n"
     "  --format FORMAT  csv (default): time,pingNumber,beam,latitude,longitude,\n"
     "                   depth,quality (degrees, WGS84); xyz: lon lat depth\n"
@@ -168,11 +168,9 @@ int RunSoundingsCommand(std::span<const std::string_view> args) {
   int status = kExitOk;
   for (const std::string& file : line.operands()) {
     if (withFile) writer.SetFile(file);
-    ElacFile source(&target);
-    source.SetMode(mode);
     elac::ReadStatistics frames;
-    source.SetStatistics(&frames);
-    if (!source.Open(file.c_str())) {
+    InputSource source(&target, mode, &frames);
+    if (!source.Open(file)) {
       writer.Flush();
       std::fprintf(stderr, "xse: cannot open %s: %s\n", file.c_str(), source.OpenFailure().c_str());
       status = kExitFailure;
@@ -180,12 +178,12 @@ int RunSoundingsCommand(std::span<const std::string_view> args) {
     }
     const soundings::SoundingCounts before = target.counts();
     int32_t processed = 0;
-    while (source.receiveData(processed, 0)) {
+    while (source.Next(processed)) {
     }
     target.Finish();
     writer.Flush();
-    if (NoXseDataFound(frames)) {
-      ReportNoXseData(file);
+    if (const std::string problem = InputProblem(source, frames); !problem.empty()) {
+      ReportInputProblem(file, problem);
       status = kExitFailure;
       continue;
     }

@@ -82,7 +82,9 @@ bool ElacReader::ReadFrame(std::istream& stream) {
     if (read == InPlace::kShortFrame) return false;
     elac::StreamGetArea::Consume(*stream.rdbuf(), 4);
   }
-  return CountFrame(ReadFrameCopying(stream), static_cast<uint32_t>(lastFrameSize_));
+  // Copied first: the size is the one this frame leaves behind.
+  const elac::DecodeStatus status = ReadFrameCopying(stream);
+  return CountFrame(status, static_cast<uint32_t>(lastFrameSize_));
 }
 
 ElacReader::InPlace ElacReader::ReadFrameInPlace(std::streambuf& buffer) {

@@ -76,12 +76,12 @@ class ElacReader : public quor::ISurveyReader {
   // Sends the decoder's detail lines to `sink` (not owned; null, the
   // default, writes none).
   void SetTraceSink(elac::ITraceSink* sink) { traceSink_ = sink; }
-
- protected:
-  quor::ISurveyTarget& target() { return target_ != nullptr ? *target_ : nullTarget_; }
   // Where in the data the stream stands at the next ReadFrame, so that
   // rejections are counted with their offsets (0 unless a source says).
   void SetReadOrigin(uint64_t origin) { readOrigin_ = origin; }
+
+ protected:
+  quor::ISurveyTarget& target() { return target_ != nullptr ? *target_ : nullTarget_; }
 
  private:
   void StartFrame(const quor::timeval& frameTime);

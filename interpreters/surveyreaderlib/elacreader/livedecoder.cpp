@@ -57,6 +57,7 @@ size_t LiveDecoder::Decode(ElacReader& reader) {
     const size_t at = FindFrameStart(held);
     const FrameEnvelope envelope = ParseEnvelope(held.subspan(at));
     head_ += at;
+    headOffset_ += at;
     consumed += at;
     if (envelope.status == EnvelopeStatus::kNoStart || envelope.status == EnvelopeStatus::kNoSize)
       break;
@@ -71,6 +72,7 @@ size_t LiveDecoder::Decode(ElacReader& reader) {
     // The decoder sees exactly the frame's bytes, so what it does with them
     // cannot depend on how much happened to arrive behind them.
     stream_.Reset(held.subspan(at, needed));
+    reader.SetReadOrigin(headOffset_);
     reader.ReadFrame(stream_);
     stream_.clear();
     const std::streamoff after = stream_.tellg();
@@ -78,10 +80,25 @@ size_t LiveDecoder::Decode(ElacReader& reader) {
     const size_t step =
         after >= static_cast<std::streamoff>(kWord) ? static_cast<size_t>(after) : kWord;
     head_ += step;
+    headOffset_ += step;
     consumed += step;
   }
   if (head_ == tail_) head_ = tail_ = 0;
   return consumed;
+}
+
+size_t LiveDecoder::DecodeRest(ElacReader& reader) {
+  const size_t rest = held();
+  stream_.Reset({bytes_.get() + head_, rest});
+  // Every call consumes at least a word or ends the stream.
+  for (size_t calls = 0; calls <= rest / kWord + 1 && stream_.good(); ++calls) {
+    reader.SetReadOrigin(headOffset_ + static_cast<uint64_t>(stream_.tellg()));
+    reader.ReadFrame(stream_);
+  }
+  stream_.clear();
+  wanted_ = 0;
+  Clear();
+  return rest;
 }
 
 }  // namespace elac

@@ -42,8 +42,15 @@ class LiveDecoder {
   // frame start without all its bytes stays held. Returns the bytes
   // consumed.
   size_t Decode(ElacReader& reader);
+  // Decodes what is held as the end of the data, as a file ending there is
+  // read: a frame cut off is a rejected start, and the search stops where
+  // the reader stops. Drops everything held; returns how many bytes that was.
+  size_t DecodeRest(ElacReader& reader);
   // Forgets everything held.
-  void Clear() { head_ = tail_ = 0; }
+  void Clear() {
+    headOffset_ += held();
+    head_ = tail_ = 0;
+  }
 
   size_t held() const { return tail_ - head_; }
   size_t capacity() const { return capacity_; }
@@ -63,6 +70,9 @@ class LiveDecoder {
   size_t capacity_ = 0;
   size_t head_ = 0;  // first byte held
   size_t tail_ = 0;  // one past the last byte held
+  // Where the first byte held stands in the stream: the reader's rejections
+  // carry stream offsets, as a file's carry file offsets.
+  uint64_t headOffset_ = 0;
   size_t wanted_ = 0;
   bool outOfMemory_ = false;
   Allocate allocate_ = nullptr;

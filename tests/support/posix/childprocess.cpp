@@ -58,7 +58,8 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   std::vector<std::string> envp = ChildEnvironment(options.environment);
   std::vector<char*> argvPointers = Pointers(argv), envpPointers = Pointers(envp);
 
-  const int input = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+  const std::string inputFrom = options.inputFrom.empty() ? "/dev/null" : options.inputFrom;
+  const int input = ::open(inputFrom.c_str(), O_RDONLY | O_CLOEXEC);
   const int error =
       ::open((capture_.path() / "err").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   int output = -1;

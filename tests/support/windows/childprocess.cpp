@@ -89,7 +89,9 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   std::wstring environment = ChildEnvironment(options.environment);
   const std::wstring workDir = platform::WidenUtf8(options.workDir);
 
-  HANDLE input = OpenInheritable(L"NUL", GENERIC_READ, OPEN_EXISTING);
+  HANDLE input =
+      OpenInheritable(options.inputFrom.empty() ? L"NUL" : platform::WidenUtf8(options.inputFrom),
+                      GENERIC_READ, OPEN_EXISTING);
   HANDLE error = OpenInheritable((capture_.path() / "err").wstring(), GENERIC_WRITE, CREATE_ALWAYS);
   HANDLE output = INVALID_HANDLE_VALUE;
   if (options.outputToPipe) {

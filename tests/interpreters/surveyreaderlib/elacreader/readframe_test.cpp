@@ -10,7 +10,10 @@
 #include <vector>
 
 #include "grouptestsupport.h"
+#include "interpreters/surveyreaderlib/elacreader/elacfile.h"
+#include "interpreters/surveyreaderlib/elacreader/elacstream.h"
 #include "platform/filestream.h"
+#include "support/recordfingerprint.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -151,3 +154,38 @@ TEST(ReadFrame, UnalignedJunkAbsurdSizeOrABadStreamReadNothing) {
 }
 
 }  // namespace
+
+// Standard input and FIFOs go through the live decoding pass; at the end of
+// the data what is held is read as a file's end. The same damaged bytes give
+// the file's records, rejections and offsets.
+TEST(ReadFrame, AStreamOfTheSameBytesGivesTheFilesRecordsRejectionsAndOffsets) {
+  xsetest::TempDir dir;
+  const std::string path = dir.Write("mixed.xse", MixedStream());
+  struct Outcome {
+    xsetest::FingerprintTarget records;
+    elac::ReadStatistics frames;
+  };
+  const auto readAll = [&path](auto& source, elac::ReadStatistics& frames) {
+    source.SetStatistics(&frames);
+    EXPECT_TRUE(source.Open(path.c_str()));
+    int32_t processed = 0;
+    for (int calls = 0; calls < 1000 && source.receiveData(processed, 0); ++calls) {
+    }
+  };
+  Outcome file, stream;
+  ElacFile fileSource(&file.records);
+  readAll(fileSource, file.frames);
+  ElacStream streamSource(&stream.records);
+  readAll(streamSource, stream.frames);
+  EXPECT_EQ(streamSource.readError(), "");
+  EXPECT_EQ(stream.records.prints, file.records.prints);
+  EXPECT_EQ(stream.frames.framesByType, file.frames.framesByType);
+  EXPECT_EQ(stream.frames.frameBytes, file.frames.frameBytes);
+  ASSERT_EQ(stream.frames.framesRejected, 10u);
+  EXPECT_EQ(stream.frames.rejectedByReason, file.frames.rejectedByReason);
+  for (size_t i = 0; i < file.frames.RejectionsKept(); ++i) {
+    EXPECT_EQ(stream.frames.firstRejections[i].status, file.frames.firstRejections[i].status);
+    EXPECT_EQ(stream.frames.firstRejections[i].offset, file.frames.firstRejections[i].offset)
+        << "rejection " << i;
+  }
+}
