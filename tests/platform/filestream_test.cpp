@@ -5,12 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
+#include "platform/readahead.h"
 #include "support/tempdir.h"
 
 namespace {
@@ -86,3 +89,34 @@ TEST(FileStreamBuf, ReadAheadGivesEveryByteOnceInOrderAcrossSeeks) {
 }
 
 }  // namespace
+
+// Stopped while its thread has filled the ring and waits, or mid-file after
+// some blocks were taken: the stop returns, hands out nothing more, and a
+// new start reads on from where the caller stands, no byte twice or lost.
+TEST(ReadAhead, AStopAtAnyMomentLosesNothingAndRepeatsNothingOnTheNextStart) {
+  xsetest::TempDir dir;
+  const std::vector<uint8_t> bytes = Pattern(64 * kBuffer + 123);
+  platform::ReadOnlyFile file;
+  ASSERT_TRUE(file.Open(dir.Write("ring.bin", bytes)));
+  for (const size_t taken : {0u, 1u, 5u, 30u}) {
+    platform::ReadAhead ahead(file, kBuffer, 8);
+    ahead.Start(0);
+    std::vector<uint8_t> read;
+    for (size_t i = 0; i < taken; ++i) {
+      const auto block = ahead.Next();
+      ASSERT_TRUE(block) << taken;
+      read.insert(read.end(), block->begin(), block->end());
+    }
+    // Let the thread fill the ring and wait for free blocks.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ahead.Stop();
+    EXPECT_FALSE(ahead.Next()) << "nothing after a stop, " << taken;
+    ahead.Start(read.size());
+    for (int blocks = 0; blocks < 100; ++blocks) {
+      const auto block = ahead.Next();
+      if (!block) break;
+      read.insert(read.end(), block->begin(), block->end());
+    }
+    EXPECT_EQ(read, bytes) << "stopped after " << taken << " blocks";
+  }
+}

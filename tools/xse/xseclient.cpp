@@ -23,15 +23,6 @@ uint32_t AsAddress(const elac::Ipv4Address& octets) {
   return address;
 }
 
-// Sends a message record in network order and turns it back.
-template <typename Frame>
-std::span<const uint8_t> WireBytes(Frame& frame, std::vector<uint8_t>& wire) {
-  frame.ToNetworkOrder();
-  wire.assign(frame.Bytes().begin(), frame.Bytes().end());
-  frame.ToNetworkOrder();
-  return wire;
-}
-
 }  // namespace
 
 std::string SocketErrorWords(uint32_t error) {
@@ -101,15 +92,14 @@ bool XseClient::Open(const elac::Ipv4Address& address, uint16_t port, std::strin
   request_.SetLinkCode(elac::RequestFrame::kLinkAsk);
   request_.SetClientIdentification();
   request_.SetName("xse record");
-  std::vector<uint8_t> wire;
-  if (!SendAll(WireBytes(request_, wire))) {
+  if (!SendAll(elac::WireBytes(request_))) {
     error = SocketErrorWords(platform::LastSocketError());
     return false;
   }
   if (!ReadAcknowledge(error)) return false;
   // The server's port is released with the request before it is closed.
   request_.SetLinkCode(elac::RequestFrame::kLinkRelease);
-  SendAll(WireBytes(request_, wire));
+  SendAll(elac::WireBytes(request_));
   platform::CloseSocket(socket_);
   socket_ = platform::kInvalidSocket;
   if (!ConnectWithin(socket_, address, acknowledge_.DataPort(), error)) return false;
@@ -153,9 +143,8 @@ bool XseClient::SendSetUp(std::string& error) {
   setup1.SetSenderAddress(request_.SenderAddress());
   setup2.SetSenderAddress(request_.SenderAddress());
   setup3.SetSenderAddress(request_.SenderAddress());
-  std::vector<uint8_t> wire;
-  if (SendAll(WireBytes(setup1, wire)) && SendAll(WireBytes(setup2, wire)) &&
-      SendAll(WireBytes(setup3, wire))) {
+  if (SendAll(elac::WireBytes(setup1)) && SendAll(elac::WireBytes(setup2)) &&
+      SendAll(elac::WireBytes(setup3))) {
     return true;
   }
   error = SocketErrorWords(platform::LastSocketError());
@@ -177,13 +166,12 @@ int64_t XseClient::Receive(std::span<uint8_t> into, uint32_t waitMs, std::string
 
 void XseClient::Release() {
   if (socket_ == platform::kInvalidSocket) return;
-  std::vector<uint8_t> wire;
   if (acknowledge_.SignedDataPort() > 0) {
     acknowledge_.SetLinkCode(elac::RequestFrame::kLinkRelease);
-    SendAll(WireBytes(acknowledge_, wire));
+    SendAll(elac::WireBytes(acknowledge_));
   }
   request_.SetLinkCode(elac::RequestFrame::kLinkRelease);
-  SendAll(WireBytes(request_, wire));
+  SendAll(elac::WireBytes(request_));
   platform::CloseSocket(socket_);
   socket_ = platform::kInvalidSocket;
 }

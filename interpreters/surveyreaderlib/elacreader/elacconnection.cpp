@@ -143,10 +143,9 @@ bool ElacConnection::CreateCommunicationWindow() {
 }
 
 template <typename Frame>
-int ElacConnection::SendFrame(Frame& frame, size_t length) {
-  frame.ToNetworkOrder();
-  const int sent = Send(frame.Bytes().data(), static_cast<int32_t>(length));
-  frame.ToNetworkOrder();
+int ElacConnection::SendFrame(const Frame& frame, size_t length) {
+  const auto wire = elac::WireBytes(frame);
+  const int sent = Send(wire.data(), static_cast<int32_t>(length));
   const elac::Ipv4Address me = frame.SenderAddress();
   QUORLOG(1, "Open %d -> %d Send %ld of %d {%d.%d.%d.%d} I am {%d.%d.%d.%d}", port_,
           static_cast<int32_t>(socket_), static_cast<long>(sent), static_cast<int32_t>(length),

@@ -131,10 +131,11 @@ class ElacConnection : public CSocketClient, public IElacContainer, public ElacR
   // the server's silence.
   void NoteConnectionFailure(uint32_t code);
   bool Running() const { return running_ == nullptr || running_->load() != 0; }
-  // Sends a message record in network order and turns it back; traces the
-  // send as "Open ... Send ...". Returns the send's result.
+  // Sends a message record's wire bytes (a network-order copy: the record
+  // stays in host order); traces the send as "Open ... Send ...". Returns
+  // the send's result.
   template <typename Frame>
-  int SendFrame(Frame& frame, size_t length);
+  int SendFrame(const Frame& frame, size_t length);
 
   std::unique_ptr<elac::RequestFrame> requestFrame_;
   std::unique_ptr<elac::AcknowledgeFrame> acknowledgeFrame_;

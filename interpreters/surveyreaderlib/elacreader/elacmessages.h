@@ -3,13 +3,16 @@
 // set-up frames on the data port that the acknowledge names.
 //
 // Each message is one XSE communication frame (type 8) held as a byte record
-// of exactly its wire layout. Between uses the record is in host byte order;
-// ToNetworkOrder() reverses its numeric fields in place just before a send and
-// again after it (it is its own inverse). Fields are reached through memcpy at
-// their offsets, since several 4-byte fields are not 4-byte aligned. Markers,
-// the sender's address and the client name are byte strings and never swapped.
+// of exactly its wire layout, always in host byte order. A send takes
+// WireBytes(), a copy with the numeric fields in network order, so the record
+// is never seen half converted; ToNetworkOrder() reverses the fields in place
+// (it is its own inverse) and turns a received record into host order once.
+// Fields are reached through memcpy at their offsets, since several 4-byte
+// fields are not 4-byte aligned. Markers, the sender's address and the
+// client name are byte strings and never swapped.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -147,5 +150,16 @@ class SetupFrame3 : public SetupFrame<72> {
  public:
   static SetupFrame3 Build();  // code 5: 1, 4
 };
+
+// `frame` as it goes on the wire: a copy with its numeric fields in network
+// order. On the stack; nothing is allocated.
+template <typename Frame>
+std::array<uint8_t, Frame::kSize> WireBytes(const Frame& frame) {
+  Frame wire = frame;
+  wire.ToNetworkOrder();
+  std::array<uint8_t, Frame::kSize> bytes;
+  std::copy(wire.Bytes().begin(), wire.Bytes().end(), bytes.begin());
+  return bytes;
+}
 
 }  // namespace elac

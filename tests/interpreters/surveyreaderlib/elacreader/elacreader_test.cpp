@@ -108,6 +108,8 @@ TEST(ElacReader, TimeBaseIs1901AndPre1970TimesAreMarkedInvalid) {
   EXPECT_EQ(elac::ConvertXseTime(2177452800u, 0), (quor::timeval{0, 0}));
   EXPECT_EQ(elac::ConvertXseTime(2177452799u, 7), (quor::timeval{-1, 7}));
   EXPECT_EQ(elac::ConvertXseTime(0xFFFFFFFFu, 0).tv_sec, 2117514495);
+  EXPECT_EQ(elac::ConvertXseTime(kFrameSeconds, 2500000), (quor::timeval{kUnixSeconds, 2500000}))
+      << "a million microseconds or more pass as the frame gives them";
 }
 
 TEST(ElacReader, ShortPositionGroupKeepsWgs84BitsForTheRestOfTheFrame) {
