@@ -110,6 +110,20 @@ TEST(TrackPlotTest, NorthThenEastLandsNorthUpAtOneScale) {
   // Nothing of the track west of the first leg or south of the start.
   for (int y = plot.area().y; y < plot.area().y + plot.area().height; ++y)
     EXPECT_NE(picture.At(startX - 3, y), track);
+
+  // The axes number the frame in degrees: it holds the whole track, and its
+  // edges lie as many metres apart as its pixels at the plot's scale.
+  const TrackPlot::AxisEdges axes = plot.Axes();
+  const double degree = M_PI / 180, toMetres = degree * kEarthRadius;
+  ASSERT_TRUE(axes.degrees);
+  EXPECT_LT(axes.south * degree, kLatitude);
+  EXPECT_GT(axes.north * degree, kLatitude + 200 / kEarthRadius);
+  EXPECT_LT(axes.west * degree, kLongitude);
+  EXPECT_GT(axes.east * degree, kLongitude + 100 / (kEarthRadius * std::cos(kLatitude)));
+  const double frameHeight = (plot.area().height + 12) * plot.metresPerPixel();
+  EXPECT_NEAR((axes.north - axes.south) * toMetres, frameHeight, frameHeight * 0.01);
+  EXPECT_NEAR((axes.east - axes.west) * toMetres * std::cos(kLatitude),
+              (plot.area().width + 12) * plot.metresPerPixel(), frameHeight * 0.01);
 }
 
 quor::MultibeamRec Ping(uint32_t beams) {
@@ -156,6 +170,24 @@ TEST(SwathPlotTest, StepInDepthAndMissingBeamsLandInTheirColumnsAndRows) {
   EXPECT_EQ(picture.At(area.x + area.width / 2, portRow), DepthColour(1));
   EXPECT_EQ(picture.At(area.x + area.width - 1, portRow), DepthColour(1));
   EXPECT_EQ(picture.At(area.x + area.width / 4, starboardRow), (Rgb{235, 235, 235}));
+  EXPECT_EQ(drawing.plot->bottom(), 8) << "without distances the rows are beams";
+
+  // With across-track distances the rows run from the farthest port beam to
+  // the farthest starboard one, in metres.
+  const auto feedDistances = [](quor::ISurveyTarget& target) {
+    using MB = quor::MultibeamRec;
+    quor::MultibeamRec ping = Ping(5);
+    ping.Reallocate(MB::kDefaultArrayMask | MB::kDepth | MB::kAcrossTrack, 5);
+    ping.fieldMask = MB::kDepth | MB::kAcrossTrack;
+    for (uint32_t beam = 0; beam < 5; ++beam) {
+      ping.depth[beam] = 20;
+      ping.acrossTrack[beam] = -120.0f + 50.0f * static_cast<float>(beam);
+    }
+    target.HandleMultibeam(ping);
+  };
+  const Drawing<SwathPlot> metres(feedDistances);
+  EXPECT_EQ(metres.plot->top(), -120);
+  EXPECT_EQ(metres.plot->bottom(), 80);
 }
 
 TEST(WaterfallPlotTest, QuietPortAndLoudStarboardSplitThePicture) {

@@ -42,10 +42,18 @@ class TrackPlot final : public quor::ISurveyTarget {
   // The pixel of a point in metres east and north of the first fix.
   void ToPixel(double east, double north, int& x, int& y) const;
   double metresPerPixel() const { return metresPerPixel_; }
+  // The edges of the numbered frame around the data area, in the axes'
+  // units: degrees of longitude and latitude, or easting and northing.
+  struct AxisEdges {
+    double west, east, south, north;
+    bool degrees;
+  };
+  AxisEdges Axes() const;
 
  private:
+  Area Frame() const;
   // Numbered axes along the frame around the data area.
-  void DrawAxes(Raster& picture, const Area& frame, int scale) const;
+  void DrawAxes(Raster& picture, int scale) const;
 
   const SurveyExtent& extent_;
   int width_, height_;

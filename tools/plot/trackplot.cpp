@@ -87,8 +87,7 @@ void TrackPlot::HandleMultibeam(const quor::MultibeamRec& /*record*/) {
 Raster TrackPlot::Render() const {
   Raster picture(width_, height_, kWhite);
   const int scale = TextScale(width_);
-  const Area frame = {area_.x - kInset, area_.y - kInset, area_.width + 2 * kInset,
-                      area_.height + 2 * kInset};
+  const Area frame = Frame();
   picture.StrokeRect(frame.x, frame.y, frame.width, frame.height, kFrame);
   DrawTitle(picture,
             "track, " + std::to_string(extent_.fixes) + " fixes, " + std::to_string(extent_.pings) +
@@ -112,7 +111,7 @@ Raster TrackPlot::Render() const {
   }
   picture.Disc(firstX_, firstY_, 4, kStart);
   picture.Disc(lastX_, lastY_, 4, kEnd);
-  DrawAxes(picture, frame, scale);
+  DrawAxes(picture, scale);
   DrawScaleBar(picture, area_.x + 4, area_.y + area_.height - 8, metresPerPixel_, area_.width / 4,
                scale);
   DrawNorthArrow(picture, area_.x + area_.width - 12, area_.y + 8 + Raster::TextHeight(scale),
@@ -121,20 +120,28 @@ Raster TrackPlot::Render() const {
   return picture;
 }
 
-void TrackPlot::DrawAxes(Raster& picture, const Area& frame, int scale) const {
+Area TrackPlot::Frame() const {
+  return {area_.x - kInset, area_.y - kInset, area_.width + 2 * kInset, area_.height + 2 * kInset};
+}
+
+TrackPlot::AxisEdges TrackPlot::Axes() const {
   // The frame's edges in metres from the first fix, then in the fixes' own
   // coordinates.
+  const Area frame = Frame();
   const double halfWidth = frame.width / 2.0 * metresPerPixel_;
   const double halfHeight = frame.height / 2.0 * metresPerPixel_;
-  const double west = projection_.EastValue(midEast_ - halfWidth);
-  const double east = projection_.EastValue(midEast_ + halfWidth);
-  const double north = projection_.NorthValue(midNorth_ + halfHeight);
-  const double south = projection_.NorthValue(midNorth_ - halfHeight);
-  const bool degrees = projection_.geographic();
-  DrawXAxis(picture, frame, west, east,
-            degrees ? std::string("longitude (") + kDegree + "E)" : "easting (m)", scale);
-  DrawYAxis(picture, frame, north, south,
-            degrees ? std::string("latitude (") + kDegree + "N)" : "northing (m)", scale);
+  return {projection_.EastValue(midEast_ - halfWidth), projection_.EastValue(midEast_ + halfWidth),
+          projection_.NorthValue(midNorth_ - halfHeight),
+          projection_.NorthValue(midNorth_ + halfHeight), projection_.geographic()};
+}
+
+void TrackPlot::DrawAxes(Raster& picture, int scale) const {
+  const AxisEdges edges = Axes();
+  const Area frame = Frame();
+  DrawXAxis(picture, frame, edges.west, edges.east,
+            edges.degrees ? std::string("longitude (") + kDegree + "E)" : "easting (m)", scale);
+  DrawYAxis(picture, frame, edges.north, edges.south,
+            edges.degrees ? std::string("latitude (") + kDegree + "N)" : "northing (m)", scale);
 }
 
 }  // namespace xseplot
