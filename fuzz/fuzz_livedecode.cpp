@@ -62,7 +62,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return a.framesByType == b.framesByType && a.framesRejected == b.framesRejected &&
            a.rejectedByReason == b.rejectedByReason && a.firstRejectedAt == b.firstRejectedAt &&
            a.frameBytes == b.frameBytes && a.bigEndianFrames == b.bigEndianFrames &&
-           a.littleEndianFrames == b.littleEndianFrames;
+           a.littleEndianFrames == b.littleEndianFrames && a.groupsByStatus == b.groupsByStatus &&
+           a.firstGroupAt == b.firstGroupAt;
   };
   if (!same(liveStatistics, fileStatistics)) std::abort();
   return 0;

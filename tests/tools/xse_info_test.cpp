@@ -42,6 +42,7 @@ TEST(XseInfo, SummarisesATinyGeneratedSurveyInTextAndJson) {
                 "  byte order   big-endian 6, little-endian 3\n"
                 "  frames       9 decoded: 1 parameter, 4 navigation, 2 bathymetry, 2 sidescan\n"
                 "  rejected     0 frames, 0 bytes skipped\n"
+                "  groups       46 decoded\n"
                 "  records      8 startTime, 16 parameter, 4 position, 6 gyro, 4 motion, "
                 "2 multibeam, 2 sidescan\n"
                 "  multibeam    2 pings, 4 beams per ping\n"
@@ -71,7 +72,8 @@ TEST(XseInfo, SummarisesATinyGeneratedSurveyInTextAndJson) {
   for (const std::string& part :
        {"{\"file\":\"" + path + "\",\"size\":2600,\"byteOrder\":{\"big\":6,\"little\":3},",
         std::string("\"frames\":{\"decoded\":9,\"parameter\":1,\"navigation\":4,"
-                    "\"bathymetry\":2,\"sidescan\":2,\"rejected\":0},\"bytesSkipped\":0,"),
+                    "\"bathymetry\":2,\"sidescan\":2,\"rejected\":0},\"bytesSkipped\":0,"
+                    "\"rejected\":{},\"groups\":{\"decoded\":46},"),
         std::string("\"projected\":{\"fixes\":0,\"firstMin\":null,"),
         std::string("{\"name\":\"RX_\",\"sensorKind\":17,\"records\":1,\"valid\":1},"),
         std::string("{\"name\":\"\",\"sensorKind\":16,\"records\":1,\"valid\":1}],"
@@ -115,6 +117,7 @@ TEST(XseInfo, CountsRejectedFramesAndReportsUnreadableFilesBetweenTheOthers) {
       std::to_string(data.size() - cut.size()) + "; bad end marker: 1 frame at " +
       std::to_string(8 + navigation.size()) +
       "\n"
+      "  groups       1 decoded\n"
       "  records      2 startTime, 0 parameter, 1 position, 0 gyro, 0 motion, "
       "0 multibeam, 0 sidescan\n"
       "  multibeam    none\n"

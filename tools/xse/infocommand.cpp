@@ -20,7 +20,8 @@ constexpr const char* kInfoUsage = "usage: xse info [--json] FILE...\n";
 
 constexpr const char* kInfoHelp =
     "Decodes each file and prints a summary: size, byte orders, frames by type,\n"
-    "frames rejected and bytes skipped, records by kind, pings and beams per\n"
+    "frames rejected and bytes skipped, groups decoded and skipped (each\n"
+    "reason with its first offset), records by kind, pings and beams per\n"
     "ping, time span (UTC), position bounds (as recorded), parameter records by\n"
     "name, and the decode rate. While a large file decodes, a progress bar is\n"
     "shown on stderr when that is a terminal. A FILE of - is standard input,\n"

@@ -43,8 +43,8 @@ std::vector<NamedCount> FrameTypes(const elac::ReadStatistics& frames) {
 constexpr const char* kRejectionKeys[elac::kDecodeStatusCount] = {
     "decoded", "sizeOverLimit", "truncated", "badEndMarker", "shortFrame"};
 
-std::vector<RejectionFacts> Rejections(const elac::ReadStatistics& frames) {
-  std::vector<RejectionFacts> rejections;
+std::vector<ReasonFacts> Rejections(const elac::ReadStatistics& frames) {
+  std::vector<ReasonFacts> rejections;
   for (size_t slot = 1; slot < elac::kDecodeStatusCount; ++slot) {
     if (frames.rejectedByReason[slot] == 0) continue;
     rejections.push_back({elac::DecodeStatusName(static_cast<elac::DecodeStatus>(slot)),
@@ -52,6 +52,20 @@ std::vector<RejectionFacts> Rejections(const elac::ReadStatistics& frames) {
                           frames.firstRejectedAt[slot]});
   }
   return rejections;
+}
+
+// JSON keys of the group statuses, in the order of elac::GroupStatus.
+constexpr const char* kGroupKeys[elac::kGroupStatusCount] = {"decoded", "unknownType", "unusable",
+                                                             "overrunsFrame"};
+
+std::vector<ReasonFacts> GroupsSkipped(const elac::ReadStatistics& frames) {
+  std::vector<ReasonFacts> skipped;
+  for (size_t slot = 1; slot < elac::kGroupStatusCount; ++slot) {
+    if (frames.groupsByStatus[slot] == 0) continue;
+    skipped.push_back({elac::GroupStatusName(static_cast<elac::GroupStatus>(slot)),
+                       kGroupKeys[slot], frames.groupsByStatus[slot], frames.firstGroupAt[slot]});
+  }
+  return skipped;
 }
 
 }  // namespace
@@ -69,6 +83,8 @@ SummaryFacts MakeSummaryFacts(const FileSummary& summary) {
   facts.framesRejected = frames.framesRejected;
   facts.bytesSkipped = summary.bytesSkipped();
   facts.rejections = Rejections(frames);
+  facts.groupsDecoded = frames.groupsByStatus[static_cast<size_t>(elac::GroupStatus::kDecoded)];
+  facts.groupsSkipped = GroupsSkipped(frames);
   for (const quor::RecordKind kind : quor::kAllRecordKinds) {
     const std::string name(quor::RecordKindName(kind));
     facts.records.push_back({name, name, records.records(kind), true});

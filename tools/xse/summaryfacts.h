@@ -30,11 +30,12 @@ struct TimeFacts {
   double seconds = 0;
 };
 
-// Frames rejected for one reason: how many, and where the first lay.
-struct RejectionFacts {
+// Frames rejected, or groups not decoded, for one reason: how many, and
+// where the first lay.
+struct ReasonFacts {
   const char* text;  // "bad end marker"
   const char* key;   // "badEndMarker"
-  uint64_t frames = 0, firstAt = 0;
+  uint64_t count = 0, firstAt = 0;
 };
 
 struct SummaryFacts {
@@ -44,7 +45,9 @@ struct SummaryFacts {
   uint64_t framesDecoded = 0;
   std::vector<NamedCount> frameTypes;  // set-up and data types first, then others by number
   uint64_t framesRejected = 0, bytesSkipped = 0;
-  std::vector<RejectionFacts> rejections;  // reasons with frames only
+  std::vector<ReasonFacts> rejections;  // reasons with frames only
+  uint64_t groupsDecoded = 0;
+  std::vector<ReasonFacts> groupsSkipped;  // reasons with groups only
   std::vector<NamedCount> records;         // by record kind
   PingFacts multibeam, sidescan;
   std::optional<TimeFacts> time;

@@ -126,6 +126,17 @@ void BoundsObject(JsonBuilder& json, std::string_view key, const PositionBounds&
   json.EndObject();
 }
 
+// "; bad end marker: 3 frames, first at 860; truncated: 1 frame at 9000".
+std::string ReasonList(const std::vector<ReasonFacts>& reasons, const char* unit) {
+  std::string list;
+  for (const ReasonFacts& reason : reasons) {
+    list += reason.count == 1 ? Printf("; %s: 1 %s at %llu", reason.text, unit, Ull(reason.firstAt))
+                              : Printf("; %s: %llu %ss, first at %llu", reason.text,
+                                       Ull(reason.count), unit, Ull(reason.firstAt));
+  }
+  return list;
+}
+
 void AppendFrameLines(std::string& out, const SummaryFacts& facts) {
   AppendLine(out, "size",
              facts.size < 1024
@@ -142,15 +153,13 @@ void AppendFrameLines(std::string& out, const SummaryFacts& facts) {
   AppendLine(
       out, "frames",
       Printf("%llu decoded", Ull(facts.framesDecoded)) + (types.empty() ? "" : ": " + types));
-  std::string rejected =
-      Printf("%llu frames, %llu bytes skipped", Ull(facts.framesRejected), Ull(facts.bytesSkipped));
-  for (const RejectionFacts& reason : facts.rejections) {
-    rejected += reason.frames == 1
-                    ? Printf("; %s: 1 frame at %llu", reason.text, Ull(reason.firstAt))
-                    : Printf("; %s: %llu frames, first at %llu", reason.text, Ull(reason.frames),
-                             Ull(reason.firstAt));
-  }
-  AppendLine(out, "rejected", rejected);
+  AppendLine(out, "rejected",
+             Printf("%llu frames, %llu bytes skipped", Ull(facts.framesRejected),
+                    Ull(facts.bytesSkipped)) +
+                 ReasonList(facts.rejections, "frame"));
+  AppendLine(
+      out, "groups",
+      Printf("%llu decoded", Ull(facts.groupsDecoded)) + ReasonList(facts.groupsSkipped, "group"));
 }
 
 std::string PingLine(const PingFacts& pings, const char* unit) {
@@ -212,9 +221,16 @@ void FrameMembers(JsonBuilder& json, const SummaryFacts& facts) {
   CountMembers(json, facts.frameTypes);
   json.Number("rejected", facts.framesRejected).EndObject();
   json.Number("bytesSkipped", facts.bytesSkipped).BeginObject("rejected");
-  for (const RejectionFacts& reason : facts.rejections)
+  for (const ReasonFacts& reason : facts.rejections)
     json.BeginObject(reason.key)
-        .Number("frames", reason.frames)
+        .Number("frames", reason.count)
+        .Number("firstAt", reason.firstAt)
+        .EndObject();
+  json.EndObject();
+  json.BeginObject("groups").Number("decoded", facts.groupsDecoded);
+  for (const ReasonFacts& reason : facts.groupsSkipped)
+    json.BeginObject(reason.key)
+        .Number("groups", reason.count)
         .Number("firstAt", reason.firstAt)
         .EndObject();
   json.EndObject();

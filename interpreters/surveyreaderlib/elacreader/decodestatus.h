@@ -1,5 +1,5 @@
-// Why a frame was not decoded, and where: what a reader tells a tool that
-// wants to say more than "rejected".
+// Why a frame or a group was not decoded, and where: what a reader tells a
+// tool that wants to say more than "rejected".
 #pragma once
 
 #include <array>
@@ -27,5 +27,20 @@ struct DecodeResult {
   DecodeStatus status = DecodeStatus::kDecoded;
   uint64_t offset = 0;  // of the frame's start marker in the data
 };
+
+// What became of a group in a frame of a type the reader decodes.
+enum class GroupStatus : uint8_t {
+  kDecoded,        // a decoder took it
+  kUnknownType,    // its type is none the frame's type has
+  kUnusable,       // a type the frame has, refused: too short, counts that do not fit
+  kOverrunsFrame,  // its size runs past the frame, which ends there
+};
+inline constexpr size_t kGroupStatusCount = 4;
+
+constexpr const char* GroupStatusName(GroupStatus status) {
+  constexpr std::array<const char*, kGroupStatusCount> kNames = {"decoded", "unknown type",
+                                                                 "unusable", "overruns frame"};
+  return kNames[static_cast<size_t>(status)];
+}
 
 }  // namespace elac

@@ -26,6 +26,52 @@ bool ReadExactly(std::istream& stream, uint8_t* into, size_t count) {
   return stream.gcount() == static_cast<std::streamsize>(count);
 }
 
+// Whether frames of `frameType` have groups of `groupType`: the group types
+// their decoders know.
+bool IsKnownGroup(uint32_t frameType, uint32_t groupType) {
+  switch (frameType) {
+    case elac::kNavigationFrame:
+      return groupType == elac::kPositionGroup || groupType == elac::kNavigationHeadingGroup ||
+             groupType == elac::kAttitudeGroup;
+    case elac::kParameterFrame:
+      return groupType == elac::kDraftGroup || groupType == elac::kDeviceListGroup ||
+             groupType == elac::kTransducerInstallationGroup ||
+             groupType == elac::kInstallationGroup || groupType == elac::kMountingGroup ||
+             groupType == elac::kDeviceStatusGroup;
+    case elac::kSidescanFrame:
+      return groupType == elac::kSidescanPingGroup || groupType == elac::kSidescanSamplesGroup ||
+             groupType == elac::kSidescanGainGroup;
+    case elac::kBathymetryFrame:
+      switch (groupType) {
+        case elac::kPingNumberGroup:
+        case elac::kBeamCountGroup:
+        case elac::kTravelTimeGroup:
+        case elac::kQualityGroup:
+        case elac::kAcrossTrackGroup:
+        case elac::kAlongTrackGroup:
+        case elac::kDepthGroup:
+        case elac::kAcrossAngleGroup:
+        case elac::kAlongAngleGroup:
+        case elac::kSoundVelocityGroup:
+        case elac::kBathymetryHeadingGroup:
+          return true;
+        default:
+          return false;
+      }
+    default:
+      return false;
+  }
+}
+
+// Why a decoder did not take a group of a frame of `frameType`: its type
+// is not the frame's, or it is and the group could not be used.
+elac::GroupStatus NotTaken(uint32_t frameType, ByteCursor body) {
+  uint32_t groupType = 0;
+  if (!body.Read(groupType) || IsKnownGroup(frameType, groupType))
+    return elac::GroupStatus::kUnusable;
+  return elac::GroupStatus::kUnknownType;
+}
+
 }  // namespace
 
 ElacReader::ElacReader() = default;
@@ -195,12 +241,12 @@ bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
 
   // Groups are found by scanning every fourth byte from offset 8 for the
   // group start marker, so any number of header words may precede them.
-  bool decoded = false;
   frame.Seek(elac::kFrameEnvelopeSize);
   for (;;) {
     uint32_t marker = 0;
     if (!frame.Read(marker)) return true;
     if (marker != elac::kGroupStart) continue;
+    const size_t groupAt = frame.offset() - 4;
     uint32_t groupSize = 0;
     if (!frame.Read(groupSize)) return true;
     // Last group: its end marker takes the last four bytes before the frame
@@ -213,10 +259,11 @@ bool ElacReader::DecodeFrameBytes(std::span<const uint8_t> bytes) {
       // A group that claims to run past the frame is handled as an empty
       // group (which no decoder accepts) and ends the frame; what earlier
       // groups completed is still delivered.
-      (void)DispatchGroup(frameType, ByteCursor({}, order_), true, decoded);
+      (void)DispatchGroup(frameType, ByteCursor({}, order_), true);
+      CountGroup(elac::GroupStatus::kOverrunsFrame, frameType, groupAt);
       return true;
     }
-    decoded = DispatchGroup(frameType, *body, lastGroup, decoded) || decoded;
+    CountGroup(DispatchGroup(frameType, *body, lastGroup), frameType, groupAt);
     if (!frame.Skip(4)) return true;  // group end marker, not checked
   }
 }
@@ -238,10 +285,16 @@ void ElacReader::StartFrame(const quor::timeval& frameTime) {
   reset(multibeam_);
   reset(sidescan_);
   multibeam_.fieldMask |= quor::MultibeamRec::kFrameStarted;
+  pingHasBeams_ = false;
 }
 
-bool ElacReader::DispatchGroup(uint32_t frameType, ByteCursor body, bool lastGroup,
-                               bool decodedBefore) {
+void ElacReader::CountGroup(elac::GroupStatus status, uint32_t frameType, size_t offsetInFrame) {
+  if (statistics_ == nullptr || !elac::FrameHasGroups(frameType)) return;
+  const uint64_t frameAt = readOrigin_ + (lastFrameStart_ ? lastFrameStart_->skipped : 0);
+  statistics_->CountGroup(status, frameAt + offsetInFrame);
+}
+
+elac::GroupStatus ElacReader::DispatchGroup(uint32_t frameType, ByteCursor body, bool lastGroup) {
   switch (frameType) {
     case elac::kNavigationFrame:
       return DispatchNavigationGroup(body);
@@ -250,31 +303,31 @@ bool ElacReader::DispatchGroup(uint32_t frameType, ByteCursor body, bool lastGro
     case elac::kSidescanFrame:
       return DispatchSidescanGroup(body, lastGroup);
     case elac::kBathymetryFrame:
-      return DispatchBathymetryGroup(body, lastGroup, decodedBefore);
+      return DispatchBathymetryGroup(body, lastGroup);
     default:
-      return false;  // groups of other frame types are not decoded
+      return elac::GroupStatus::kUnknownType;  // groups of other frame types are not decoded
   }
 }
 
-bool ElacReader::DispatchNavigationGroup(ByteCursor body) {
+elac::GroupStatus ElacReader::DispatchNavigationGroup(ByteCursor body) {
   if (elac::DecodePosition(body, navigation_)) {
     target().HandlePosition(navigation_);
     TraceRelTime("NAVT", navigation_.relTime);
-    return true;
+    return elac::GroupStatus::kDecoded;
   }
   if (elac::DecodeNavigationHeading(body, gyro_)) {
     target().HandleGyro(gyro_);
     TraceRelTime("GYRT", gyro_.relTime);
-    return true;
+    return elac::GroupStatus::kDecoded;
   }
   if (elac::DecodeAttitude(body, motion_)) {
     target().HandleMotion(motion_);
-    return true;
+    return elac::GroupStatus::kDecoded;
   }
-  return false;
+  return NotTaken(elac::kNavigationFrame, body);
 }
 
-bool ElacReader::DispatchParameterGroup(ByteCursor body, bool lastGroup) {
+elac::GroupStatus ElacReader::DispatchParameterGroup(ByteCursor body, bool lastGroup) {
   bool decoded = false;
   if (elac::DecodeInstallationGroup(body, immediateParams_)) {
     decoded = true;
@@ -285,27 +338,34 @@ bool ElacReader::DispatchParameterGroup(ByteCursor body, bool lastGroup) {
   if (lastGroup) {
     for (const auto& record : frameParams_) target().HandleParameter(record);
   }
-  return decoded;
+  return decoded ? elac::GroupStatus::kDecoded : NotTaken(elac::kParameterFrame, body);
 }
 
-bool ElacReader::DispatchSidescanGroup(ByteCursor body, bool lastGroup) {
-  if (!elac::DecodeSidescanGroup(body, sidescan_)) return false;
+elac::GroupStatus ElacReader::DispatchSidescanGroup(ByteCursor body, bool lastGroup) {
+  // The sidescan decoder accepts every group but an empty one, so that the
+  // last group's delivery runs whatever it is; what it accepted without
+  // using is told apart here only by its type.
+  if (!elac::DecodeSidescanGroup(body, sidescan_)) return elac::GroupStatus::kUnusable;
   TraceRelTime("Sidescan reltime", sidescan_.relTime);
   if (lastGroup && sidescan_.valid == 1) {
     target().HandleSidescan(sidescan_);
     sidescan_.valid = 0;
     sidescan_.fieldMask = 0;
   }
-  return true;
+  const elac::GroupStatus notTaken = NotTaken(elac::kSidescanFrame, body);
+  return notTaken == elac::GroupStatus::kUnknownType ? notTaken : elac::GroupStatus::kDecoded;
 }
 
-bool ElacReader::DispatchBathymetryGroup(ByteCursor body, bool lastGroup, bool decodedBefore) {
-  // The heading inside a ping is not a decoded group: a ping whose groups
-  // are headings only is not delivered.
-  const bool decoded = elac::DecodeBeamGroup(body, multibeam_);
-  if (decoded) {
+elac::GroupStatus ElacReader::DispatchBathymetryGroup(ByteCursor body, bool lastGroup) {
+  // The heading inside a ping is not a beam group: a ping whose groups are
+  // headings only is not delivered.
+  const bool beams = elac::DecodeBeamGroup(body, multibeam_);
+  bool heading = false;
+  if (beams) {
+    pingHasBeams_ = true;
     TraceRelTime("MBET", multibeam_.relTime);
   } else if (elac::DecodeBathymetryHeading(body, gyro_)) {
+    heading = true;
     // The heading inside a ping is told apart from the navigation heading
     // for the duration of the call only.
     gyro_.sensorIndex = 1;
@@ -313,9 +373,9 @@ bool ElacReader::DispatchBathymetryGroup(ByteCursor body, bool lastGroup, bool d
     gyro_.sensorIndex = 0;
     TraceRelTime("GYRT", gyro_.relTime);
   }
-  if (lastGroup && (decoded || decodedBefore) && multibeam_.valid == 1) {
+  if (lastGroup && pingHasBeams_ && multibeam_.valid == 1) {
     elac::ApplyHeadSelection(multibeam_, mode_);
     target().HandleMultibeam(multibeam_);
   }
-  return decoded;
+  return beams || heading ? elac::GroupStatus::kDecoded : NotTaken(elac::kBathymetryFrame, body);
 }

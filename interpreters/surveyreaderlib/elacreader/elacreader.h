@@ -85,13 +85,16 @@ class ElacReader : public quor::ISurveyReader {
 
  private:
   void StartFrame(const quor::timeval& frameTime);
-  // Each returns whether a decoder took the group; `decodedBefore` says
-  // whether an earlier group of the frame was taken.
-  bool DispatchGroup(uint32_t frameType, elac::ByteCursor body, bool lastGroup, bool decodedBefore);
-  bool DispatchNavigationGroup(elac::ByteCursor body);
-  bool DispatchParameterGroup(elac::ByteCursor body, bool lastGroup);
-  bool DispatchSidescanGroup(elac::ByteCursor body, bool lastGroup);
-  bool DispatchBathymetryGroup(elac::ByteCursor body, bool lastGroup, bool decodedBefore);
+  // Each hands the group to the decoders of the frame's type and says what
+  // became of it.
+  elac::GroupStatus DispatchGroup(uint32_t frameType, elac::ByteCursor body, bool lastGroup);
+  elac::GroupStatus DispatchNavigationGroup(elac::ByteCursor body);
+  elac::GroupStatus DispatchParameterGroup(elac::ByteCursor body, bool lastGroup);
+  elac::GroupStatus DispatchSidescanGroup(elac::ByteCursor body, bool lastGroup);
+  elac::GroupStatus DispatchBathymetryGroup(elac::ByteCursor body, bool lastGroup);
+  // Counts a group that starts `offsetInFrame` bytes into the frame being
+  // decoded, for the frame types whose groups are decoded.
+  void CountGroup(elac::GroupStatus status, uint32_t frameType, size_t offsetInFrame);
   [[nodiscard]] bool EnsureFrameBuffer(uint32_t size);
   // The frame whose start marker the buffer holds at its read position,
   // decoded where it lies; kNotHere, with nothing consumed, when the frame
@@ -124,5 +127,6 @@ class ElacReader : public quor::ISurveyReader {
   std::optional<FrameStart> lastFrameStart_;
   elac::DecodeStatus lastStatus_ = elac::DecodeStatus::kDecoded;
   uint64_t readOrigin_ = 0;
-  size_t lastFrameSize_ = 0;  // of the frame ReadFrameCopying read
+  bool pingHasBeams_ = false;  // a beam group of the frame was decoded
+  size_t lastFrameSize_ = 0;   // of the frame ReadFrameCopying read
 };

@@ -27,6 +27,10 @@ struct ReadStatistics {
   std::array<uint64_t, kDecodeStatusCount> firstRejectedAt{};
   static constexpr size_t kRejectionsKept = 10;
   std::array<DecodeResult, kRejectionsKept> firstRejections{};
+  // The groups of decoded frames (of the types whose groups are decoded) by
+  // what became of them, with the offset of each status's first group.
+  std::array<uint64_t, kGroupStatusCount> groupsByStatus{};
+  std::array<uint64_t, kGroupStatusCount> firstGroupAt{};
   // Bytes of the frames ReadFrame read and decoded, end markers included.
   // Everything else a reader consumed was junk or rejected frames.
   uint64_t frameBytes = 0;
@@ -37,6 +41,10 @@ struct ReadStatistics {
     if (framesRejected < kRejectionsKept)
       firstRejections[static_cast<size_t>(framesRejected)] = {reason, offset};
     ++framesRejected;
+  }
+  void CountGroup(GroupStatus status, uint64_t offset) {
+    const auto slot = static_cast<size_t>(status);
+    if (groupsByStatus[slot]++ == 0) firstGroupAt[slot] = offset;
   }
   // How many of firstRejections are filled.
   size_t RejectionsKept() const {

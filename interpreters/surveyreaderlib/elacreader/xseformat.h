@@ -42,6 +42,12 @@ inline constexpr bool FrameHasStartTime(uint32_t frameType) {
   return true;
 }
 
+// Frame types whose groups are decoded; the groups of the others are skipped.
+inline constexpr bool FrameHasGroups(uint32_t frameType) {
+  return frameType == kNavigationFrame || frameType == kParameterFrame ||
+         frameType == kSidescanFrame || frameType == kBathymetryFrame;
+}
+
 inline constexpr double kRadiansToDegrees = 57.29577951308232;
 
 // Seconds from 1901-01-01 to 1970-01-01 (25202 days).

@@ -203,3 +203,46 @@ TEST(ElacReader, OddSizesNeverReadPastTheFrame) {
 }
 
 }  // namespace
+
+// Every group of a frame whose type has groups is counted by what became of
+// it, with the offset of each status's first group; frames of other types
+// count none. The sidescan decoder accepts any group, but one of a type it
+// does not know is still counted as such.
+TEST(ElacReader, GroupsAreCountedByWhatBecameOfThemWithTheFirstOffsetOfEach) {
+  using elac::GroupStatus;
+  const auto groupStarts = [](const Bytes& frame) {
+    std::vector<size_t> starts;
+    for (size_t at = 0; at + 4 <= frame.size(); at += 4)
+      if (elac::LoadScalar<uint32_t>(frame.data() + at, std::endian::big) == elac::kGroupStart)
+        starts.push_back(at);
+    return starts;
+  };
+  Bytes navigation = xsetest::FrameOf(std::endian::big, 1,
+                                      {xsetest::Group(11, {}, 8), xsetest::Group(99, {}, 4),
+                                       xsetest::Group(11, {}, 0), xsetest::Group(7, {}, 24)});
+  const std::vector<size_t> at = groupStarts(navigation);
+  ASSERT_EQ(at.size(), 4u);
+  navigation[at[3] + 6] = 0x10;  // the last group claims 4 KiB more than the frame holds
+  const Bytes skipped = xsetest::FrameOf(std::endian::big, 2, {xsetest::Group(99, {}, 4)});
+  const Bytes sidescan = xsetest::FrameOf(std::endian::big, 5, {xsetest::Group(42, {}, 4)});
+
+  elac::ReadStatistics statistics;
+  ElacReader reader(nullptr, 0);
+  reader.SetStatistics(&statistics);
+  for (const Bytes* frame : std::initializer_list<const Bytes*>{&navigation, &skipped, &sidescan})
+    EXPECT_TRUE(reader.DecodeFrameBytes(*frame));
+  const auto count = [&](GroupStatus status) {
+    return statistics.groupsByStatus[static_cast<size_t>(status)];
+  };
+  const auto first = [&](GroupStatus status) {
+    return statistics.firstGroupAt[static_cast<size_t>(status)];
+  };
+  EXPECT_EQ(count(GroupStatus::kDecoded), 1u);
+  EXPECT_EQ(first(GroupStatus::kDecoded), at[0]);
+  EXPECT_EQ(count(GroupStatus::kUnknownType), 2u) << "type 99, and 42 in the sidescan frame";
+  EXPECT_EQ(first(GroupStatus::kUnknownType), at[1]);
+  EXPECT_EQ(count(GroupStatus::kUnusable), 1u) << "a heading group without its heading";
+  EXPECT_EQ(first(GroupStatus::kUnusable), at[2]);
+  EXPECT_EQ(count(GroupStatus::kOverrunsFrame), 1u);
+  EXPECT_EQ(first(GroupStatus::kOverrunsFrame), at[3]);
+}
