@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <numbers>
 #include <optional>
 
 #include "tools/plot/chart.h"
@@ -114,7 +115,7 @@ TEST(TrackPlotTest, NorthThenEastLandsNorthUpAtOneScale) {
   // The axes number the frame in degrees: it holds the whole track, and its
   // edges lie as many metres apart as its pixels at the plot's scale.
   const TrackPlot::AxisEdges axes = plot.Axes();
-  const double degree = M_PI / 180, toMetres = degree * kEarthRadius;
+  const double degree = std::numbers::pi / 180, toMetres = degree * kEarthRadius;
   ASSERT_TRUE(axes.degrees);
   EXPECT_LT(axes.south * degree, kLatitude);
   EXPECT_GT(axes.north * degree, kLatitude + 200 / kEarthRadius);
