@@ -211,6 +211,17 @@ void PingObject(JsonBuilder& json, std::string_view key, const PingFacts& pings,
   json.EndObject();
 }
 
+// {"badEndMarker":{"frames":2,"firstAt":860},...}'s members, counted
+// under `countKey`.
+void ReasonMembers(JsonBuilder& json, const std::vector<ReasonFacts>& reasons,
+                   const char* countKey) {
+  for (const ReasonFacts& reason : reasons)
+    json.BeginObject(reason.key)
+        .Number(countKey, reason.count)
+        .Number("firstAt", reason.firstAt)
+        .EndObject();
+}
+
 void FrameMembers(JsonBuilder& json, const SummaryFacts& facts) {
   json.String("file", facts.path).Number("size", facts.size);
   json.BeginObject("byteOrder")
@@ -221,18 +232,10 @@ void FrameMembers(JsonBuilder& json, const SummaryFacts& facts) {
   CountMembers(json, facts.frameTypes);
   json.Number("rejected", facts.framesRejected).EndObject();
   json.Number("bytesSkipped", facts.bytesSkipped).BeginObject("rejected");
-  for (const ReasonFacts& reason : facts.rejections)
-    json.BeginObject(reason.key)
-        .Number("frames", reason.count)
-        .Number("firstAt", reason.firstAt)
-        .EndObject();
+  ReasonMembers(json, facts.rejections, "frames");
   json.EndObject();
   json.BeginObject("groups").Number("decoded", facts.groupsDecoded);
-  for (const ReasonFacts& reason : facts.groupsSkipped)
-    json.BeginObject(reason.key)
-        .Number("groups", reason.count)
-        .Number("firstAt", reason.firstAt)
-        .EndObject();
+  ReasonMembers(json, facts.groupsSkipped, "groups");
   json.EndObject();
 }
 
