@@ -1,9 +1,17 @@
 #include "platform/readahead.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace platform {
 
 ReadAhead::ReadAhead(const ReadOnlyFile& file, size_t blockSize, size_t blockCount)
-    : file_(file),
+    : ReadAhead(
+          [&file](uint64_t offset, std::span<uint8_t> into) { return file.ReadAt(offset, into); },
+          blockSize, blockCount) {}
+
+ReadAhead::ReadAhead(ReadAtFunction readAt, size_t blockSize, size_t blockCount)
+    : readAt_(std::move(readAt)),
       blockSize_(blockSize),
       blocks_(std::max<size_t>(blockCount, 2)),
       wakeBlocks_(blocks_.size() / 2) {
@@ -69,7 +77,7 @@ void ReadAhead::ReadInto(Block& block, std::unique_lock<std::mutex>& lock) {
   const uint64_t offset = block.offset;
   uint8_t* const bytes = block.bytes.get();
   lock.unlock();
-  const std::optional<size_t> count = file_.ReadAt(offset, {bytes, blockSize_});
+  const std::optional<size_t> count = readAt_(offset, {bytes, blockSize_});
   lock.lock();
   block.count = count;
   block.state = BlockState::kRead;

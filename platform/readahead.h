@@ -19,6 +19,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -32,10 +33,19 @@ namespace platform {
 
 class ReadAhead {
  public:
+  // Reads up to `into.size()` bytes at `offset`: the count read, 0 at the
+  // end, nothing on a read error (ReadOnlyFile::ReadAt's contract). Called
+  // on both threads, never at once for the same block.
+  using ReadAtFunction =
+      std::function<std::optional<size_t>(uint64_t offset, std::span<uint8_t> into)>;
+
   // Reads from `file`, which must stay open while this object lives, in
   // `blockCount` blocks of `blockSize` bytes. Throws std::bad_alloc or
   // std::system_error when it gets no memory or no thread.
   ReadAhead(const ReadOnlyFile& file, size_t blockSize, size_t blockCount);
+  // The same over any source that reads like a file, such as one that fails
+  // in mid-file.
+  ReadAhead(ReadAtFunction readAt, size_t blockSize, size_t blockCount);
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
   // Waits for a read in flight, then ends the thread.
@@ -72,7 +82,7 @@ class ReadAhead {
   // Reads a claimed block outside the lock and marks it read.
   void ReadInto(Block& block, std::unique_lock<std::mutex>& lock);
 
-  const ReadOnlyFile& file_;
+  const ReadAtFunction readAt_;
   const size_t blockSize_;
   std::vector<Block> blocks_;
   // The caller's view, changed only on the caller's thread.
