@@ -14,19 +14,22 @@ namespace {
 using xsereader::Heads;
 using xsereader::SurveyReader;
 
-// A short survey with junk before, inside and after it, and a frame cut short
-// at the end: the sources must agree on damaged data too.
-std::vector<uint8_t> DamagedSurvey() {
+// A survey of `seconds`; with `damaged`, junk before, inside and after it,
+// and a frame cut short at the end: the sources must agree on damaged data too.
+std::vector<uint8_t> Survey(double seconds, bool damaged) {
   xsetool::SurveyOptions options;
-  options.durationSeconds = 1.5;
-  options.beamsPerHead = 12;
-  options.sidescanSamplesPerSide = 30;
+  options.durationSeconds = seconds;
+  if (damaged) {
+    options.beamsPerHead = 12;
+    options.sidescanSamplesPerSide = 30;
+  }
   xsetool::SurveyGenerator generator(options);
-  std::vector<uint8_t> bytes(7, 0x5a);
+  std::vector<uint8_t> bytes(damaged ? 7 : 0, 0x5a);
   for (auto frame = generator.NextFrame(); !frame.empty(); frame = generator.NextFrame()) {
     bytes.insert(bytes.end(), frame.begin(), frame.end());
-    if (bytes.size() % 5 == 0) bytes.insert(bytes.end(), {'$', 'H', 'S', 'F', 0, 0});
+    if (damaged && bytes.size() % 5 == 0) bytes.insert(bytes.end(), {'$', 'H', 'S', 'F', 0, 0});
   }
+  if (!damaged) return bytes;
   bytes.resize(bytes.size() - 100);
   return bytes;
 }
@@ -45,7 +48,7 @@ void Pull(SurveyReader& reader, quor::ISurveyTarget& into, size_t limit = SIZE_M
 }
 
 TEST(SurveyReader, EverySourceAndEveryWayOfReadingGivesTheSameRecords) {
-  const std::vector<uint8_t> bytes = DamagedSurvey();
+  const std::vector<uint8_t> bytes = Survey(1.5, true);
   xsetest::TempDir dir;
   const std::string path = dir.Write("survey.xse", bytes);
 
@@ -84,12 +87,7 @@ TEST(SurveyReader, EverySourceAndEveryWayOfReadingGivesTheSameRecords) {
 // a survey has gone by, a second pass of it allocates nothing.
 TEST(SurveyReader, PullingAllocatesNothingOnceThePoolsHaveGrown) {
   if (!xsealloc::kCountsAllocations) GTEST_SKIP() << "the sanitizer owns operator new here";
-  xsetool::SurveyOptions options;
-  options.durationSeconds = 2;
-  xsetool::SurveyGenerator generator(options);
-  std::vector<uint8_t> survey;
-  for (auto frame = generator.NextFrame(); !frame.empty(); frame = generator.NextFrame())
-    survey.insert(survey.end(), frame.begin(), frame.end());
+  std::vector<uint8_t> survey = Survey(2, false);
   const size_t once = survey.size();
   survey.insert(survey.end(), survey.begin(), survey.begin() + static_cast<ptrdiff_t>(once));
   auto reader = SurveyReader::OpenBytes(survey, Heads::kAll);

@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -15,6 +13,7 @@
 #include "libsys/ztracelogfile.h"
 #include "platform/processinfo.h"
 #include "platform/tcpsocket.h"
+#include "support/runtool.h"
 #include "support/tempdir.h"
 
 namespace sockettest {
@@ -41,10 +40,7 @@ class SocketTest : public ::testing::Test {
       if (line.ends_with(text)) ++count;
     return count;
   }
-  std::string ErrorLog() const {
-    std::ifstream in(dir_.path() / "log" / "error", std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  }
+  std::string ErrorLog() const { return xsetest::ReadTextFile(dir_.path() / "log" / "error"); }
 
   platform::SocketHandle Keep(platform::SocketHandle socket) {
     sockets_.push_back(socket);
@@ -57,15 +53,9 @@ class SocketTest : public ::testing::Test {
     return port;
   }
 
-  // The platform layer takes paths as UTF-8.
-  static std::string Utf8(const std::filesystem::path& path) {
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
-  }
-
   std::filesystem::path savedFolder_ = std::filesystem::current_path();
   xsetest::TempDir dir_;
-  libsystest::ScopedEnvironment quorhome_{"QUORHOME", Utf8(dir_.path()).c_str()};
+  libsystest::ScopedEnvironment quorhome_{"QUORHOME", dir_.Folder().c_str()};
   std::string traceName_ = "socket." + std::to_string(platform::CurrentProcessId()) + ".log";
   libsystest::CollectedBoxes boxes_;
   std::vector<platform::SocketHandle> sockets_;
