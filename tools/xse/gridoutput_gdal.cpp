@@ -43,16 +43,6 @@ bool Georeference(GDALDataset& dataset, const soundings::GridBounds& grid, doubl
   return dataset.SetGeoTransform(transform) == CE_None && dataset.SetSpatialRef(&crs) == CE_None;
 }
 
-bool WriteBand(GDALDataset& dataset, int index, const char* name, const std::vector<float>& values,
-               size_t columns, size_t rows, bool nodata) {
-  GDALRasterBand* band = dataset.GetRasterBand(index);
-  band->SetDescription(name);
-  if (nodata) band->SetNoDataValue(static_cast<double>(std::numeric_limits<float>::quiet_NaN()));
-  return band->RasterIO(GF_Write, 0, 0, static_cast<int>(columns), static_cast<int>(rows),
-                        const_cast<float*>(values.data()), static_cast<int>(columns),
-                        static_cast<int>(rows), GDT_Float32, 0, 0) == CE_None;
-}
-
 // The touched cells grouped by the square block of the file they fall in
 // (key: block row and column), each with its place in the block.
 constexpr int kBlock = 256;
@@ -69,35 +59,60 @@ Blocks GroupByBlock(const soundings::PartialGrid& grid, const soundings::GridBou
   return blocks;
 }
 
-// One block of every band; cells without soundings are NaN in all, as in
-// the blocks never written (a GeoTIFF has one nodata value for all bands).
-bool WriteBlock(GDALDataset& dataset, const soundings::GridBounds& bounds, uint64_t key,
-                const std::vector<std::pair<uint32_t, soundings::GridCell>>& cells,
+// What the bands of a file hold: how many, the value of a cell without
+// soundings, and the values of a cell with some.
+struct BandLayout {
+  int bands;
+  float empty;
+  void (*values)(const soundings::GridCell& cell, float (&out)[soundings::kGridLayers]);
+};
+
+// One block of every band.
+bool WriteBlock(GDALDataset& dataset, const BandLayout& layout, const soundings::GridBounds& bounds,
+                uint64_t key, const std::vector<std::pair<uint32_t, soundings::GridCell>>& cells,
                 std::vector<float>& buffer) {
   constexpr size_t kArea = size_t{kBlock} * kBlock;
-  buffer.assign(kArea * soundings::kGridLayers, std::numeric_limits<float>::quiet_NaN());
+  const auto bands = static_cast<size_t>(layout.bands);
+  buffer.assign(kArea * bands, layout.empty);
   for (const auto& [at, cell] : cells) {
     float values[soundings::kGridLayers];
-    soundings::CellLayers(cell, values);
-    for (size_t layer = 0; layer < soundings::kGridLayers; ++layer)
-      buffer[layer * kArea + at] = values[layer];
+    layout.values(cell, values);
+    for (size_t band = 0; band < bands; ++band) buffer[band * kArea + at] = values[band];
   }
   const int x = static_cast<int>(key & 0xffffffffu) * kBlock,
             y = static_cast<int>(key >> 32) * kBlock;
   const int width = std::min(kBlock, static_cast<int>(bounds.columns) - x);
   const int height = std::min(kBlock, static_cast<int>(bounds.rows) - y);
-  for (int layer = 0; layer < soundings::kGridLayers; ++layer) {
-    float* values = buffer.data() + static_cast<size_t>(layer) * kArea;
-    if (dataset.GetRasterBand(layer + 1)->RasterIO(GF_Write, x, y, width, height, values, width,
-                                                   height, GDT_Float32, 0,
-                                                   kBlock * sizeof(float)) != CE_None)
+  for (int band = 0; band < layout.bands; ++band) {
+    float* values = buffer.data() + static_cast<size_t>(band) * kArea;
+    if (dataset.GetRasterBand(band + 1)->RasterIO(GF_Write, x, y, width, height, values, width,
+                                                  height, GDT_Float32, 0,
+                                                  kBlock * sizeof(float)) != CE_None)
       return false;
   }
   return true;
 }
 
-// Tiled, and only the blocks with cells written: memory and file follow
-// the area the soundings cover, not their bounding box.
+// Only the blocks with cells: memory and file follow the area the soundings
+// cover, not their bounding box; the blocks never written read as `empty`.
+bool WriteBlocks(GDALDataset& dataset, const BandLayout& layout, const soundings::PartialGrid& grid,
+                 const soundings::GridBounds& bounds) {
+  std::vector<float> buffer;
+  for (const auto& [key, cells] : GroupByBlock(grid, bounds)) {
+    if (!WriteBlock(dataset, layout, bounds, key, cells, buffer)) return false;
+  }
+  return true;
+}
+
+std::string Finish(Dataset dataset, bool ok) {
+  dataset->FlushCache();
+  if (!ok) return LastError("writing failed");
+  dataset.reset();
+  return CPLGetLastErrorType() >= CE_Failure ? LastError("writing failed") : std::string();
+}
+
+// Tiled in 256 x 256 blocks; a GeoTIFF has one nodata value for all bands:
+// NaN, in every band of a cell without soundings.
 std::string WriteGeoTiff(const std::string& path, const soundings::PartialGrid& grid, double cell,
                          soundings::UtmZone zone) {
   GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
@@ -127,45 +142,36 @@ std::string WriteGeoTiff(const std::string& path, const soundings::PartialGrid& 
     ok = band->SetNoDataValue(static_cast<double>(std::numeric_limits<float>::quiet_NaN())) ==
          CE_None;
   }
-  std::vector<float> buffer;
-  for (const auto& [key, cells] : GroupByBlock(grid, bounds)) {
-    if (!ok) break;
-    ok = WriteBlock(*dataset, bounds, key, cells, buffer);
-  }
-  dataset->FlushCache();
-  if (!ok) return LastError("writing failed");
-  dataset.reset();
-  return CPLGetLastErrorType() >= CE_Failure ? LastError("writing failed") : std::string();
+  constexpr BandLayout kLayers{soundings::kGridLayers, std::numeric_limits<float>::quiet_NaN(),
+                               soundings::CellLayers};
+  ok = ok && WriteBlocks(*dataset, kLayers, grid, bounds);
+  return Finish(std::move(dataset), ok);
 }
 
-// Elevation is up, depth down; the uncertainty is the cell's spread.
-std::string WriteBag(const std::string& path, const soundings::PartialGrid& partial, double cell,
+// Elevation is up, depth down; the uncertainty is the cell's spread. Written
+// in chunks as the GeoTIFF is, so the cells without soundings are never
+// held: they read as the format's nodata value.
+std::string WriteBag(const std::string& path, const soundings::PartialGrid& grid, double cell,
                      soundings::UtmZone zone) {
-  const soundings::DenseGrid grid = soundings::Densify(partial);
-  GDALDriver* mem = GetGDALDriverManager()->GetDriverByName("MEM");
-  GDALDriver* bag = GetGDALDriverManager()->GetDriverByName("BAG");
-  if (mem == nullptr || bag == nullptr) return "GDAL has no BAG driver";
-  Dataset source(mem->Create("", static_cast<int>(grid.columns), static_cast<int>(grid.rows), 2,
-                             GDT_Float32, nullptr));
-  if (!source) return LastError("cannot make the grid in memory");
-  std::vector<float> elevation(grid.mean);
-  for (float& value : elevation) value = -value;
+  GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("BAG");
+  if (driver == nullptr) return "GDAL has no BAG driver";
+  char* options[] = {const_cast<char*>("BLOCK_SIZE=256"), nullptr};
+  const soundings::GridBounds bounds = soundings::BoundsOf(grid);
+  Dataset dataset(driver->Create(path.c_str(), static_cast<int>(bounds.columns),
+                                 static_cast<int>(bounds.rows), 2, GDT_Float32, options));
+  if (!dataset) return LastError("cannot create the file");
   constexpr float kBagNoData = 1000000.0f;
-  std::vector<float> uncertainty(grid.deviation);
-  for (size_t i = 0; i < elevation.size(); ++i) {
-    if (!std::isfinite(elevation[i])) elevation[i] = uncertainty[i] = kBagNoData;
-  }
-  bool ok = Georeference(*source, {grid.left, grid.top, grid.columns, grid.rows}, cell, zone);
-  ok = ok && WriteBand(*source, 1, "elevation", elevation, grid.columns, grid.rows, false);
-  ok = ok && WriteBand(*source, 2, "uncertainty", uncertainty, grid.columns, grid.rows, false);
+  bool ok = Georeference(*dataset, bounds, cell, zone);
   for (int band = 1; band <= 2 && ok; ++band)
-    ok = source->GetRasterBand(band)->SetNoDataValue(kBagNoData) == CE_None;
-  if (!ok) return LastError("cannot make the grid in memory");
-  CPLErrorReset();
-  Dataset written(bag->CreateCopy(path.c_str(), source.get(), FALSE, nullptr, nullptr, nullptr));
-  if (!written) return LastError("cannot create the file");
-  written.reset();
-  return CPLGetLastErrorType() >= CE_Failure ? LastError("writing failed") : std::string();
+    ok = dataset->GetRasterBand(band)->SetNoDataValue(kBagNoData) == CE_None;
+  constexpr BandLayout kLayers{
+      2, kBagNoData, [](const soundings::GridCell& touched, float(&out)[soundings::kGridLayers]) {
+        soundings::CellLayers(touched, out);
+        out[0] = -out[0];  // mean depth
+        out[1] = out[2];   // std-dev
+      }};
+  ok = ok && WriteBlocks(*dataset, kLayers, grid, bounds);
+  return Finish(std::move(dataset), ok);
 }
 
 std::string WriteWithGdal(const std::string& path, const soundings::PartialGrid& grid,
