@@ -1,8 +1,8 @@
 """Depth grids over many XSE files, in one process or on a Dask cluster.
 
 Each file is binned in C++ (xsereader.grid_cells) into the cells of a UTM
-zone it touched; partial grids are combined pairwise, in a tree on a
-cluster, so no process holds more than a grid. Cells are aligned to
+zone it touched; partial grids are combined pairwise in a tree, two of
+as many files each, so a cell is combined about log2(files) times. Cells are aligned to
 multiples of the cell size and depth sums are integers (tenths of a
 millimetre): any order of combination gives the same cells, equal to
 those of `xse grid` on the same files.
@@ -157,7 +157,7 @@ class Grid:
 
 def grid_files(paths, cell, zone=None, client=None, head="all"):
     """The grid of all files: in this process, or with a dask.distributed
-    client one task per file, partial grids combined two at a time. zone is
+    client one task per file, partial grids combined in a tree. zone is
     '32N' or '33S'; by default that of the first file's first fix."""
     if not cell > 0:
         raise ValueError("cell must be above 0")
@@ -167,42 +167,69 @@ def grid_files(paths, cell, zone=None, client=None, head="all"):
         zone = zone_of_file(paths[0])
     parse_zone(zone)
     if client is None:
-        partial = PartialGrid.empty()
-        for path in paths:
-            partial = combine(partial, partial_grid(path, cell, zone, head))
-        return Grid(partial, cell, zone)
+        return Grid(_fold(partial_grid(path, cell, zone, head) for path in paths), cell, zone)
     return Grid(_on_cluster(client, paths, cell, zone, head), cell, zone)
 
 
+def _fold(partials):
+    """Combines partial grids as a binary counter adds: only grids of as many
+    files each are combined, so a cell is combined about log2(files) times,
+    not once per file (a running total of far-apart surveys grows with every
+    file and each combination sorts all of it). At most one grid per power
+    of two is held."""
+    held = []  # (files, grid), files decreasing
+    for partial in partials:
+        files = 1
+        while held and held[-1][0] == files:
+            other_files, other = held.pop()
+            partial, files = combine(other, partial), files + other_files
+        held.append((files, partial))
+    total = PartialGrid.empty()
+    for _, partial in reversed(held):
+        total = combine(total, partial)
+    return total
+
+
 def _on_cluster(client, paths, cell, zone, head):
-    """Partial grids combined two at a time as they finish, with only a few
-    files in flight per worker: memory stays flat however many files."""
+    """Partial grids combined as they finish, two of as many files each (see
+    _fold), with only a few files in flight per worker: memory stays flat
+    however many files."""
     from dask.distributed import as_completed
 
     window = 2 * max(1, len(client.scheduler_info()["workers"]))
     todo = iter(paths)
-    leaves = set()
+    files_in = {}  # future's key -> how many files its grid holds
+
+    def submit(function, *args, files):
+        future = client.submit(function, *args, pure=False)
+        files_in[future.key] = files
+        running.add(future)
 
     def submit_next():
         path = next(todo, None)
         if path is not None:
-            future = client.submit(partial_grid, path, cell, zone, head, pure=False)
-            leaves.add(future.key)
-            running.add(future)
+            submit(partial_grid, path, cell, zone, head, files=1)
 
     running = as_completed()
     for _ in range(window):
         submit_next()
-    waiting = None
-    for future in running:
-        if future.key in leaves:
-            submit_next()
-        if waiting is None:
-            waiting = future
-        else:
-            running.add(client.submit(combine, waiting, future))
-            waiting = None
-    return waiting.result() if waiting is not None else PartialGrid.empty()
+    waiting = {}  # files -> a finished grid of that many files
+    while True:
+        for future in running:
+            files = files_in.pop(future.key)
+            if files == 1:
+                submit_next()
+            if files in waiting:
+                submit(combine, waiting.pop(files), future, files=2 * files)
+            else:
+                waiting[files] = future
+        if len(waiting) <= 1:
+            break
+        # Every file is in: the rest, smallest first.
+        smaller, larger = sorted(waiting)[:2]
+        running = as_completed()
+        submit(combine, waiting.pop(smaller), waiting.pop(larger), files=smaller + larger)
+    return next(iter(waiting.values())).result() if waiting else PartialGrid.empty()
 
 
 def main(argv=None):
