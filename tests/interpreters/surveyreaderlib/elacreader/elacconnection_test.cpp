@@ -259,15 +259,4 @@ TEST_F(ElacConnectionTest, AFailedBufferGrowthEndsTheRunWithItsReason) {
             1u);
 }
 
-TEST(ElacConnectionAloneTest, OpenWithoutConnectFailsCleanly) {
-  ElacConnection connection;
-  EXPECT_FALSE(connection.Open(""));
-  EXPECT_TRUE(connection.Failed());
-  int32_t processed = -1;
-  EXPECT_FALSE(connection.receiveData(processed, 0));
-  EXPECT_EQ(processed, 0);
-  EXPECT_FALSE(connection.IsOpen());
-  EXPECT_EQ(connection.GetSize(), 0u);
-}
-
 }  // namespace

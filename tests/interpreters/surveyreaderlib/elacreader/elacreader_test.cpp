@@ -231,18 +231,17 @@ TEST(ElacReader, GroupsAreCountedByWhatBecameOfThemWithTheFirstOffsetOfEach) {
   reader.SetStatistics(&statistics);
   for (const Bytes* frame : std::initializer_list<const Bytes*>{&navigation, &skipped, &sidescan})
     EXPECT_TRUE(reader.DecodeFrameBytes(*frame));
-  const auto count = [&](GroupStatus status) {
-    return statistics.groupsByStatus[static_cast<size_t>(status)];
-  };
-  const auto first = [&](GroupStatus status) {
-    return statistics.firstGroupAt[static_cast<size_t>(status)];
-  };
-  EXPECT_EQ(count(GroupStatus::kDecoded), 1u);
-  EXPECT_EQ(first(GroupStatus::kDecoded), at[0]);
-  EXPECT_EQ(count(GroupStatus::kUnknownType), 2u) << "type 99, and 42 in the sidescan frame";
-  EXPECT_EQ(first(GroupStatus::kUnknownType), at[1]);
-  EXPECT_EQ(count(GroupStatus::kUnusable), 1u) << "a heading group without its heading";
-  EXPECT_EQ(first(GroupStatus::kUnusable), at[2]);
-  EXPECT_EQ(count(GroupStatus::kOverrunsFrame), 1u);
-  EXPECT_EQ(first(GroupStatus::kOverrunsFrame), at[3]);
+  // Status, groups, offset of the first: the unknown types are 99 and the
+  // sidescan frame's 42; the unusable one is a heading group without its
+  // heading.
+  const std::tuple<GroupStatus, uint64_t, size_t> kExpected[] = {
+      {GroupStatus::kDecoded, 1, at[0]},
+      {GroupStatus::kUnknownType, 2, at[1]},
+      {GroupStatus::kUnusable, 1, at[2]},
+      {GroupStatus::kOverrunsFrame, 1, at[3]}};
+  for (const auto& [status, count, first] : kExpected) {
+    const auto slot = static_cast<size_t>(status);
+    EXPECT_EQ(statistics.groupsByStatus[slot], count) << slot;
+    EXPECT_EQ(statistics.firstGroupAt[slot], first) << slot;
+  }
 }
