@@ -7,8 +7,11 @@
 
 #include <cctype>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/windows/widestring.h"
@@ -33,56 +36,41 @@ class ResourceReader {
   template <typename T>
   T Take() {
     T value{};
-    if (at_ + sizeof value > end_) throw std::out_of_range("past the resource's end");
-    std::memcpy(&value, at_, sizeof value);
-    at_ += sizeof value;
+    Copy(&value, sizeof value);
     return value;
   }
+  void Skip(size_t bytes) { Copy(nullptr, bytes); }
+  // A name or a number: 0xFFFF and the number, else a text.
   std::string Text() {
     std::wstring text;
-    for (wchar_t c = Take<wchar_t>(); c != L'\0'; c = Take<wchar_t>()) text += c;
+    for (wchar_t c = Take<wchar_t>(); c != L'\0'; c = Take<wchar_t>()) {
+      if (c == 0xFFFF && text.empty()) return "#" + std::to_string(Take<uint16_t>());
+      text += c;
+    }
     return platform::NarrowToUtf8(text);
   }
-  // A name or a number: 0xFFFF and the number, else a text.
-  std::string NameOrNumber() {
-    if (Peek() == 0xFFFF) {
-      Take<uint16_t>();
-      return "#" + std::to_string(Take<uint16_t>());
-    }
-    return Text();
-  }
-  void AlignToDword() {
-    while ((at_ - begin_) % 4 != 0) ++at_;
-  }
+  void AlignToDword() { Skip((4 - static_cast<size_t>(at_ - begin_) % 4) % 4); }
 
  private:
-  uint16_t Peek() {
-    const uint8_t* at = at_;
-    const auto value = Take<uint16_t>();
-    at_ = at;
-    return value;
+  void Copy(void* to, size_t bytes) {
+    if (bytes > static_cast<size_t>(end_ - at_)) throw std::out_of_range("past the resource's end");
+    if (to != nullptr) std::memcpy(to, at_, bytes);
+    at_ += bytes;
   }
   const uint8_t* begin_;
   const uint8_t* at_;
   const uint8_t* end_;
 };
 
-struct ResourceControl {
-  uint32_t style = 0;
-  int16_t x = 0, y = 0, width = 0, height = 0;
-  int32_t id = 0;
-  std::string className;  // upper case: "BUTTON", "EDIT", "STATIC", ...
-  std::string text;
-};
+// Fields joined by blanks, texts in quotes: one line per dialog or control.
+template <typename... Fields>
+std::string Line(const Fields&... fields) {
+  std::ostringstream line;
+  ((line << fields << ' '), ...);
+  return line.str();
+}
 
-struct ResourceDialog {
-  uint32_t style = 0;
-  int16_t width = 0, height = 0;
-  std::string caption;
-  uint16_t pointSize = 0;
-  std::string fontName;
-  std::vector<ResourceControl> controls;
-};
+std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 // A control's class, given by name (as windres writes it) or as one of the
 // system's class numbers, in upper case.
@@ -94,59 +82,46 @@ std::string ClassName(std::string given) {
   return given;
 }
 
-// An extended dialog template (DLGTEMPLATEEX and its DLGITEMTEMPLATEEX).
-ResourceDialog ReadDialog(const uint8_t* data, size_t size) {
+// An extended dialog template (DLGTEMPLATEEX and its DLGITEMTEMPLATEEX):
+// the dialog's line, then its controls' lines.
+std::vector<std::string> ReadDialog(const uint8_t* data, size_t size) {
   ResourceReader in(data, size);
-  ResourceDialog dialog;
   EXPECT_EQ(in.Take<uint16_t>(), 1);       // version
   EXPECT_EQ(in.Take<uint16_t>(), 0xFFFF);  // the extended template's signature
-  in.Take<uint32_t>();                     // help id
-  in.Take<uint32_t>();                     // extended style
-  dialog.style = in.Take<uint32_t>();
+  in.Skip(8);                              // help id, extended style
+  // A property page: a child window with a caption for its tab.
+  const auto style = in.Take<uint32_t>();
+  EXPECT_EQ(style & (WS_CHILD | WS_CAPTION | DS_SETFONT),
+            static_cast<uint32_t>(WS_CHILD | WS_CAPTION | DS_SETFONT));
   const uint16_t count = in.Take<uint16_t>();
-  in.Take<int16_t>();
-  in.Take<int16_t>();
-  dialog.width = in.Take<int16_t>();
-  dialog.height = in.Take<int16_t>();
-  in.NameOrNumber();  // menu
-  in.NameOrNumber();  // window class
-  dialog.caption = in.Text();
-  if ((dialog.style & DS_SETFONT) != 0) {
-    dialog.pointSize = in.Take<uint16_t>();
-    in.Take<uint16_t>();  // weight
-    in.Take<uint8_t>();   // italic
-    in.Take<uint8_t>();   // character set
-    dialog.fontName = in.Text();
-  }
+  in.Skip(4);  // x, y
+  const auto width = in.Take<int16_t>(), height = in.Take<int16_t>();
+  in.Text();  // menu
+  in.Text();  // window class
+  const std::string caption = in.Text();
+  const auto points = in.Take<uint16_t>();
+  in.Skip(4);  // weight, italic, character set
+  std::vector<std::string> lines = {
+      Line(Quoted(caption), Quoted(in.Text()), points, width, height)};
   for (uint16_t i = 0; i < count; ++i) {
     in.AlignToDword();
-    ResourceControl control;
-    in.Take<uint32_t>();  // help id
-    in.Take<uint32_t>();  // extended style
-    control.style = in.Take<uint32_t>();
-    control.x = in.Take<int16_t>();
-    control.y = in.Take<int16_t>();
-    control.width = in.Take<int16_t>();
-    control.height = in.Take<int16_t>();
-    control.id = static_cast<int32_t>(in.Take<uint32_t>());
-    control.className = ClassName(in.NameOrNumber());
-    control.text = in.NameOrNumber();
-    const uint16_t extra = in.Take<uint16_t>();
-    for (uint16_t b = 0; b < extra; ++b) in.Take<uint8_t>();
-    dialog.controls.push_back(control);
+    in.Skip(8);  // help id, extended style
+    const auto controlStyle = in.Take<uint32_t>();
+    const auto x = in.Take<int16_t>(), y = in.Take<int16_t>(), w = in.Take<int16_t>(),
+               h = in.Take<int16_t>();
+    const auto id = static_cast<int32_t>(in.Take<uint32_t>());
+    const std::string className = ClassName(in.Text());
+    const std::string text = in.Text();
+    in.Skip(in.Take<uint16_t>());  // creation data
+    lines.push_back(Line(id, Quoted(text), x, y, w, h, className, controlStyle));
   }
-  return dialog;
+  return lines;
 }
 
 // What the framework's control becomes in a Windows dialog: its class, and
 // its style as the resource compiler writes it (a label is an LTEXT, which
 // also ends a group).
-struct WindowsControl {
-  std::string className;
-  uint32_t style;
-};
-
-WindowsControl Expected(const platform::DialogControl& control) {
+std::pair<std::string, uint32_t> WindowsControl(const platform::DialogControl& control) {
   uint32_t style = WS_CHILD | WS_VISIBLE;
   if ((control.style & platform::kStyleGroupStart) != 0) style |= WS_GROUP;
   if ((control.style & platform::kStyleTabStop) != 0) style |= WS_TABSTOP;
@@ -165,6 +140,17 @@ WindowsControl Expected(const platform::DialogControl& control) {
       return {"EDIT", style | ES_LEFT};
   }
   return {};
+}
+
+// The framework's dialog in the lines ReadDialog gives.
+std::vector<std::string> Expected(const platform::DialogTemplate& dialog) {
+  std::vector<std::string> lines = {Line(Quoted(dialog.caption), Quoted(dialog.fontName),
+                                         dialog.pointSize, dialog.width, dialog.height)};
+  for (const platform::DialogControl& c : dialog.controls) {
+    const auto [className, style] = WindowsControl(c);
+    lines.push_back(Line(c.id, Quoted(c.text), c.x, c.y, c.width, c.height, className, style));
+  }
+  return lines;
 }
 
 class XseReaderResourcesTest : public ::testing::Test {
@@ -192,31 +178,7 @@ TEST_F(XseReaderResourcesTest, DialogsInTheModuleAreTheFrameworksTemplates) {
     HRSRC found = ::FindResourceW(module_, ResourceId(expected.id), ResourceId(5));  // RT_DIALOG
     ASSERT_NE(found, nullptr);
     const auto* data = static_cast<const uint8_t*>(::LockResource(::LoadResource(module_, found)));
-    const ResourceDialog dialog = ReadDialog(data, ::SizeofResource(module_, found));
-
-    // A property page: a child window with a caption for its tab.
-    EXPECT_EQ(dialog.style & (WS_CHILD | WS_CAPTION | DS_SETFONT),
-              static_cast<uint32_t>(WS_CHILD | WS_CAPTION | DS_SETFONT));
-    EXPECT_EQ(dialog.caption, expected.caption);
-    EXPECT_EQ(dialog.fontName, expected.fontName);
-    EXPECT_EQ(dialog.pointSize, expected.pointSize);
-    EXPECT_EQ(dialog.width, expected.width);
-    EXPECT_EQ(dialog.height, expected.height);
-    ASSERT_EQ(dialog.controls.size(), expected.controls.size());
-    for (size_t i = 0; i < dialog.controls.size(); ++i) {
-      const ResourceControl& control = dialog.controls[i];
-      const platform::DialogControl& want = expected.controls[i];
-      SCOPED_TRACE(want.text);
-      EXPECT_EQ(control.id, want.id);
-      EXPECT_EQ(control.text, want.text);
-      EXPECT_EQ(control.x, want.x);
-      EXPECT_EQ(control.y, want.y);
-      EXPECT_EQ(control.width, want.width);
-      EXPECT_EQ(control.height, want.height);
-      const WindowsControl windows = Expected(want);
-      EXPECT_EQ(control.className, windows.className);
-      EXPECT_EQ(control.style, windows.style) << std::hex << control.style;
-    }
+    EXPECT_EQ(ReadDialog(data, ::SizeofResource(module_, found)), Expected(expected));
   }
 }
 
