@@ -210,18 +210,11 @@ TEST(ElacReader, OddSizesNeverReadPastTheFrame) {
 // does not know is still counted as such.
 TEST(ElacReader, GroupsAreCountedByWhatBecameOfThemWithTheFirstOffsetOfEach) {
   using elac::GroupStatus;
-  const auto groupStarts = [](const Bytes& frame) {
-    std::vector<size_t> starts;
-    for (size_t at = 0; at + 4 <= frame.size(); at += 4)
-      if (elac::LoadScalar<uint32_t>(frame.data() + at, std::endian::big) == elac::kGroupStart)
-        starts.push_back(at);
-    return starts;
-  };
   Bytes navigation = xsetest::FrameOf(std::endian::big, 1,
                                       {xsetest::Group(11, {}, 8), xsetest::Group(99, {}, 4),
                                        xsetest::Group(11, {}, 0), xsetest::Group(7, {}, 24)});
-  const std::vector<size_t> at = groupStarts(navigation);
-  ASSERT_EQ(at.size(), 4u);
+  // Groups of 24, 20, 16 and 40 bytes behind the 24-byte frame header.
+  const size_t at[] = {24, 48, 68, 84};
   navigation[at[3] + 6] = 0x10;  // the last group claims 4 KiB more than the frame holds
   const Bytes skipped = xsetest::FrameOf(std::endian::big, 2, {xsetest::Group(99, {}, 4)});
   const Bytes sidescan = xsetest::FrameOf(std::endian::big, 5, {xsetest::Group(42, {}, 4)});
