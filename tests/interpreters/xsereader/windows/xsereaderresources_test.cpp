@@ -166,16 +166,13 @@ class XseReaderResourcesTest : public ::testing::Test {
   HMODULE module_ = nullptr;
 };
 
-LPCWSTR ResourceId(int32_t id) {
-  return reinterpret_cast<LPCWSTR>(static_cast<ULONG_PTR>(static_cast<uint16_t>(id)));
-}
-
 TEST_F(XseReaderResourcesTest, DialogsInTheModuleAreTheFrameworksTemplates) {
   const auto& dialogs = xsereader::ModuleResources().dialogs;
   ASSERT_FALSE(dialogs.empty());
   for (const platform::DialogTemplate& expected : dialogs) {
     SCOPED_TRACE(expected.id);
-    HRSRC found = ::FindResourceW(module_, ResourceId(expected.id), ResourceId(5));  // RT_DIALOG
+    HRSRC found =
+        ::FindResourceW(module_, MAKEINTRESOURCEW(expected.id), MAKEINTRESOURCEW(5));  // RT_DIALOG
     ASSERT_NE(found, nullptr);
     const auto* data = static_cast<const uint8_t*>(::LockResource(::LoadResource(module_, found)));
     EXPECT_EQ(ReadDialog(data, ::SizeofResource(module_, found)), Expected(expected));
