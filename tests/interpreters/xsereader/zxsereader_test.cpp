@@ -140,12 +140,11 @@ TEST(ZXSEReaderTest, ConvertTimeGivesMillisecondsSinceTheStartTime) {
   }
 }
 
-// One navigation frame after `junk` bytes, its end marker damaged if asked.
-std::vector<uint8_t> Frame(size_t junk = 0, bool damagedEnd = false) {
+// One navigation frame after `junk` bytes.
+std::vector<uint8_t> Frame(size_t junk = 0) {
   std::vector<uint8_t> bytes(junk, 'z');
   const std::vector<uint8_t> frame = xsetest::PositionFrames(1);
   bytes.insert(bytes.end(), frame.begin(), frame.end());
-  if (damagedEnd) bytes.back() ^= 0xFF;
   return bytes;
 }
 
@@ -164,17 +163,10 @@ TEST(ZXSEReaderTest, MultipleRunSkipsFilesThatDoNotOpen) {
   EXPECT_TRUE(run.reader.fileList.empty());
 }
 
-// "$HSF", a big-endian size and zeros: 108 bytes in all.
-std::vector<uint8_t> Lying(uint32_t size) {
-  std::vector<uint8_t> bytes = {'$', 'H', 'S', 'F'};
-  for (int shift = 24; shift >= 0; shift -= 8) bytes.push_back(static_cast<uint8_t>(size >> shift));
-  bytes.resize(108, 0);
-  return bytes;
-}
-
-// Empty files, frames whose end marker stands behind the file's end, the
-// extension switch, files that do not open (missing, a folder, a FIFO) and a
-// first frame too large for the decoder to follow are pinned through `xse check`.
+// Empty files, frames whose end marker stands behind the file's end or is
+// damaged, the extension switch, files that do not open (missing, a folder,
+// a FIFO), a first frame too large for the decoder to follow and junk that
+// is not a multiple of four are pinned through `xse check`.
 TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
   const struct {
     const char* name;  // in the test folder
@@ -184,10 +176,7 @@ TEST(ZXSEReaderTest, CanReadFileAnswersFromTheExtensionAndTheFirstFrame) {
   } cases[] = {
       {"survey.xse.bak", Frame(), 1, 0},
       {"junk8.xse", Frame(8), 0, 1},
-      {"badend.xse", Frame(0, true), 1, 1},
       {"text.xse", std::vector<uint8_t>(100, 'a'), 0, 0},
-      {"long.xse", Lying(1 << 20), 0, 0},
-      {"fits.xse", Lying(96), 0, 1},  // its end marker is the last word: damaged, yet a frame
   };
   xsetest::TempDir dir;
   for (const auto& c : cases) {

@@ -15,7 +15,8 @@ using xsetest::HeadingFrame;
 
 // Each step reports the bytes it consumed: junk counts in the first, and
 // each stops on its frame's end marker, which the next consumes. The call
-// that meets the end reports a negative count, later ones 0.
+// that meets the end reports a negative count, later ones 0. The texts of
+// other failed opens are pinned through the library and the tools.
 TEST(ElacFile, StepsReportWhatTheyConsumedAndOpenFailsWithAReason) {
   xsetest::TempDir dir;
   xsetest::RecordingTarget target;
@@ -23,8 +24,6 @@ TEST(ElacFile, StepsReportWhatTheyConsumedAndOpenFailsWithAReason) {
   EXPECT_FALSE(file.Open(dir.File("missing.xse").c_str()));
   EXPECT_FALSE(file.IsOpen());
   EXPECT_EQ(file.openError(), "No such file or directory");
-  EXPECT_FALSE(file.Open(dir.Folder().c_str()));
-  EXPECT_EQ(file.openError(), "not a regular file");
   const auto first = HeadingFrame(std::endian::big),
              second = HeadingFrame(std::endian::little, 0, 5);
   const auto path = dir.Write("two.xse", xsetest::Concat({Bytes(12, 0), first, second}));
