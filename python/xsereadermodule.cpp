@@ -322,14 +322,38 @@ py::array Soundings(const py::object& pathObject, const std::string& head) {
                {count});
 }
 
-// grid_cells(): one file's soundings binned into UTM cells, as arrays.
-template <typename T, typename Get>
-py::array_t<T> CellColumn(const soundings::PartialGrid& grid, Get get) {
-  py::array_t<T> column(static_cast<py::ssize_t>(grid.cellCount()));
-  T* out = column.mutable_data();
-  grid.ForEachCell(
-      [&](int32_t c, int32_t r, const soundings::GridCell& cell) { *out++ = get(c, r, cell); });
-  return column;
+// grid_cells(): one file's soundings binned into UTM cells, as arrays, all
+// filled in one pass over the tiles (most of a tile may be untouched).
+py::dict CellsDict(const soundings::PartialGrid& grid) {
+  const auto size = static_cast<py::ssize_t>(grid.cellCount());
+  py::array_t<int64_t> columns(size), rows(size), sums(size), counts(size);
+  py::array_t<double> squares(size);
+  py::array_t<float> minimum(size), maximum(size);
+  struct {
+    int64_t *column, *row, *sum, *count;
+    double* square;
+    float *minimum, *maximum;
+  } out{columns.mutable_data(), rows.mutable_data(),    sums.mutable_data(),
+        counts.mutable_data(),  squares.mutable_data(), minimum.mutable_data(),
+        maximum.mutable_data()};
+  grid.ForEachCell([&out](int32_t column, int32_t row, const soundings::GridCell& cell) {
+    *out.column++ = column;
+    *out.row++ = row;
+    *out.sum++ = cell.depthSum;
+    *out.count++ = cell.count;
+    *out.square++ = cell.squareSum;
+    *out.minimum++ = cell.minimum;
+    *out.maximum++ = cell.maximum;
+  });
+  py::dict cells;
+  cells["columns"] = columns;
+  cells["rows"] = rows;
+  cells["sums"] = sums;
+  cells["counts"] = counts;
+  cells["squares"] = squares;
+  cells["minimum"] = minimum;
+  cells["maximum"] = maximum;
+  return cells;
 }
 
 py::dict GridCells(const py::object& pathObject, double cell, int zoneNumber, bool south,
@@ -346,21 +370,41 @@ py::dict GridCells(const py::object& pathObject, double cell, int zoneNumber, bo
     reader->ReadAll(target);
     target.Finish();
   }
-  using Cell = soundings::GridCell;
-  py::dict cells;
-  cells["columns"] = CellColumn<int64_t>(grid, [](int32_t c, int32_t, const Cell&) { return c; });
-  cells["rows"] = CellColumn<int64_t>(grid, [](int32_t, int32_t r, const Cell&) { return r; });
-  cells["sums"] =
-      CellColumn<int64_t>(grid, [](int32_t, int32_t, const Cell& c) { return c.depthSum; });
-  cells["counts"] =
-      CellColumn<int64_t>(grid, [](int32_t, int32_t, const Cell& c) { return c.count; });
-  cells["squares"] =
-      CellColumn<double>(grid, [](int32_t, int32_t, const Cell& c) { return c.squareSum; });
-  cells["minimum"] =
-      CellColumn<float>(grid, [](int32_t, int32_t, const Cell& c) { return c.minimum; });
-  cells["maximum"] =
-      CellColumn<float>(grid, [](int32_t, int32_t, const Cell& c) { return c.maximum; });
-  return cells;
+  return CellsDict(grid);
+}
+
+// combine_cells(): two partial grids' cells as one, exact in sums, counts,
+// minima and maxima; binned again into tiles rather than sorted, so the
+// work follows the cells, whatever their order.
+void AddCells(const py::dict& cells, soundings::PartialGrid& grid) {
+  const auto column = [&cells](const char* name) { return cells[name]; };
+  const auto columns = column("columns").cast<py::array_t<int64_t, py::array::c_style>>();
+  const auto rows = column("rows").cast<py::array_t<int64_t, py::array::c_style>>();
+  const auto sums = column("sums").cast<py::array_t<int64_t, py::array::c_style>>();
+  const auto counts = column("counts").cast<py::array_t<int64_t, py::array::c_style>>();
+  const auto squares = column("squares").cast<py::array_t<double, py::array::c_style>>();
+  const auto minimum = column("minimum").cast<py::array_t<float, py::array::c_style>>();
+  const auto maximum = column("maximum").cast<py::array_t<float, py::array::c_style>>();
+  const py::ssize_t size = columns.size();
+  for (const py::ssize_t other :
+       {rows.size(), sums.size(), counts.size(), squares.size(), minimum.size(), maximum.size()}) {
+    if (other != size) throw py::value_error("cell arrays of different lengths");
+  }
+  const auto fits = [](int64_t index) { return index >= INT32_MIN && index <= INT32_MAX; };
+  for (py::ssize_t i = 0; i < size; ++i) {
+    if (!fits(columns.data()[i]) || !fits(rows.data()[i]))
+      throw py::value_error("cell column or row out of range");
+    grid.AddCell(static_cast<int32_t>(columns.data()[i]), static_cast<int32_t>(rows.data()[i]),
+                 {sums.data()[i], counts.data()[i], squares.data()[i], minimum.data()[i],
+                  maximum.data()[i]});
+  }
+}
+
+py::dict CombineCells(const py::dict& first, const py::dict& second) {
+  soundings::PartialGrid grid;
+  AddCells(first, grid);
+  AddCells(second, grid);
+  return CellsDict(grid);
 }
 
 // records(): an iterator over one file's records of the wanted kinds.
@@ -436,6 +480,11 @@ easting and northing divided by the cell, rounded down), sums (int64, depth
 sums in tenths of a millimetre), counts (int64), squares (float64, sums of
 squared depths), minimum and maximum (float32). xsereader.grid combines
 them; `xse grid` bins alike. Raises as read() does.)");
+
+  module.def("combine_cells", &CombineCells, py::arg("first"), py::arg("second"),
+             R"(The cells of two dicts as grid_cells() returns them, combined into one
+such dict: sums, counts and squares added, minima and maxima kept, per
+column and row. Raises ValueError for arrays of different lengths.)");
 
   py::class_<RecordIterator>(module, "RecordIterator")
       .def("__iter__", [](RecordIterator& self) -> RecordIterator& { return self; })

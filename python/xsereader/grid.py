@@ -57,21 +57,7 @@ class PartialGrid:
 
 def combine(a, b):
     """The partial grid of both; exact in sums, counts, minima and maxima."""
-    joined = {f: np.concatenate((a.cells[f], b.cells[f])) for f in _FIELDS}
-    if len(joined["columns"]) == 0:
-        return PartialGrid(joined)
-    order = np.lexsort((joined["columns"], joined["rows"]))
-    joined = {f: v[order] for f, v in joined.items()}
-    columns, rows = joined["columns"], joined["rows"]
-    starts = np.flatnonzero(
-        np.concatenate(([True], (columns[1:] != columns[:-1]) | (rows[1:] != rows[:-1])))
-    )
-    out = {"columns": columns[starts], "rows": rows[starts]}
-    for field in ("sums", "counts", "squares"):
-        out[field] = np.add.reduceat(joined[field], starts)
-    out["minimum"] = np.minimum.reduceat(joined["minimum"], starts)
-    out["maximum"] = np.maximum.reduceat(joined["maximum"], starts)
-    return PartialGrid(out)
+    return PartialGrid(_xsereader.combine_cells(a.cells, b.cells))
 
 
 def _has_xse_data(path):
