@@ -155,3 +155,6 @@ def test_grid_cells_rejects_what_it_cannot_bin(surveys):
         xsereader.grid_cells(surveys[0], 5.0, 61)
     with pytest.raises(ValueError):
         xgrid.parse_zone("32X")
+    cells = xsereader.grid_cells(surveys[0], 5.0, 32)
+    with pytest.raises(ValueError, match="cell arrays of different lengths"):
+        xsereader.combine_cells(cells, {**cells, "rows": cells["rows"][1:]})
