@@ -48,7 +48,9 @@ def timed_grid(paths, workers, cell, zone, core_each=False):
         # Workers up, with the module loaded, before the clock starts: a
         # worker's start-up is paid once, not per sounding.
         for index, worker in enumerate(sorted(client.scheduler_info()["workers"])):
-            cores = {index % os.cpu_count()} if core_each else None
+            # From the last core down: the first carries the client and most
+            # interrupts, which would slow a lone worker and flatter the ratio.
+            cores = {os.cpu_count() - 1 - index % os.cpu_count()} if core_each else None
             client.run(_load_module, cores, workers=[worker])
         start = time.perf_counter()
         grid = xgrid.grid_files(paths, cell, zone, client)

@@ -28,9 +28,9 @@ bool FileStreamBuf::Open(const std::string& path) {
   readAhead_.reset();
   sequentialFills_ = 0;
   if (!file_.Open(path)) return false;
-  if (!buffer_) buffer_ = std::make_unique<char[]>(bufferSize_);
+  if (!buffer_) buffer_ = AllocatePageAligned(bufferSize_);
   bufferStart_ = 0;
-  setg(buffer_.get(), buffer_.get(), buffer_.get());
+  setg(base(), base(), base());
   return true;
 }
 
@@ -52,7 +52,7 @@ void FileStreamBuf::Reposition(uint64_t position) {
     setg(eback(), eback() + (position - bufferStart_), egptr());
   } else {
     bufferStart_ = position;
-    setg(buffer_.get(), buffer_.get(), buffer_.get());
+    setg(base(), base(), base());
   }
 }
 
@@ -78,15 +78,14 @@ size_t FileStreamBuf::Fill(uint64_t position) {
       readAhead_->Stop();  // a seek: what it read is not wanted
     }
   }
-  const std::optional<size_t> count =
-      file_.ReadAt(position, {reinterpret_cast<uint8_t*>(buffer_.get()), bufferSize_});
+  const std::optional<size_t> count = file_.ReadAt(position, {buffer_.get(), bufferSize_});
   bufferStart_ = position;
   if (!count || *count == 0) {
-    setg(buffer_.get(), buffer_.get(), buffer_.get());
+    setg(base(), base(), base());
     sequentialFills_ = 0;
     return 0;
   }
-  setg(buffer_.get(), buffer_.get(), buffer_.get() + *count);
+  setg(base(), base(), base() + *count);
   ReadNextAhead(position, *count);
   return *count;
 }
@@ -131,7 +130,7 @@ std::streamsize FileStreamBuf::xsgetn(char_type* into, std::streamsize count) {
       if (!read || *read == 0) break;
       done += static_cast<std::streamsize>(*read);
       bufferStart_ = position + *read;
-      setg(buffer_.get(), buffer_.get(), buffer_.get());
+      setg(base(), base(), base());
       continue;
     }
     if (traits_type::eq_int_type(underflow(), traits_type::eof())) break;

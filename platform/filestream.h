@@ -19,6 +19,7 @@
 #include <string>
 
 #include "platform/file.h"
+#include "platform/pagealigned.h"
 #include "platform/readahead.h"
 
 namespace platform {
@@ -51,8 +52,11 @@ class FileStreamBuf final : public std::streambuf {
   // bytes), once reading has gone on sequentially.
   void ReadNextAhead(uint64_t position, size_t count);
 
+  // The buffer as the stream's characters.
+  char* base() const { return reinterpret_cast<char*>(buffer_.get()); }
+
   ReadOnlyFile file_;
-  std::unique_ptr<char[]> buffer_;
+  PageAlignedBytes buffer_;
   size_t bufferSize_;
   uint64_t bufferStart_ = 0;    // file offset of the buffer's first byte
   uint64_t sequentialEnd_ = 0;  // where the last fill ended

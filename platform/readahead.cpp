@@ -15,7 +15,7 @@ ReadAhead::ReadAhead(ReadAtFunction readAt, size_t blockSize, size_t blockCount)
       blockSize_(blockSize),
       blocks_(std::max<size_t>(blockCount, 2)),
       wakeBlocks_(blocks_.size() / 2) {
-  for (Block& block : blocks_) block.bytes = std::make_unique<uint8_t[]>(blockSize_);
+  for (Block& block : blocks_) block.bytes = AllocatePageAligned(blockSize_);
   ended_ = true;  // nothing to read before Start
   thread_ = std::thread([this] { Work(); });
 }

@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "platform/file.h"
+#include "platform/pagealigned.h"
 
 namespace platform {
 
@@ -67,7 +68,7 @@ class ReadAhead {
  private:
   enum class BlockState { kFree, kReading, kRead };
   struct Block {
-    std::unique_ptr<uint8_t[]> bytes;
+    PageAlignedBytes bytes;
     BlockState state = BlockState::kFree;
     uint64_t offset = 0;
     std::optional<size_t> count;
