@@ -4,18 +4,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <tuple>
 
 #include "support/tempdir.h"
 
 namespace {
-
-std::string ReadWholeFile(const std::string& path) {
-  std::ifstream in(xsetest::Utf8Path(path), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 class PrivateProfileTest : public ::testing::Test {
  protected:
@@ -112,7 +106,7 @@ TEST_F(PrivateProfileTest, RefusesWritesThatWouldNotReadBack) {
   for (const auto& [section, key, value] : kRefused) {
     EXPECT_FALSE(platform::WriteProfileString(path_, section, key, value)) << section << "/" << key;
   }
-  EXPECT_EQ(ReadWholeFile(path_), kOriginal);
+  EXPECT_EQ(xsetest::ReadWholeFile(path_), kOriginal);
   EXPECT_FALSE(platform::WriteProfileString(dir_.File("no/x.ini"), "A", "k", "v"));
 }
 

@@ -15,16 +15,6 @@
 
 namespace xsetest {
 
-inline std::string ReadWholeFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-// `path` in UTF-8.
-inline std::string ReadWholeFile(const std::string& path) { return ReadWholeFile(Utf8Path(path)); }
-inline std::string ReadWholeFile(const char* path) { return ReadWholeFile(Utf8Path(path)); }
-
 // A text file the system wrote (settings, logs), with its line ends read as
 // '\n': Windows ends lines in text files with "\r\n".
 inline std::string ReadTextFile(const std::filesystem::path& path) {

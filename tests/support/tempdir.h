@@ -9,6 +9,7 @@
 #include <fstream>
 #include <random>
 #include <span>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -25,6 +26,17 @@ inline std::string Utf8Text(const std::filesystem::path& path) {
   const std::u8string text = path.generic_u8string();
   return std::string(text.begin(), text.end());
 }
+
+// A whole file's bytes; empty when it cannot be read.
+inline std::string ReadWholeFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+// `path` in UTF-8.
+inline std::string ReadWholeFile(const std::string& path) { return ReadWholeFile(Utf8Path(path)); }
+inline std::string ReadWholeFile(const char* path) { return ReadWholeFile(Utf8Path(path)); }
 
 class TempDir {
  public:

@@ -4,18 +4,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <tuple>
 
 #include "support/tempdir.h"
 
 namespace {
-
-std::string ReadWholeFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 // This layer edits the file itself: every byte but the changed value stays,
 // and new lines take the file's own line breaks.
@@ -37,7 +31,7 @@ TEST(PrivateProfilePosixTest, WriteChangesOnlyWhatItMust) {
     std::filesystem::remove(path);
     if (before != nullptr) std::ofstream(path, std::ios::binary) << before;
     ASSERT_TRUE(platform::WriteProfileString(path, section, key, value)) << after;
-    EXPECT_EQ(ReadWholeFile(path), after);
+    EXPECT_EQ(xsetest::ReadWholeFile(path), after);
   }
 }
 

@@ -9,8 +9,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 extern char** environ;
@@ -18,13 +16,6 @@ extern char** environ;
 namespace xsetest {
 
 namespace {
-
-std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 // The test's environment with `changes` applied, as "NAME=value" texts.
 std::vector<std::string> ChildEnvironment(const EnvironmentList& changes) {
@@ -155,8 +146,8 @@ ToolResult ChildProcess::Wait(std::chrono::milliseconds timeout) {
     pipeOpen = DrainPipe(pipedOut_, std::chrono::milliseconds(100));
   ToolResult result;
   result.status = !killed && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  result.out = pipe_ >= 0 ? pipedOut_ : ReadFile(capture_.path() / "out");
-  result.err = ReadFile(capture_.path() / "err");
+  result.out = pipe_ >= 0 ? pipedOut_ : ReadWholeFile(capture_.path() / "out");
+  result.err = ReadWholeFile(capture_.path() / "err");
   result_ = result;
   return result;
 }

@@ -3,8 +3,6 @@
 // runtime's parser gives back each argument as it was.
 #include "support/childprocess.h"
 
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "platform/windows/widestring.h"
@@ -13,13 +11,6 @@
 namespace xsetest {
 
 namespace {
-
-std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 HANDLE AsHandle(intptr_t value) { return reinterpret_cast<HANDLE>(value); }
 
@@ -194,8 +185,8 @@ ToolResult ChildProcess::Wait(std::chrono::milliseconds timeout) {
   DWORD status = 0;
   ToolResult result;
   result.status = !killed && ::GetExitCodeProcess(process, &status) ? static_cast<int>(status) : -1;
-  result.out = pipe_ != -1 ? pipedOut_ : ReadFile(capture_.path() / "out");
-  result.err = ReadFile(capture_.path() / "err");
+  result.out = pipe_ != -1 ? pipedOut_ : ReadWholeFile(capture_.path() / "out");
+  result.err = ReadWholeFile(capture_.path() / "err");
   result_ = result;
   return result;
 }
