@@ -7,34 +7,14 @@
 #include <string>
 #include <thread>
 
+#include "support/loopbackconnection.h"
+
 namespace platform {
 namespace {
 
-constexpr uint32_t kLoopback = 0x0100007Fu;  // 127.0.0.1, first octet first
-
-// A socket closed at the end of the scope.
-struct Socket {
-  explicit Socket(SocketHandle h = CreateIpv4Socket(kStreamSocket)) : handle(h) {}
-  ~Socket() {
-    if (handle != kInvalidSocket) CloseSocket(handle);
-  }
-  Socket(const Socket&) = delete;
-  Socket& operator=(const Socket&) = delete;
-  SocketHandle handle;
-};
-
-// A connected pair on loopback.
-struct Connection {
-  Connection() {
-    uint16_t port = 0;
-    Socket listener(ListenOnLoopback(port));
-    EXPECT_TRUE(ConnectIpv4Within(client.handle, kLoopback, port, 2000));
-    server.handle = AcceptConnection(listener.handle);
-    EXPECT_NE(server.handle, kInvalidSocket);
-  }
-  Socket client;
-  Socket server{kInvalidSocket};
-};
+using xsetest::Connection;
+using xsetest::kLoopback;
+using xsetest::Socket;
 
 uint16_t ClosedPort() {
   uint16_t port = 0;

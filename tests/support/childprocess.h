@@ -59,7 +59,7 @@ class ChildProcess {
 
   bool Started() const { return started_; }
   // The child's id as the system shows it; 0 when it did not start.
-  uint32_t Id() const;
+  uint32_t Id() const { return id_; }
   // Asks the child to stop as Ctrl-C at its terminal would (on Windows the
   // child has a process group of its own, which gets Ctrl-Break). False
   // when the request could not be sent.

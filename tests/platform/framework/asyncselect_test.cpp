@@ -4,11 +4,13 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/framework/sockettraits.h"
+#include "support/loopbackconnection.h"
 
 namespace platform {
 namespace {
@@ -48,26 +50,9 @@ class SocketWindow : public CWnd {
 };
 
 // A connected pair on loopback: `client` for the window, `server` the
-// accepted end. Both are closed at the end unless given up before.
+// accepted end.
 class AsyncSelectTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    uint16_t port = 0;
-    listener_ = ListenOnLoopback(port);
-    ASSERT_NE(listener_, kInvalidSocket);
-    client_ = CreateIpv4Socket(kStreamSocket);
-    ASSERT_NE(client_, kInvalidSocket);
-    const uint32_t loopback = 0x0100007Fu;  // 127.0.0.1, first octet first
-    ASSERT_TRUE(ConnectIpv4(client_, loopback, port));
-    server_ = AcceptConnection(listener_);
-    ASSERT_NE(server_, kInvalidSocket);
-  }
-  void TearDown() override {
-    for (const SocketHandle socket : {listener_, client_, server_}) {
-      if (socket != kInvalidSocket) CloseSocket(socket);
-    }
-  }
-
   void ServerSends(const std::string& text) {
     ASSERT_EQ(SendToSocket(server_, text.data(), static_cast<int32_t>(text.size())),
               static_cast<int32_t>(text.size()));
@@ -91,9 +76,9 @@ class AsyncSelectTest : public ::testing::Test {
         });
   }
 
-  SocketHandle listener_ = kInvalidSocket;
-  SocketHandle client_ = kInvalidSocket;
-  SocketHandle server_ = kInvalidSocket;
+  std::optional<xsetest::Connection> pair_{std::in_place};
+  SocketHandle& client_ = pair_->client.handle;
+  SocketHandle& server_ = pair_->server.handle;
 };
 
 using Event = SocketWindow::Event;
@@ -101,8 +86,7 @@ using Event = SocketWindow::Event;
 TEST_F(AsyncSelectTest, AnOrderlyCloseComesOnceAfterAllTheDataWasRead) {
   for (const bool closes : {false, true}) {
     SCOPED_TRACE(closes ? "closed" : "shut down for sending");
-    TearDown();
-    SetUp();
+    pair_.emplace();         // the same place: client_ and server_ name the new pair
     SocketWindow window(7);  // several reads for what was sent
     ASSERT_TRUE(window.CreateOnThisThread());
     ASSERT_TRUE(SelectSocketEvents(client_, window.GetSafeHwnd(), kSocketMessage,

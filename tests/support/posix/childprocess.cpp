@@ -95,8 +95,6 @@ ChildProcess::~ChildProcess() {
   if (pipe_ >= 0) ::close(static_cast<int>(pipe_));
 }
 
-uint32_t ChildProcess::Id() const { return id_; }
-
 bool ChildProcess::Interrupt() {
   return started_ && !result_ && ::kill(static_cast<pid_t>(process_), SIGINT) == 0;
 }
@@ -109,14 +107,6 @@ bool ChildProcess::DrainPipe(std::string& into, std::chrono::milliseconds timeou
   if (count <= 0) return false;
   into.append(chunk, static_cast<size_t>(count));
   return true;
-}
-
-std::string ChildProcess::ReadOutput(size_t limit, std::chrono::milliseconds timeout) {
-  if (pipe_ < 0) return {};
-  if (pipedOut_.empty()) DrainPipe(pipedOut_, timeout);
-  std::string taken = pipedOut_.substr(0, limit);
-  pipedOut_.erase(0, taken.size());
-  return taken;
 }
 
 ToolResult ChildProcess::Wait(std::chrono::milliseconds timeout) {
@@ -150,11 +140,6 @@ ToolResult ChildProcess::Wait(std::chrono::milliseconds timeout) {
   result.err = ReadWholeFile(capture_.path() / "err");
   result_ = result;
   return result;
-}
-
-ToolResult RunChild(const std::string& program, const std::vector<std::string>& args,
-                    const ChildOptions& options) {
-  return ChildProcess(program, args, options).Wait();
 }
 
 }  // namespace xsetest

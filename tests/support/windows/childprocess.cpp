@@ -131,8 +131,6 @@ ChildProcess::~ChildProcess() {
   if (pipe_ != -1) ::CloseHandle(AsHandle(pipe_));
 }
 
-uint32_t ChildProcess::Id() const { return id_; }
-
 bool ChildProcess::Interrupt() {
   return started_ && !result_ && ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, id_) != 0;
 }
@@ -154,14 +152,6 @@ bool ChildProcess::DrainPipe(std::string& into, std::chrono::milliseconds timeou
     if (std::chrono::steady_clock::now() >= deadline) return true;
     ::Sleep(2);
   }
-}
-
-std::string ChildProcess::ReadOutput(size_t limit, std::chrono::milliseconds timeout) {
-  if (pipe_ == -1) return {};
-  if (pipedOut_.empty()) DrainPipe(pipedOut_, timeout);
-  std::string taken = pipedOut_.substr(0, limit);
-  pipedOut_.erase(0, taken.size());
-  return taken;
 }
 
 ToolResult ChildProcess::Wait(std::chrono::milliseconds timeout) {
@@ -189,11 +179,6 @@ ToolResult ChildProcess::Wait(std::chrono::milliseconds timeout) {
   result.err = ReadWholeFile(capture_.path() / "err");
   result_ = result;
   return result;
-}
-
-ToolResult RunChild(const std::string& program, const std::vector<std::string>& args,
-                    const ChildOptions& options) {
-  return ChildProcess(program, args, options).Wait();
 }
 
 }  // namespace xsetest
