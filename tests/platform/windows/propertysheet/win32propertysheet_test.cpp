@@ -165,29 +165,11 @@ HWND FindBox(HWND owner) {
   return search.box;
 }
 
-// The box's text: the one static control with words in it.
-BOOL CALLBACK MatchText(HWND child, LPARAM data) {
-  wchar_t name[16] = {};
-  ::GetClassNameW(child, name, 16);
-  const std::string words = WindowText(child);
-  if (std::wstring(name) == L"Static" && !words.empty()) {
-    *reinterpret_cast<std::string*>(data) = words;
-    return FALSE;
-  }
-  return TRUE;
-}
-
-std::string BoxText(HWND box) {
-  std::string text;
-  ::EnumChildWindows(box, &MatchText, reinterpret_cast<LPARAM>(&text));
-  return text;
-}
-
 void CALLBACK WatchBox(HWND /*window*/, UINT /*message*/, UINT_PTR timer, DWORD /*time*/) {
   BoxWatch& watch = *g_watch;
   const HWND box = FindBox(watch.sheet);
   if (!watch.closed && box != nullptr) {
-    watch.shown = WindowText(box) + ": " + BoxText(box);
+    watch.shown = WindowText(box) + ": " + WindowText(::GetDlgItem(box, 0xFFFF));  // its text
     ::PostMessageW(box, WM_COMMAND, IDOK, 0);
     watch.closed = true;
   } else if ((watch.closed && box == nullptr) || ++watch.ticks > 500) {

@@ -1,7 +1,0 @@
-#include "platform/framework/sockettraits.h"
-
-namespace platform {
-
-bool ResetsAreReported() { return true; }
-
-}  // namespace platform
