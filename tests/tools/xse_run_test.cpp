@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,13 +19,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using namespace xsetest;
-
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
-}
 
 std::string Progress(int64_t percent, int64_t done, int64_t total) {
   return "{\"event\":\"progress\",\"percent\":" + std::to_string(percent) +
@@ -44,7 +36,7 @@ TEST(XseRun, EventsOfOneFileInOrder) {
   // The first step consumes the first frame up to its end marker, the
   // second that marker and the second frame up to its own.
   EXPECT_THAT(
-      Lines(result.out),
+      SplitLines(result.out),
       ElementsAre(Progress(0, 0, total), Progress((frame - 4) * 100 / total, frame - 4, total),
                   Progress((total - 4) * 100 / total, total - 4, total),
                   Progress(100, total - 4, total),
@@ -61,7 +53,7 @@ TEST(XseRun, MissingMiddleFileIsLeftOut) {
   const auto events = RunXse({"run", "--events", first, missing, third});
   EXPECT_EQ(events.status, 1);
   std::vector<std::string> outcomes;
-  for (const auto& line : Lines(events.out)) {
+  for (const auto& line : SplitLines(events.out)) {
     if (line.find("\"progress\"") == std::string::npos) outcomes.push_back(line);
   }
   const std::string reason = "cannot open " + missing + ": ";
@@ -123,7 +115,7 @@ TEST(XseRun, CtrlCStopsTheRunWithoutReportingTheCurrentFile) {
   EXPECT_EQ(result.status, 130) << result.err;
   text += result.out;
 
-  const std::vector<std::string> lines = Lines(text);
+  const std::vector<std::string> lines = SplitLines(text);
   ASSERT_GE(lines.size(), 2u);
   EXPECT_THAT(lines.back(),
               HasSubstr("{\"event\":\"finished\",\"result\":130,\"readerResult\":-1,"));
