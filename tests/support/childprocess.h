@@ -49,7 +49,8 @@ class ChildProcess {
  public:
   // Starts `program` (a UTF-8 path) with `args`, each passed on as one
   // argument exactly. Started() tells whether it runs; a program that cannot
-  // be started at all reads as a run with status -1 and nothing printed.
+  // be started at all reads as a run with status -1, nothing on standard
+  // output and why on standard error.
   ChildProcess(const std::string& program, const std::vector<std::string>& args,
                const ChildOptions& options = {});
   ChildProcess(const ChildProcess&) = delete;

@@ -3,6 +3,7 @@
 // only make calls that take no locks.
 #include "support/childprocess.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -10,6 +11,8 @@
 #include <unistd.h>
 
 #include <thread>
+
+#include "platform/errortext.h"
 
 extern char** environ;
 
@@ -81,10 +84,13 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
       started_ = true;
     }
   }
+  const int failure = errno;  // of the open, pipe or fork that failed
   for (int descriptor : {input, output, error}) {
     if (descriptor >= 0) ::close(descriptor);
   }
-  if (!started_) result_ = ToolResult{};
+  if (!started_)
+    result_ =
+        ToolResult{-1, "", "cannot start " + program + ": " + platform::ErrorText(failure) + "\n"};
 }
 
 ChildProcess::~ChildProcess() {

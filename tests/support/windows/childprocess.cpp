@@ -3,10 +3,13 @@
 // runtime's parser gives back each argument as it was.
 #include "support/childprocess.h"
 
+#include <chrono>
+#include <filesystem>
 #include <thread>
 
 #include "platform/windows/widestring.h"
 #include "platform/windows/win32.h"
+#include "platform/windows/win32error.h"
 
 namespace xsetest {
 
@@ -70,34 +73,40 @@ HANDLE OpenInheritable(const std::wstring& path, DWORD access, DWORD disposition
                        &inherit, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
-}  // namespace
+// One start of the child: its process and, with outputToPipe, the pipe's
+// read end; or why it was not made.
+struct Start {
+  HANDLE process = nullptr;
+  DWORD id = 0;
+  HANDLE pipe = nullptr;
+  std::string error;
+};
 
-ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& args,
-                           const ChildOptions& options) {
-  const std::wstring programW = platform::WidenUtf8(program);
-  std::wstring commandLine = QuoteArgument(programW);
-  for (const std::string& arg : args) commandLine += L" " + QuoteArgument(platform::WidenUtf8(arg));
-  std::wstring environment = ChildEnvironment(options.environment);
+Start StartChild(const std::wstring& program, std::wstring commandLine, std::wstring environment,
+                 const ChildOptions& options, const std::filesystem::path& capture) {
+  Start start;
   const std::wstring workDir = platform::WidenUtf8(options.workDir);
-
   HANDLE input =
       OpenInheritable(options.inputFrom.empty() ? L"NUL" : platform::WidenUtf8(options.inputFrom),
                       GENERIC_READ, OPEN_EXISTING);
-  HANDLE error = OpenInheritable((capture_.path() / "err").wstring(), GENERIC_WRITE, CREATE_ALWAYS);
+  HANDLE error = OpenInheritable((capture / "err").wstring(), GENERIC_WRITE, CREATE_ALWAYS);
   HANDLE output = INVALID_HANDLE_VALUE;
   if (options.outputToPipe) {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
     HANDLE readEnd = nullptr, writeEnd = nullptr;
     if (::CreatePipe(&readEnd, &writeEnd, &inherit, 0)) {
       ::SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
-      pipe_ = reinterpret_cast<intptr_t>(readEnd);
+      start.pipe = readEnd;
       output = writeEnd;
     }
   } else {
-    output = OpenInheritable((capture_.path() / "out").wstring(), GENERIC_WRITE, CREATE_ALWAYS);
+    output = OpenInheritable((capture / "out").wstring(), GENERIC_WRITE, CREATE_ALWAYS);
   }
-  if (input != INVALID_HANDLE_VALUE && output != INVALID_HANDLE_VALUE &&
-      error != INVALID_HANDLE_VALUE) {
+  if (input == INVALID_HANDLE_VALUE || output == INVALID_HANDLE_VALUE ||
+      error == INVALID_HANDLE_VALUE) {
+    start.error =
+        "no standard input, output or error: " + platform::Win32ErrorText(::GetLastError());
+  } else {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -107,19 +116,49 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
     PROCESS_INFORMATION process{};
     // A process group of its own: Ctrl-Break can then be sent to the child
     // alone.
-    if (::CreateProcessW(programW.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
+    if (::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
                          CREATE_UNICODE_ENVIRONMENT | CREATE_NEW_PROCESS_GROUP, environment.data(),
                          workDir.empty() ? nullptr : workDir.c_str(), &startup, &process)) {
       ::CloseHandle(process.hThread);
-      process_ = reinterpret_cast<intptr_t>(process.hProcess);
-      id_ = process.dwProcessId;
-      started_ = true;
+      start.process = process.hProcess;
+      start.id = process.dwProcessId;
+    } else {
+      start.error = platform::Win32ErrorText(::GetLastError());
     }
   }
   for (HANDLE handle : {input, output, error}) {
     if (handle != INVALID_HANDLE_VALUE) ::CloseHandle(handle);
   }
-  if (!started_) result_ = ToolResult{};
+  if (start.process == nullptr && start.pipe != nullptr) {
+    ::CloseHandle(start.pipe);
+    start.pipe = nullptr;
+  }
+  return start;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& args,
+                           const ChildOptions& options) {
+  const std::wstring programW = platform::WidenUtf8(program);
+  std::wstring commandLine = QuoteArgument(programW);
+  for (const std::string& arg : args) commandLine += L" " + QuoteArgument(platform::WidenUtf8(arg));
+  const std::wstring environment = ChildEnvironment(options.environment);
+  // Under Wine a busy machine now and then makes a process fail to start at
+  // once; the next try, a moment later, starts it.
+  Start start;
+  for (int attempt = 0; attempt < 3 && start.process == nullptr; ++attempt) {
+    if (attempt > 0) std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    start = StartChild(programW, commandLine, environment, options, capture_.path());
+  }
+  if (start.process == nullptr) {
+    result_ = ToolResult{-1, "", "cannot start " + program + ": " + start.error + "\n"};
+    return;
+  }
+  process_ = reinterpret_cast<intptr_t>(start.process);
+  id_ = start.id;
+  if (start.pipe != nullptr) pipe_ = reinterpret_cast<intptr_t>(start.pipe);
+  started_ = true;
 }
 
 ChildProcess::~ChildProcess() {
