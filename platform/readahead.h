@@ -35,8 +35,9 @@ namespace platform {
 class ReadAhead {
  public:
   // Reads up to `into.size()` bytes at `offset`: the count read, 0 at the
-  // end, nothing on a read error (ReadOnlyFile::ReadAt's contract). Called
-  // on both threads, never at once for the same block.
+  // end, nothing on a read error (ReadOnlyFile::ReadAt's contract). The
+  // thread and the caller may call it at the same time, for different
+  // blocks: it must be safe to call from two threads at once.
   using ReadAtFunction =
       std::function<std::optional<size_t>(uint64_t offset, std::span<uint8_t> into)>;
 
