@@ -1,11 +1,12 @@
 """Depth grids over many XSE files, in one process or on a Dask cluster.
 
 Each file is binned in C++ (xsereader.grid_cells) into the cells of a UTM
-zone it touched; partial grids are combined pairwise in a tree, two of
-as many files each, so a cell is combined about log2(files) times. Cells are aligned to
-multiples of the cell size and depth sums are integers (tenths of a
-millimetre): any order of combination gives the same cells, equal to
-those of `xse grid` on the same files.
+zone it touched; partial grids are combined pairwise in a tree, two of as
+many files each (xsereader.combine_cells), so a cell is combined about
+log2(files) times. Cells are aligned to multiples of the cell size and
+depth sums are integers (tenths of a millimetre): any order of
+combination gives the same cells, equal to those of `xse grid` on the
+same files.
 
     grid = grid_files(paths, 5.0)                    # in this process
     grid = grid_files(paths, 5.0, client=client)     # one task per file
