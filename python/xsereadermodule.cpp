@@ -376,15 +376,18 @@ py::dict GridCells(const py::object& pathObject, double cell, int zoneNumber, bo
 // combine_cells(): two partial grids' cells as one, exact in sums, counts,
 // minima and maxima; binned again into tiles rather than sorted, so the
 // work follows the cells, whatever their order.
+template <typename T>
+py::array_t<T, py::array::c_style> CellArray(const py::dict& cells, const char* name) {
+  return cells[name].cast<py::array_t<T, py::array::c_style>>();
+}
+
 void AddCells(const py::dict& cells, soundings::PartialGrid& grid) {
-  const auto column = [&cells](const char* name) { return cells[name]; };
-  const auto columns = column("columns").cast<py::array_t<int64_t, py::array::c_style>>();
-  const auto rows = column("rows").cast<py::array_t<int64_t, py::array::c_style>>();
-  const auto sums = column("sums").cast<py::array_t<int64_t, py::array::c_style>>();
-  const auto counts = column("counts").cast<py::array_t<int64_t, py::array::c_style>>();
-  const auto squares = column("squares").cast<py::array_t<double, py::array::c_style>>();
-  const auto minimum = column("minimum").cast<py::array_t<float, py::array::c_style>>();
-  const auto maximum = column("maximum").cast<py::array_t<float, py::array::c_style>>();
+  const auto columns = CellArray<int64_t>(cells, "columns"),
+             rows = CellArray<int64_t>(cells, "rows"), sums = CellArray<int64_t>(cells, "sums"),
+             counts = CellArray<int64_t>(cells, "counts");
+  const auto squares = CellArray<double>(cells, "squares");
+  const auto minimum = CellArray<float>(cells, "minimum"),
+             maximum = CellArray<float>(cells, "maximum");
   const py::ssize_t size = columns.size();
   for (const py::ssize_t other :
        {rows.size(), sums.size(), counts.size(), squares.size(), minimum.size(), maximum.size()}) {

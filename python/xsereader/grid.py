@@ -171,7 +171,10 @@ def _fold(partials):
             other_files, other = held.pop()
             partial, files = combine(other, partial), files + other_files
         held.append((files, partial))
-    total = PartialGrid.empty()
+    if not held:
+        return PartialGrid.empty()
+    # The rest, smallest first.
+    total = held.pop()[1]
     for _, partial in reversed(held):
         total = combine(total, partial)
     return total
