@@ -175,29 +175,4 @@ void CellLayers(const GridCell& cell, float (&layers)[kGridLayers]) {
   layers[kMaximumLayer] = cell.maximum;
 }
 
-DenseGrid Densify(const PartialGrid& grid) {
-  DenseGrid dense;
-  if (grid.cellCount() == 0) return dense;
-  const GridBounds bounds = BoundsOf(grid);
-  dense.left = bounds.left;
-  dense.top = bounds.top;
-  dense.columns = bounds.columns;
-  dense.rows = bounds.rows;
-  const size_t size = dense.columns * dense.rows;
-  constexpr float kEmpty = std::numeric_limits<float>::quiet_NaN();
-  for (auto* layer : {&dense.mean, &dense.deviation, &dense.minimum, &dense.maximum})
-    layer->assign(size, kEmpty);
-  dense.count.assign(size, 0.0f);
-  std::vector<float>* layers[kGridLayers] = {&dense.mean, &dense.count, &dense.deviation,
-                                             &dense.minimum, &dense.maximum};
-  grid.ForEachCell([&](int32_t column, int32_t row, const GridCell& cell) {
-    const size_t at = static_cast<size_t>(int64_t{dense.top} - row) * dense.columns +
-                      static_cast<size_t>(int64_t{column} - dense.left);
-    float values[kGridLayers];
-    CellLayers(cell, values);
-    for (int layer = 0; layer < kGridLayers; ++layer) (*layers[layer])[at] = values[layer];
-  });
-  return dense;
-}
-
 }  // namespace soundings

@@ -134,14 +134,4 @@ enum GridLayer { kMeanLayer, kCountLayer, kDeviationLayer, kMinimumLayer, kMaxim
 constexpr int kGridLayers = 5;
 void CellLayers(const GridCell& cell, float (&layers)[kGridLayers]);
 
-// A grid as north-up rasters of its bounding cells, row 0 the northernmost;
-// empty cells are NaN in every layer but the count.
-struct DenseGrid {
-  int32_t left = 0, top = 0;  // column and row of the top-left cell
-  size_t columns = 0, rows = 0;
-  std::vector<float> mean, count, deviation, minimum, maximum;
-};
-
-DenseGrid Densify(const PartialGrid& grid);
-
 }  // namespace soundings

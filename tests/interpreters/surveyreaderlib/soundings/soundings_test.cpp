@@ -131,17 +131,18 @@ TEST(PartialGrid, MergesToTheSameCellsInAnyOrder) {
   EXPECT_EQ(cell.depthSum, 305000);
   EXPECT_EQ(cell.minimum, 9.5f);
   EXPECT_EQ(cell.maximum, 10.75f);
-  const soundings::DenseGrid dense = soundings::Densify(ab);
-  ASSERT_EQ(dense.columns, 5u);
-  ASSERT_EQ(dense.rows, 7u);
-  EXPECT_EQ(dense.left, -1);
-  EXPECT_EQ(dense.top, 2);
-  EXPECT_FLOAT_EQ(dense.mean[0], 30.5f / 3);  // top-left: column -1, row 2
-  EXPECT_EQ(dense.count[0], 3.0f);
-  EXPECT_NEAR(dense.deviation[0], 0.513701, 1e-5);
-  EXPECT_EQ(dense.mean[6 * 5 + 4], 20.0f);  // bottom-right: column 3, row -4
-  EXPECT_TRUE(std::isnan(dense.mean[1]));
-  EXPECT_EQ(dense.count[1], 0.0f);
+  const soundings::GridBounds bounds = soundings::BoundsOf(ab);
+  ASSERT_EQ(bounds.columns, 5u);
+  ASSERT_EQ(bounds.rows, 7u);
+  EXPECT_EQ(bounds.left, -1);
+  EXPECT_EQ(bounds.top, 2);
+  float layers[soundings::kGridLayers];
+  soundings::CellLayers(cell, layers);  // top-left: column -1, row 2
+  EXPECT_FLOAT_EQ(layers[soundings::kMeanLayer], 30.5f / 3);
+  EXPECT_EQ(layers[soundings::kCountLayer], 3.0f);
+  EXPECT_NEAR(layers[soundings::kDeviationLayer], 0.513701, 1e-5);
+  soundings::CellLayers(*ab.Find(3, -4), layers);  // bottom-right
+  EXPECT_EQ(layers[soundings::kMeanLayer], 20.0f);
 }
 
 struct Collected final : soundings::ISoundingSink {
