@@ -55,7 +55,9 @@ TEST(XseServeTest, LiveRecordsEqualTheFileLineForLineAndTheWholeFileIsSent) {
   EXPECT_THAT(served.out, HasSubstr("bytes sent " + size + " of " + size + " in "));
 }
 
-// Each server ends the run by itself with the outcome it deserves.
+// Each server ends the run by itself with the outcome it deserves. A short
+// acknowledge and a refused data port are traced in-process with the
+// connection; here they would be one more set-up failure.
 TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
   const std::vector<uint8_t> survey = PositionFrames(300);
   ASSERT_GT(survey.size(), 10000u);
@@ -79,12 +81,9 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
        },
        none,
        "xse: the exchange with the XSE server at ADDR failed before any data: no acknowledge"},
-      {"81 bytes", [](auto& o) { o.acknowledgeLength = 81; }, none, setUpFailed},
       {"port 0", [](auto& o) { o.announcedPort = 0; }, none, setUpFailed},
       {"port 40000", [](auto& o) { o.announcedPort = 40000; }, none, setUpFailed},
       {"garbage", [](auto& o) { o.acknowledgeBytes.assign(100, 0xA5); }, none, setUpFailed},
-      {"data port nobody listens on", [](auto& o) { o.announcedPort = FreePort(); }, none,
-       setUpFailed},
       {"data port never accepts", [](auto& o) { o.dataNeverAccepts = true; }, none, setUpFailed},
       {"close right after set-up", [](auto&) {}, none, setUpFailed},
       // Bytes that hold no frame are no data, however the server ends.
