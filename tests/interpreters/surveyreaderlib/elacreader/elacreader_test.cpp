@@ -197,9 +197,6 @@ TEST(ElacReader, OddSizesNeverReadPastTheFrame) {
       EXPECT_EQ(position->thirdCoordinate, 42.0);
     }
   }
-  target.calls.clear();
-  (void)reader.DecodeFrameBytes(frame);
-  EXPECT_EQ(target.Count<quor::NavigationRec>(), 1u) << "the whole frame gives its position";
 }
 
 }  // namespace
