@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -36,6 +38,15 @@ std::vector<uint8_t> ReadSome(std::istream& stream, size_t count) {
     bytes.insert(bytes.end(), piece, piece + stream.gcount());
   }
   return bytes;
+}
+
+// Appends the blocks `ahead` hands out until it has none (at most 1000).
+void TakeAll(platform::ReadAhead& ahead, std::vector<uint8_t>& read) {
+  for (int blocks = 0; blocks < 1000; ++blocks) {
+    const auto block = ahead.Next();
+    if (!block) return;
+    read.insert(read.end(), block->begin(), block->end());
+  }
 }
 
 TEST(FileStreamBuf, ReadAheadFollowsAFileThatGrowsOrShrinks) {
@@ -88,8 +99,6 @@ TEST(FileStreamBuf, ReadAheadGivesEveryByteOnceInOrderAcrossSeeks) {
   }
 }
 
-}  // namespace
-
 // Stopped while its thread has filled the ring and waits, or mid-file after
 // some blocks were taken: the stop returns, hands out nothing more, and a
 // new start reads on from where the caller stands, no byte twice or lost.
@@ -112,11 +121,41 @@ TEST(ReadAhead, AStopAtAnyMomentLosesNothingAndRepeatsNothingOnTheNextStart) {
     ahead.Stop();
     EXPECT_FALSE(ahead.Next()) << "nothing after a stop, " << taken;
     ahead.Start(read.size());
-    for (int blocks = 0; blocks < 100; ++blocks) {
-      const auto block = ahead.Next();
-      if (!block) break;
-      read.insert(read.end(), block->begin(), block->end());
-    }
+    TakeAll(ahead, read);
     EXPECT_EQ(read, bytes) << "stopped after " << taken << " blocks";
   }
 }
+
+// A read that fails in mid-file ends what the read ahead hands out at the
+// failed block: nothing behind it is given as if it followed, and reading
+// from there again gives the rest once.
+TEST(ReadAhead, AFailedReadInMidFileEndsTheBlocksThereAndTheNextStartGivesTheRest) {
+  constexpr size_t kBlock = 512;
+  const std::vector<uint8_t> bytes = Pattern(40 * kBlock + 100);
+  for (const size_t failing : {0u, 1u, 10u, 39u}) {
+    std::atomic<bool> broken = true;
+    const uint64_t failAt = failing * kBlock;
+    platform::ReadAhead ahead(
+        [&](uint64_t offset, std::span<uint8_t> into) -> std::optional<size_t> {
+          if (broken && offset >= failAt && offset < failAt + kBlock) return std::nullopt;
+          if (offset >= bytes.size()) return 0;
+          const size_t count = std::min(into.size(), bytes.size() - static_cast<size_t>(offset));
+          std::memcpy(into.data(), bytes.data() + offset, count);
+          return count;
+        },
+        kBlock, 8);
+    std::vector<uint8_t> read;
+    ahead.Start(0);
+    TakeAll(ahead, read);
+    EXPECT_EQ(read.size(), failAt) << "failing block " << failing;
+    EXPECT_FALSE(ahead.Continues(read.size()));
+    EXPECT_FALSE(ahead.Next()) << "stands still until the next start";
+
+    broken = false;
+    ahead.Start(read.size());
+    TakeAll(ahead, read);
+    EXPECT_EQ(read, bytes) << "failing block " << failing;
+  }
+}
+
+}  // namespace
