@@ -196,7 +196,6 @@ TEST_F(Win32SettingsSheetTest, TextThatDoesNotParseKeepsThePageOpenWithTheMessag
   EXPECT_TRUE(watch.sheetUpAfter);
   EXPECT_TRUE(watch.pageOpenAfter);
   EXPECT_EQ(outcome, SheetOutcome::kCancel);
-  EXPECT_EQ(page_->lateralGain(), 0.0f);
 }
 
 // Whether the pixels of `area` are not all one colour: something is drawn.
