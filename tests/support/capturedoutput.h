@@ -3,8 +3,6 @@
 #pragma once
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "support/tempdir.h"
@@ -29,12 +27,7 @@ class CapturedOutput {
   }
   // What has reached the file, without flushing the stream: what the code
   // flushed itself.
-  std::string Flushed() const {
-    std::ifstream in(dir_.path() / "captured", std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
+  std::string Flushed() const { return ReadWholeFile(dir_.path() / "captured"); }
 
  private:
   TempDir dir_;
