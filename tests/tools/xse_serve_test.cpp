@@ -67,7 +67,7 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
     std::vector<uint8_t> data;  // what the server sends after the set-up
     std::string err;            // what stderr starts with; nothing for a sound run
   };
-  const std::vector<uint8_t> none, garbage(5000, 0xA5), zeros(5000, 0),
+  const std::vector<uint8_t> none, garbage(5000, 0xA5),
       partial(survey.begin(), survey.begin() + 20);
   const std::string sent = std::to_string(survey.size()), setUpFailed = "xse: the exchange";
   const Case cases[] = {
@@ -86,9 +86,9 @@ TEST(XseServeTest, HostileServersEndTheRunWithTheirOutcome) {
       {"garbage", [](auto& o) { o.acknowledgeBytes.assign(100, 0xA5); }, none, setUpFailed},
       {"data port never accepts", [](auto& o) { o.dataNeverAccepts = true; }, none, setUpFailed},
       {"close right after set-up", [](auto&) {}, none, setUpFailed},
-      // Bytes that hold no frame are no data, however the server ends.
+      // Bytes that hold no frame are no data, however the server ends (the
+      // frame search passes over zeros as over any other word).
       {"garbage then close", [](auto&) {}, garbage, setUpFailed},
-      {"zeros then close", [](auto&) {}, zeros, setUpFailed},
       {"part of a frame then close", [](auto&) {}, partial, setUpFailed},
       {"reset mid-stream",
        [&](auto& o) {

@@ -39,7 +39,7 @@ const std::map<std::string, std::string> kUsage = {
 
 // What each value parser takes and refuses, and the wording of unknown
 // options and missing values, is pinned in-process (argparse, commandline);
-// here each command's own bounds and one refusal per command.
+// here each option refuses a value, each command its own bounds.
 TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
   const struct {
     std::vector<std::string> args;
@@ -47,6 +47,7 @@ TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
   } cases[] = {
       {{"gen"}, "no output file"},
       {{"gen", "a.xse", "b.xse"}, "more than one output file"},
+      {{"gen", "--duration", "0", "o"}, "invalid value '0' for --duration"},
       {{"gen", "--size", "0", "o"}, "invalid value '0' for --size"},
       {{"gen", "--beams", "0", "o"}, "invalid value '0' for --beams"},
       {{"gen", "--beams", "8193", "o"}, "invalid value '8193' for --beams"},
@@ -54,12 +55,14 @@ TEST(XseTool, WrongUsageExitsTwoWithTheReasonAndTheUsageOfTheCommand) {
       {{"gen", "--nav-rate", "0.5", "o"}, "invalid value '0.5' for --nav-rate"},
       {{"gen", "--ping-rate", "51", "o"}, "invalid value '51' for --ping-rate"},
       {{"gen", "--byte-order", "middle", "o"}, "invalid value 'middle' for --byte-order"},
+      {{"gen", "--seed", "-3", "o"}, "invalid value '-3' for --seed"},
       {{"dump"}, "no input file"},
       {{"dump", "--format", "xml", "f"}, "invalid value 'xml' for --format"},
       {{"dump", "--format", "csv", "f"}, "--format csv needs --kind"},
       {{"dump", "--kind", "ping", "f"}, "invalid value 'ping' for --kind"},
       {{"dump", "--kind", "gyro,", "f"}, "invalid value 'gyro,' for --kind"},
       {{"dump", "--format", "csv", "--kind", "gyro,motion", "f"}, "--format csv takes one kind"},
+      {{"dump", "--limit", "-1", "f"}, "invalid value '-1' for --limit"},
       {{"dump", "--head"}, "--head needs a value"},
       {{"dump", "--head", "third", "f"}, "invalid value 'third' for --head"},
       {{"dump", "--idle-exit", "1", "f"}, "--idle-exit needs --connect"},
